@@ -1,0 +1,253 @@
+#include "IniFile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStringDecoder>
+#include <QStringEncoder>
+
+namespace {
+
+const QByteArray kBom("\xEF\xBB\xBF");
+
+QString unquote(QString v)
+{
+    if (v.size() >= 2 && ((v.front() == u'"' && v.back() == u'"') || (v.front() == u'\'' && v.back() == u'\'')))
+        v = v.mid(1, v.size() - 2);
+    return v;
+}
+
+// Characters that Shift-JIS sources of other platforms use and that CP932 spells differently.
+QString toCp932Forms(QString text)
+{
+    text.replace(QChar(0x301C), QChar(0xFF5E)); // WAVE DASH -> FULLWIDTH TILDE
+    text.replace(QChar(0x2212), QChar(0xFF0D)); // MINUS SIGN -> FULLWIDTH HYPHEN-MINUS
+    text.replace(QChar(0x2016), QChar(0x2225)); // DOUBLE VERTICAL LINE -> PARALLEL TO
+    text.replace(QChar(0x00A2), QChar(0xFFE0));
+    text.replace(QChar(0x00A3), QChar(0xFFE1));
+    text.replace(QChar(0x00AC), QChar(0xFFE2));
+    return text;
+}
+
+} // namespace
+
+IniFile::IniFile(QString path) : m_path(std::move(path)) {}
+
+bool IniFile::exists() const
+{
+    return QFileInfo(m_path).isFile();
+}
+
+std::optional<QByteArray> IniFile::encodeCp932(const QString& text)
+{
+    QStringEncoder enc("CP932");
+    QByteArray out = enc.encode(toCp932Forms(text));
+    if (enc.hasError())
+        return std::nullopt;
+    return out;
+}
+
+QString IniFile::decodeCp932(const QByteArray& bytes, bool* hadError)
+{
+    QStringDecoder dec("CP932");
+    QString out = dec.decode(bytes);
+    if (hadError)
+        *hadError = dec.hasError();
+    return out;
+}
+
+QString IniFile::cutToBytes(const QString& text, int maxBytes)
+{
+    int used = 0;
+    qsizetype i = 0;
+    while (i < text.size()) {
+        const bool pair = text.at(i).isHighSurrogate() && i + 1 < text.size();
+        const QString ch = text.mid(i, pair ? 2 : 1);
+        auto bytes = encodeCp932(ch);
+        const int n = bytes ? int(bytes->size()) : 2;
+        if (used + n > maxBytes)
+            break;
+        used += n;
+        i += ch.size();
+    }
+    return text.left(i);
+}
+
+QString IniFile::decodeLine(const QByteArray& raw) const
+{
+    return m_utf8 ? QString::fromUtf8(raw) : decodeCp932(raw);
+}
+
+std::optional<QByteArray> IniFile::encodeLine(const QString& text) const
+{
+    if (m_utf8)
+        return text.toUtf8();
+    return encodeCp932(text);
+}
+
+void IniFile::reloadIfChanged()
+{
+    QFileInfo fi(m_path);
+    fi.refresh();
+    if (!fi.isFile()) {
+        m_loaded = false;
+        m_lines.clear();
+        m_sections.clear();
+        m_sectionIndex.clear();
+        return;
+    }
+    if (m_loaded && fi.lastModified() == m_mtime && fi.size() == m_size)
+        return;
+    QFile f(m_path);
+    if (!f.open(QIODevice::ReadOnly)) {
+        m_loaded = false;
+        m_lines.clear();
+        m_sections.clear();
+        m_sectionIndex.clear();
+        return;
+    }
+    QByteArray all = f.readAll();
+    m_mtime = fi.lastModified();
+    m_size = fi.size();
+    m_utf8 = all.startsWith(kBom);
+    m_lines.clear();
+    qsizetype start = 0;
+    while (start < all.size()) {
+        qsizetype nl = all.indexOf('\n', start);
+        Line line;
+        if (nl < 0) {
+            line.raw = all.mid(start);
+            start = all.size();
+        } else {
+            line.raw = all.mid(start, nl - start);
+            line.eol = "\n";
+            if (line.raw.endsWith('\r')) {
+                line.raw.chop(1);
+                line.eol = "\r\n";
+            }
+            start = nl + 1;
+        }
+        m_lines.append(line);
+    }
+    m_loaded = true;
+    parse();
+}
+
+void IniFile::parse()
+{
+    m_sections.clear();
+    m_sectionIndex.clear();
+    Section* current = nullptr;
+    for (int i = 0; i < m_lines.size(); ++i) {
+        QByteArray raw = m_lines[i].raw;
+        if (i == 0 && m_utf8)
+            raw = raw.mid(kBom.size());
+        const QString text = decodeLine(raw).trimmed();
+        if (text.isEmpty())
+            continue;
+        if (text.startsWith(u'[')) {
+            const qsizetype close = text.indexOf(u']');
+            const QString name = (close < 0 ? text.mid(1) : text.mid(1, close - 1)).trimmed();
+            m_sections.append(Section{name, i, i, {}});
+            const QString lower = name.toLower();
+            if (!m_sectionIndex.contains(lower))
+                m_sectionIndex.insert(lower, int(m_sections.size() - 1));
+            current = &m_sections.last();
+            continue;
+        }
+        if (!current)
+            continue;
+        current->lastLine = i;
+        if (text.startsWith(u';'))
+            continue;
+        const qsizetype eq = text.indexOf(u'=');
+        if (eq < 0)
+            continue;
+        const QString key = text.left(eq).trimmed().toLower();
+        if (!current->keys.contains(key))
+            current->keys.insert(key, Entry{i, unquote(text.mid(eq + 1).trimmed())});
+    }
+}
+
+std::optional<QString> IniFile::read(const QString& section, const QString& key)
+{
+    reloadIfChanged();
+    auto s = m_sectionIndex.constFind(section.trimmed().toLower());
+    if (s == m_sectionIndex.cend())
+        return std::nullopt;
+    const Section& sec = m_sections[*s];
+    auto k = sec.keys.constFind(key.trimmed().toLower());
+    if (k == sec.keys.cend())
+        return std::nullopt;
+    return k->value;
+}
+
+IniFile::WriteResult IniFile::write(const QString& section, const QString& key, const QString& value)
+{
+    m_error.clear();
+    reloadIfChanged();
+    const QString sectionName = section.trimmed();
+    const QString keyName = key.trimmed();
+    if (!encodeLine(value) || !encodeLine(keyName) || !encodeLine(sectionName)) {
+        m_error = QStringLiteral("設定ファイルの文字コード(Shift-JIS)で表せない文字が含まれています。");
+        return WriteResult::NotEncodable;
+    }
+    QFileInfo fi(m_path);
+    // A file marked read-only is not written, even for a user who could (root, for one).
+    if (fi.exists() && (!fi.isWritable() || !(fi.permissions() & QFileDevice::WriteOwner))) {
+        m_error = QStringLiteral("設定ファイルが読み取り専用です。");
+        return WriteResult::IoError;
+    }
+
+    QList<Line> lines = m_loaded ? m_lines : QList<Line>{};
+    QByteArray eol = "\r\n";
+    for (const Line& l : lines)
+        if (!l.eol.isEmpty()) {
+            eol = l.eol;
+            break;
+        }
+    const QByteArray newLine = *encodeLine(keyName + u'=' + value);
+
+    auto s = m_sectionIndex.constFind(sectionName.toLower());
+    if (s != m_sectionIndex.cend()) {
+        const Section& sec = m_sections[*s];
+        auto k = sec.keys.constFind(keyName.toLower());
+        if (k != sec.keys.cend()) {
+            // Keep the key as it is spelled in the file and any blanks before it.
+            QByteArray raw = lines[k->line].raw;
+            const qsizetype eq = raw.indexOf('=');
+            lines[k->line].raw = raw.left(eq + 1) + *encodeLine(value);
+        } else {
+            const int at = sec.lastLine + 1;
+            if (lines[sec.lastLine].eol.isEmpty())
+                lines[sec.lastLine].eol = eol;
+            lines.insert(at, Line{newLine, at < lines.size() ? eol : eol});
+        }
+    } else {
+        if (!lines.isEmpty() && lines.last().eol.isEmpty())
+            lines.last().eol = eol;
+        QByteArray header = *encodeLine(u'[' + sectionName + u']');
+        if (lines.isEmpty() && m_utf8)
+            header.prepend(kBom);
+        lines.append(Line{header, eol});
+        lines.append(Line{newLine, eol});
+    }
+    if (!saveLines(lines))
+        return WriteResult::IoError;
+    return WriteResult::Ok;
+}
+
+bool IniFile::saveLines(QList<Line> lines)
+{
+    QByteArray out;
+    for (const Line& l : lines)
+        out += l.raw + l.eol;
+    // Written beside the file and renamed over it: a failure part-way never leaves half a file.
+    QSaveFile f(m_path);
+    if (!f.open(QIODevice::WriteOnly) || f.write(out) != out.size() || !f.commit()) {
+        m_error = f.errorString();
+        return false;
+    }
+    m_loaded = false; // parse again on the next read
+    return true;
+}
