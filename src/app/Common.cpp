@@ -1,0 +1,132 @@
+#include "Common.h"
+
+#include "IniAccess.h"
+#include "RuntimeError.h"
+
+#include <cmath>
+
+int StrictInt(const QString& text)
+{
+    bool ok = false;
+    const QString t = text.trimmed();
+    const double d = t.toDouble(&ok);
+    if (!ok || t.isEmpty())
+        throw RuntimeError::typeMismatch();
+    if (d > 2147483647.0 || d < -2147483648.0)
+        throw RuntimeError::overflow();
+    return int(std::nearbyint(d)); // the default rounding mode rounds halves to even
+}
+
+long long LenientInt(const QString& text)
+{
+    const QString t = text.trimmed();
+    qsizetype end = 0;
+    if (end < t.size() && (t[end] == u'-' || t[end] == u'+'))
+        ++end;
+    bool digits = false;
+    while (end < t.size() && t[end].isDigit() && t[end].unicode() < 128) {
+        ++end;
+        digits = true;
+    }
+    if (end < t.size() && t[end] == u'.') {
+        ++end;
+        while (end < t.size() && t[end].unicode() >= u'0' && t[end].unicode() <= u'9') {
+            ++end;
+            digits = true;
+        }
+    }
+    if (!digits)
+        return 0;
+    const double d = t.left(end).toDouble();
+    if (d > 9.0e18 || d < -9.0e18)
+        return 0;
+    return static_cast<long long>(std::nearbyint(d));
+}
+
+QStringList ReadList(IniAccess& ini, const QString& section)
+{
+    const int count = StrictInt(ini.get(section, QStringLiteral("MAX")));
+    QStringList items;
+    for (int i = 1; i <= count; ++i)
+        items << ini.get(section, QString::number(i));
+    return items;
+}
+
+QString AddToList(IniAccess& ini, const QString& section, const QString& value)
+{
+    const int count = StrictInt(ini.get(section, QStringLiteral("MAX")));
+    bool hit = false;
+    for (int i = 1; i <= count; ++i) {
+        if (ini.find(section, QString::number(i)) == value)
+            hit = true;
+    }
+    if (hit)
+        return QStringLiteral("OK");
+    ini.put(section, QStringLiteral("MAX"), QString::number(count + 1));
+    ini.put(section, QString::number(count + 1), value);
+    return QStringLiteral("REWRITE");
+}
+
+bool CheckNumberText(QString& text)
+{
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t c = text[i].unicode();
+        const bool rejected = (c == u'-' && i > 0) || (c >= 32 && c < 45) || c == u'/' || c > u'9';
+        if (rejected) {
+            text.remove(i, 1);
+            return true;
+        }
+    }
+    return false;
+}
+
+QString DigitsOnly(const QString& text)
+{
+    QString out;
+    for (QChar c : text)
+        if (c >= u'0' && c <= u'9')
+            out += c;
+    return out;
+}
+
+int DigitsValue(const QString& text)
+{
+    const QString d = DigitsOnly(text);
+    if (d.isEmpty())
+        return 0;
+    if (d.size() > 10)
+        throw RuntimeError::overflow();
+    const long long v = d.toLongLong();
+    if (v > 2147483647LL)
+        throw RuntimeError::overflow();
+    return int(v);
+}
+
+bool NotTrue(int flag)
+{
+    return flag != kTrue;
+}
+
+QString FlagText(int flag)
+{
+    return flag == kTrue ? QStringLiteral("1") : QStringLiteral("0");
+}
+
+Int16 LastIndex(Int16 start, const QString& countText)
+{
+    return Int16::from(StrictInt(countText)) + start - Int16::from(1);
+}
+
+bool TextIsTrue(const QString& text)
+{
+    const QString t = text.trimmed();
+    if (t.isEmpty())
+        return false;
+    if (t.compare(u"true", Qt::CaseInsensitive) == 0)
+        return true;
+    if (t.compare(u"false", Qt::CaseInsensitive) == 0)
+        return false;
+    bool ok = false;
+    const double d = t.toDouble(&ok);
+    return ok && d != 0.0;
+}

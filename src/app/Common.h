@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Int16.h"
+
+#include <QString>
+
+class IniAccess;
+
+// Small rules shared by the screens. Flags follow the old convention: true is -1.
+constexpr int kTrue = -1;
+constexpr int kFalse = 0;
+
+// Remembered lists: a settings section with "MAX" and the items "1" to MAX, only ever appended to.
+// Returns "OK" when the value is listed already (nothing written), "REWRITE" when it was appended
+// ("MAX" is written first, then the item). A missing or non-numeric "MAX" is a run-time error.
+QString AddToList(IniAccess& ini, const QString& section, const QString& value);
+// Items 1 to "MAX" of a list, in order. A missing or non-numeric "MAX" is a run-time error.
+QStringList ReadList(IniAccess& ini, const QString& section);
+// The strict integer reading of a settings value ("MAX", "INDEX"): a run-time error when it is not one.
+int StrictInt(const QString& text);
+// The lenient number reading: the numeric prefix of the text (0 when there is none), rounded to the
+// nearest integer with halves to even.
+long long LenientInt(const QString& text);
+
+// The number check: looks at the characters from the first and stops at the first rejected one
+// (a "-" anywhere but first; blank and "!" to ","; "/"; anything above "9"). Returns true when one
+// was rejected, and removes that one character from the text.
+bool CheckNumberText(QString& text);
+
+// The characters "0" to "9" of a text, in order.
+QString DigitsOnly(const QString& text);
+// DigitsOnly read as a 32-bit integer, 0 when there are none; above 2147483647 is an overflow.
+int DigitsValue(const QString& text);
+
+// True when the flag is anything but true (-1).
+bool NotTrue(int flag);
+// "1" when the flag is true (-1), otherwise "0".
+QString FlagText(int flag);
+// The last row or column of a block: the count text's integer value + start - 1, in 16 bits.
+Int16 LastIndex(Int16 start, const QString& countText);
+
+// How the yes/no values of the grid and the database read: "1", "-1", "True" (any case) and any
+// non-zero number are true; "", "0", "False" are false.
+bool TextIsTrue(const QString& text);

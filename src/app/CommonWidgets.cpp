@@ -1,0 +1,94 @@
+#include "CommonWidgets.h"
+
+#include "Common.h"
+#include "IniAccess.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPalette>
+
+void FillComboFromList(IniAccess& ini, QComboBox* combo, const QString& section)
+{
+    combo->addItems(ReadList(ini, section));
+}
+
+void RememberComboText(IniAccess& ini, QComboBox* combo, const QString& section)
+{
+    const QString text = combo->currentText();
+    if (AddToList(ini, section, text) != u"REWRITE")
+        return;
+    combo->clear();
+    FillComboFromList(ini, combo, section);
+    combo->setCurrentIndex(-1);
+    combo->setEditText(text);
+}
+
+void RememberComboValue(IniAccess& ini, QComboBox* combo, const QString& section, const QString& value)
+{
+    if (AddToList(ini, section, value) != u"REWRITE")
+        return;
+    combo->clear();
+    FillComboFromList(ini, combo, section);
+    int found = -1;
+    for (int i = 0; i < combo->count(); ++i)
+        if (combo->itemText(i) == value)
+            found = i;
+    combo->setCurrentIndex(found);
+}
+
+bool CheckNumberBox(QLineEdit* field)
+{
+    QString text = field->text();
+    if (!CheckNumberText(text))
+        return false;
+    field->setText(text);
+    field->setCursorPosition(int(text.size()));
+    return true;
+}
+
+bool CheckNumberBox(QComboBox* field)
+{
+    QString text = field->currentText();
+    if (!CheckNumberText(text))
+        return false;
+    field->setEditText(text);
+    if (field->lineEdit())
+        field->lineEdit()->setCursorPosition(int(text.size()));
+    return true;
+}
+
+bool IsChecked(const QCheckBox* box)
+{
+    return box->checkState() == Qt::Checked;
+}
+
+void SetFieldEnabled(bool enabled, QWidget* field)
+{
+    field->setEnabled(enabled);
+    QPalette pal = field->palette();
+    const QPalette system = QApplication::palette();
+    pal.setColor(QPalette::Active, QPalette::Base, enabled ? system.color(QPalette::Base) : system.color(QPalette::Button));
+    pal.setColor(QPalette::Inactive, QPalette::Base,
+                 enabled ? system.color(QPalette::Base) : system.color(QPalette::Button));
+    pal.setColor(QPalette::Disabled, QPalette::Base, system.color(QPalette::Button));
+    field->setPalette(pal);
+}
+
+void ApplyCheckColor(const QCheckBox* box, QWidget* field, const QString& mode)
+{
+    if (mode != u"COLOR ON")
+        return;
+    SetFieldEnabled(IsChecked(box), field);
+}
+
+void ShowScreen(QWidget* screen, QWidget* owner)
+{
+    if (owner && owner != screen && owner->objectName() != screen->objectName()) {
+        screen->setParent(owner, screen->windowFlags() | Qt::Window);
+    }
+    screen->show();
+    screen->raise();
+    screen->activateWindow();
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+class IniAccess;
+class QAbstractButton;
+class QCheckBox;
+class QComboBox;
+class QLineEdit;
+class QWidget;
+
+// The routines that work on controls.
+
+// Fills a drop-down with items 1 to "MAX" of a remembered list.
+void FillComboFromList(IniAccess& ini, QComboBox* combo, const QString& section);
+// Appends the drop-down's text to the list; when it was new, reloads the drop-down and puts the
+// text back.
+void RememberComboText(IniAccess& ini, QComboBox* combo, const QString& section);
+// Appends the value to the list; when it was new, reloads the drop-down and selects the last item
+// equal to the value (none when there is none).
+void RememberComboValue(IniAccess& ini, QComboBox* combo, const QString& section, const QString& value);
+
+// The number check on a field: a rejected character is removed, the caret goes to the end.
+bool CheckNumberBox(QLineEdit* field);
+bool CheckNumberBox(QComboBox* field);
+
+// True only when the box is ticked (not for the greyed state).
+bool IsChecked(const QCheckBox* box);
+// Enables or disables a field; an enabled field has the window background, a disabled one the
+// button face.
+void SetFieldEnabled(bool enabled, QWidget* field);
+// With the mode "COLOR ON", enables or disables the field by the check box; any other mode does nothing.
+void ApplyCheckColor(const QCheckBox* box, QWidget* field, const QString& mode);
+// Shows a screen modelessly; when it differs from the owner, it stays above the owner.
+void ShowScreen(QWidget* screen, QWidget* owner);
