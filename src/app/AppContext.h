@@ -5,6 +5,7 @@
 #include "IniAccess.h"
 #include "Int16.h"
 #include "MessageService.h"
+#include "PrintRequest.h"
 
 #include <QString>
 #include <functional>
@@ -43,6 +44,9 @@ struct AppContext {
 
     // Set by the main menu: enables or disables its buttons while a work screen is open.
     std::function<void(bool)> enableMenuButtons;
+
+    // Set by the list output: runs a print run and its preview. Screens call it when it is set.
+    std::function<void(const PrintRequest&)> printRun;
 
     // Builds the paths from the program's folder (with or without a trailing separator).
     void setPaths(const QString& programFolder);
