@@ -10,6 +10,7 @@
 #include "WidgetServices.h"
 
 #include <QCheckBox>
+#include <QCoreApplication>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QFormLayout>
@@ -133,7 +134,11 @@ bool DrawingSearchScreen::load()
         FillComboFromList(*m_ctx.ini, m_maker, QStringLiteral("MAKER"));
         ApplyCheckColor(m_makerCheck, m_maker, QStringLiteral("COLOR ON"));
         updateMakerFilter();
-        ConnectDatabase(m_ctx);
+        if (ConnectDatabase(m_ctx).endProgram) {
+            // The connection failed in a way the program cannot go on from; the box has been shown.
+            QCoreApplication::exit(1);
+            return;
+        }
         fillNames();
         ok = true;
     });
