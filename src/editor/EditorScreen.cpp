@@ -102,7 +102,11 @@ EditorScreen::EditorScreen(AppContext& ctx, std::shared_ptr<Database> db, Editor
 
 EditorScreen::~EditorScreen()
 {
-    // The model goes with the view; the grid outlives neither.
+    // The grid (held by the editor) goes before the widgets are torn down: the view lets go of the
+    // model, and the model of the grid, first.
+    m_view->setModel(nullptr);
+    delete m_model;
+    m_model = nullptr;
     m_editor->onRefreshInput = nullptr;
     m_editor->onRefreshDisplay = nullptr;
 }
