@@ -132,6 +132,8 @@ bool DrawingSearchScreen::load()
         FillComboFromList(*m_ctx.ini, m_designer, QStringLiteral("DESINED"));
         m_designer->setCurrentIndex(m_designer->count() > 0 ? 0 : -1);
         FillComboFromList(*m_ctx.ini, m_maker, QStringLiteral("MAKER"));
+        // No maker is chosen until the user picks one.
+        m_maker->setCurrentIndex(-1);
         ApplyCheckColor(m_makerCheck, m_maker, QStringLiteral("COLOR ON"));
         updateMakerFilter();
         if (ConnectDatabase(m_ctx).endProgram) {
@@ -161,6 +163,7 @@ void DrawingSearchScreen::makerCheckClicked()
     if (IsChecked(m_makerCheck)) {
         m_maker->clear();
         FillComboFromList(*m_ctx.ini, m_maker, QStringLiteral("MAKER"));
+        m_maker->setCurrentIndex(-1);
     }
     updateMakerFilter();
 }
@@ -208,10 +211,14 @@ void DrawingSearchScreen::openEditor()
         return;
     }
     ShowScreen(editor, this);
+    // A maker or designer typed here joins its list; an empty field is nothing typed and adds no
+    // empty entry to the lists.
     const QString maker = m_maker->currentText();
     const QString designer = m_designer->currentText();
-    RememberComboValue(*m_ctx.ini, m_maker, QStringLiteral("MAKER"), maker);
-    RememberComboValue(*m_ctx.ini, m_designer, QStringLiteral("DESINED"), designer);
+    if (!maker.trimmed().isEmpty())
+        RememberComboValue(*m_ctx.ini, m_maker, QStringLiteral("MAKER"), maker);
+    if (!designer.trimmed().isEmpty())
+        RememberComboValue(*m_ctx.ini, m_designer, QStringLiteral("DESINED"), designer);
     updateMakerFilter();
 }
 
