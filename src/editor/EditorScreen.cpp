@@ -291,6 +291,7 @@ void EditorScreen::buildUi()
     layout->addWidget(m_view, 1);
     layout->addLayout(bottom);
 
+    FitButtonsToCaptions(this);
     setTabOrder(m_hinmei, m_zaishitu);
     setTabOrder(m_zaishitu, m_suryo);
     setTabOrder(m_suryo, m_tani);

@@ -112,7 +112,8 @@ void DrawingSearchScreen::buildUi()
     BindFunctionKey(this, Qt::Key_F12, m_cmd[1]);
     BindFunctionKey(this, Qt::Key_F1, m_cmd[2]);
     BindFunctionKey(this, Qt::Key_F4, m_cmd[3]);
-    resize(520, 380);
+    FitButtonsToCaptions(this);
+    resize(520, 340);
 }
 
 void DrawingSearchScreen::command(const std::function<void()>& body)
