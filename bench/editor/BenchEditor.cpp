@@ -12,7 +12,8 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace {
+namespace
+{
 double median(std::vector<double> v)
 {
     std::sort(v.begin(), v.end());
@@ -21,14 +22,18 @@ double median(std::vector<double> v)
 
 void storeLines(EditorTestEnv& env, int lines)
 {
-    env.exec(QStringLiteral("INSERT INTO BUHINHYO (CH_DWGNO, CH_ASSY, CH_BUHIN, CH_USER, CH_NAME, CH_HDATE, CH_DESINED) "
-                            "VALUES ('K-9000','250-01','1','客先Ａ','大型ユニット','2024/03/05','山田')"));
+    env.exec(QStringLiteral(
+        "INSERT INTO BUHINHYO (CH_DWGNO, CH_ASSY, CH_BUHIN, CH_USER, CH_NAME, CH_HDATE, CH_DESINED) "
+        "VALUES ('K-9000','250-01','1','客先Ａ','大型ユニット','2024/03/05','山田')"));
     env.peek().transaction();
     QSqlQuery q(env.peek());
-    q.prepare(QStringLiteral(
-        "INSERT INTO BUHINHYO_M (CH_ASSY, CH_DWGNO, CH_USER, CH_BUHIN, CH_ZNO, CH_HINMEI, CH_ZAISHITU, INT_SURYO, "
-        "CH_TANI, INT_SURYO2, CH_TANI2, CH_BIKO, INT_TANKA, INT_KINGK, CH_MAKER, CH_HAISHI, CH_KAKKO, CH_UPDDATE) "
-        "VALUES ('250-01','K-9000','客先Ａ','1',?,?,'SS400',2,'個',1,'m','黒染め',8600,17200,'ミスミ',?,?,'20240305')"));
+    q.prepare(QStringLiteral("INSERT INTO BUHINHYO_M (CH_ASSY, CH_DWGNO, CH_USER, CH_BUHIN, CH_ZNO, "
+                             "CH_HINMEI, CH_ZAISHITU, INT_SURYO, "
+                             "CH_TANI, INT_SURYO2, CH_TANI2, CH_BIKO, INT_TANKA, INT_KINGK, CH_MAKER, "
+                             "CH_HAISHI, CH_KAKKO, CH_UPDDATE) "
+                             "VALUES "
+                             "('250-01','K-9000','客先Ａ','1',?,?,'SS400',2,'個',1,'m','黒染め',8600,17200,'"
+                             "ミスミ',?,?,'20240305')"));
     for (int i = 0; i < lines; ++i) {
         q.addBindValue(QString::number(251 + i).rightJustified(3, u'0'));
         q.addBindValue(QString(QStringLiteral("部品名称") + QString::number(i)));
@@ -96,7 +101,8 @@ int main(int argc, char** argv)
     std::printf("| measurement (%d lines) | median ms | target ms |\n|---|---:|---:|\n", lines);
     std::printf("| first opening (lists, load, screen) | %.1f | |\n", firstOpen);
     std::printf("| load: queries, grid fill, renumber (median of 9) | %.1f | 300 |\n", median(loads));
-    std::printf("| renumber with the grid view attached and repainted (median of 51) | %.2f | 20 |\n", median(renumbers));
+    std::printf("| renumber with the grid view attached and repainted (median of 51) | %.2f | 20 |\n",
+                median(renumbers));
     std::printf("| renumber of the plain grid (median of 51) | %.2f | 20 |\n", median(plainRenumbers));
     const bool ok = median(loads) < 300.0 && median(renumbers) < 20.0;
     std::printf("\n%s\n", ok ? "within targets" : "OUTSIDE TARGETS");

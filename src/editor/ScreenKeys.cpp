@@ -1,10 +1,10 @@
 #include "ScreenKeys.h"
 
 #include <QAbstractButton>
-#include <algorithm>
 #include <QKeySequence>
 #include <QPushButton>
 #include <QShortcut>
+#include <algorithm>
 
 void BindFunctionKey(QWidget* screen, Qt::Key key, QAbstractButton* button)
 {
@@ -19,7 +19,8 @@ void BindFunctionKey(QWidget* screen, Qt::Key key, QAbstractButton* button)
 void FitButtonsToCaptions(QWidget* screen)
 {
     for (QPushButton* b : screen->findChildren<QPushButton*>()) {
-        const int needed = b->fontMetrics().horizontalAdvance(b->text()) + 2 * b->fontMetrics().averageCharWidth() + 12;
+        const int needed =
+            b->fontMetrics().horizontalAdvance(b->text()) + 2 * b->fontMetrics().averageCharWidth() + 12;
         b->setMinimumWidth(std::max(b->minimumWidth(), needed));
     }
 }

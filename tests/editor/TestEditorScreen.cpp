@@ -478,11 +478,11 @@ private Q_SLOTS:
     void screenshots()
     {
         QList<QStringList> lines;
-        const QStringList names{u"ベースプレート"_qs, u"シャフト"_qs, u"カラー"_qs, u"六角穴付きボルト M8×25"_qs,
-                                u"ブラケット"_qs, u"軸受ユニット UCP205"_qs};
+        const QStringList names{u"ベースプレート"_qs,         u"シャフト"_qs,   u"カラー"_qs,
+                                u"六角穴付きボルト M8×25"_qs, u"ブラケット"_qs, u"軸受ユニット UCP205"_qs};
         for (int i = 0; i < 30; ++i)
-            lines << QStringList{QString::number(251 + i), names[i % names.size()], i == 4 ? u"1"_qs : u"0"_qs,
-                                 i == 7 ? u"1"_qs : u"0"_qs};
+            lines << QStringList{QString::number(251 + i), names[i % names.size()],
+                                 i == 4 ? u"1"_qs : u"0"_qs, i == 7 ? u"1"_qs : u"0"_qs};
         env->storeTable(u"K-2401"_qs, u"250-01"_qs, u"1"_qs, u"搬送ユニット"_qs, u"客先Ａ"_qs, lines);
         env->exec(u"UPDATE BUHINHYO_M SET CH_ZAISHITU = 'SS400', INT_TANKA = 8600, INT_KINGK = 8600, "
                   "CH_MAKER = 'ミスミ', CH_BIKO = '黒染め', INT_SURYO2 = 2, CH_TANI2 = 'm'"_qs);
@@ -510,6 +510,35 @@ private Q_SLOTS:
             const QRect corner(editorShot.width() - 620, editorShot.height() - 110, 620, 110);
             editorShot.copy(corner).save(QString::fromLocal8Bit(dir) + u"/editor-commands.png"_qs);
         }
+    }
+
+    void startNumberDialogChecks()
+    {
+        StartNumberDialog dialog(env->ctx, 7);
+        auto* field = control<QLineEdit>(&dialog, "txtZno");
+        QCOMPARE(field->text(), u"7"_qs);
+        QCOMPARE(field->selectedText(), u"7"_qs);
+        typeInto(&dialog, "txtZno", QString());
+        click(&dialog, "cmdOK");
+        QCOMPARE(env->shownBoxes().last(), u"エラー|数値を入力して下さい。"_qs);
+        QVERIFY(!dialog.chosen());
+        typeInto(&dialog, "txtZno", u"1x"_qs);
+        click(&dialog, "cmdOK");
+        QCOMPARE(env->messages.shown.size(), 2);
+        QCOMPARE(field->text(), u"1"_qs);
+        for (const QString& bad : {u"100"_qs, u"-1"_qs}) {
+            typeInto(&dialog, "txtZno", bad);
+            click(&dialog, "cmdOK");
+            QCOMPARE(env->shownBoxes().last(), u"エラー|0～99の数値で指定してください"_qs);
+            QCOMPARE(env->messages.shown.last().icon, MsgIcon::Stop);
+            QCOMPARE(field->selectedText(), bad);
+            QVERIFY(!dialog.chosen());
+        }
+        typeInto(&dialog, "txtZno", u"99"_qs);
+        click(&dialog, "cmdOK");
+        QVERIFY(dialog.chosen());
+        QCOMPARE(dialog.value(), 99);
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
     }
 
     void gridLayout()

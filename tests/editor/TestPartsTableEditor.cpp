@@ -311,6 +311,30 @@ private Q_SLOTS:
         QCOMPARE(column(Tanka), (QStringList{QString(), QString(), QString()}));
     }
 
+    void copiedLinesComeInAsNewLines()
+    {
+        ed->open(values());
+        PartsLine a;
+        a.number = u"99"_qs;
+        a.zno = u"(7)"_qs;
+        a.hinmei = u"A"_qs;
+        a.suryo = u"2"_qs;
+        a.kakko = true;
+        PartsLine b;
+        b.hinmei = u"B"_qs;
+        b.haishi = true;
+        ed->appendCopiedLines({a, b});
+        // The lone empty line is replaced; the copies carry no stored number and are renumbered.
+        QCOMPARE(column(Hinmei), (QStringList{u"A"_qs, u"B"_qs}));
+        QCOMPARE(column(Number), (QStringList{QString(), QString()}));
+        QCOMPARE(column(Zno), (QStringList{u"(251)"_qs, u"252"_qs}));
+        QCOMPARE(column(No), (QStringList{u"1"_qs, u"廃止"_qs}));
+        QVERIFY(ed->grid().marked(2));
+        ed->appendCopiedLines({b});
+        QCOMPARE(column(Hinmei), (QStringList{u"A"_qs, u"B"_qs, u"B"_qs}));
+        QCOMPARE(ed->grid().currentRow(), 3);
+    }
+
     void printRequestCarriesHeaderAndOptions()
     {
         ed->open(values());
