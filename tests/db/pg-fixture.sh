@@ -10,6 +10,9 @@ set -uo pipefail
 
 action=${1:?start or stop}
 dir=${2:?folder}
+case "$dir" in
+  /|/tmp|/tmp/) echo "pg-fixture: refusing folder $dir" >&2; exit 2 ;;
+esac
 bin=${PG_BIN:-/usr/lib/postgresql/15/bin}
 user=buhinhyo
 password=buhinhyo-test-pw
@@ -67,6 +70,10 @@ start() {
       started=yes
       break
     fi
+    # Only a port taken in the meantime is worth another try.
+    grep -q "could not bind\|could not create listen socket\|already in use" "$dir/server.log" 2>/dev/null ||
+      fail "the server did not start"
+    as_owner timeout 30 "$bin/pg_ctl" -D "$dir/data" -m immediate -w -t 20 stop >/dev/null 2>&1
   done
   [ "$started" = yes ] || fail "the server did not start"
 
