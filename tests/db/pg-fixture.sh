@@ -14,6 +14,8 @@ case "$dir" in
   /|/tmp|/tmp/) echo "pg-fixture: refusing folder $dir" >&2; exit 2 ;;
 esac
 bin=${PG_BIN:-/usr/lib/postgresql/15/bin}
+# The server's user may not be allowed into the build folder (a checkout under /root).
+cd /tmp || exit 1
 user=buhinhyo
 password=buhinhyo-test-pw
 
@@ -82,8 +84,10 @@ start() {
   as_owner timeout 60 "$psql" -X -q -v ON_ERROR_STOP=1 -h "$dir" -p "$port" -U postgres -d postgres \
     -c "CREATE ROLE $user LOGIN PASSWORD '$password'" -c "CREATE DATABASE buhinhyo OWNER $user" >/dev/null ||
     fail "cannot create the user and the database"
+  # Read here and handed over on stdin: the server's user may not be able to read the checkout.
+  [ -r "$schema" ] || fail "cannot read $schema"
   as_owner timeout 60 "$psql" -X -q -v ON_ERROR_STOP=1 -h "$dir" -p "$port" -U "$user" -d buhinhyo \
-    -f "$schema" >/dev/null || fail "cannot create the tables"
+    <"$schema" >/dev/null || fail "cannot create the tables"
 
   local driver
   driver=$(find /usr/lib /usr/local/lib -name psqlodbcw.so 2>/dev/null | head -n1)
