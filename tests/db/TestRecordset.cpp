@@ -209,6 +209,14 @@ private Q_SLOTS:
         QVERIFY_THROWS_EXCEPTION(RuntimeError,
                                  OpenRecordset(db, rs, QStringLiteral("SELECT * FROM NO_SUCH_TABLE")));
         QVERIFY_THROWS_EXCEPTION(RuntimeError, db.Execute(QStringLiteral("DELETE FROM NO_SUCH_TABLE")));
+
+        // A delete opened as a record set runs (Jet form included) and leaves an empty set.
+        addLine(db, QStringLiteral("251"), QStringLiteral("カラー"), 1, false);
+        OpenRecordset(db, rs, QStringLiteral("DELETE * FROM BUHINHYO_M WHERE CH_DWGNO = 'K-1'"));
+        QCOMPARE(rs->RecordCount(), 0);
+        QVERIFY(rs->Eof());
+        rs->Close();
+        QCOMPARE(count(db), 0);
     }
 
     void settingsTableHasItsColumnsInOrder()
