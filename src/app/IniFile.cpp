@@ -32,7 +32,8 @@ QString toCp932Forms(QString text)
 bool isValidUtf8(const QByteArray& bytes)
 {
     QStringDecoder dec(QStringDecoder::Utf8);
-    (void)dec.decode(bytes);
+    const QString decoded = dec.decode(bytes); // decoding happens when the result is taken
+    Q_UNUSED(decoded);
     return !dec.hasError();
 }
 
