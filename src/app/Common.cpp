@@ -91,7 +91,8 @@ bool CheckNumberText(QString& text)
         const bool rejected = (c == u'-' && i > 0) || (c >= 32 && c < 45) || c == u'/' || c > u'9';
         if (rejected) {
             // A character outside the basic plane is one character to the user: remove both halves.
-            const bool pair = text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate();
+            const bool pair =
+                text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate();
             text.remove(i, pair ? 2 : 1);
             return true;
         }

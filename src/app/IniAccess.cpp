@@ -2,12 +2,14 @@
 
 #include "MessageService.h"
 
-namespace {
+namespace
+{
 const QString kIniErrorTitle = QStringLiteral("ＩＮＩファイルエラー");
 constexpr int kValueBytes = 99;
 } // namespace
 
-IniAccess::IniAccess(MessageService& messages, QString iniPath) : m_messages(messages), m_iniPath(std::move(iniPath))
+IniAccess::IniAccess(MessageService& messages, QString iniPath)
+    : m_messages(messages), m_iniPath(std::move(iniPath))
 {
 }
 
@@ -19,7 +21,8 @@ IniFile& IniAccess::file(const QString& path)
     return *it->second;
 }
 
-QString IniAccess::IniGet(const QString& file, const QString& section, const QString& key, const QString& mode)
+QString IniAccess::IniGet(const QString& file, const QString& section, const QString& key,
+                          const QString& mode)
 {
     const QString fallback = mode == u"GET" ? QStringLiteral("EOF") + QStringLiteral("タグ：") + section +
                                                   QStringLiteral("　キー：") + key
@@ -43,12 +46,14 @@ bool IniAccess::IniPut(const QString& file, const QString& section, const QStrin
         return true;
     case IniFile::WriteResult::NotEncodable:
         m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
-                        QStringLiteral("ＩＮＩファイル書き込みエラー") + u'\n' + ini.lastError() + u'\n' + value);
+                        QStringLiteral("ＩＮＩファイル書き込みエラー") + u'\n' + ini.lastError() + u'\n' +
+                            value);
         return false;
     case IniFile::WriteResult::IoError:
         break;
     }
-    m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle, QStringLiteral("ＩＮＩファイル書き込みエラー"));
+    m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
+                    QStringLiteral("ＩＮＩファイル書き込みエラー"));
     return false;
 }
 

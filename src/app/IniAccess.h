@@ -28,7 +28,10 @@ public:
     QString ShowMessage(const QString& code, const QString& extra);
 
     // Shortcuts on the program's own settings file.
-    QString get(const QString& section, const QString& key) { return IniGet(m_iniPath, section, key, QStringLiteral("GET")); }
+    QString get(const QString& section, const QString& key)
+    {
+        return IniGet(m_iniPath, section, key, QStringLiteral("GET"));
+    }
     QString find(const QString& section, const QString& key)
     {
         return IniGet(m_iniPath, section, key, QStringLiteral("FIND"));

@@ -6,13 +6,15 @@
 #include <QStringDecoder>
 #include <QStringEncoder>
 
-namespace {
+namespace
+{
 
 const QByteArray kBom("\xEF\xBB\xBF");
 
 QString unquote(QString v)
 {
-    if (v.size() >= 2 && ((v.front() == u'"' && v.back() == u'"') || (v.front() == u'\'' && v.back() == u'\'')))
+    if (v.size() >= 2 &&
+        ((v.front() == u'"' && v.back() == u'"') || (v.front() == u'\'' && v.back() == u'\'')))
         v = v.mid(1, v.size() - 2);
     return v;
 }
@@ -294,7 +296,8 @@ QString IniFile::describeDamage(const QString& path)
     if (!f.open(QIODevice::ReadOnly))
         return QStringLiteral("ファイルを開けません（%1）。").arg(f.errorString());
     if (f.size() > kMaxFileSize)
-        return QStringLiteral("ファイルが大きすぎます（%1 バイト）。設定ファイルではありません。").arg(f.size());
+        return QStringLiteral("ファイルが大きすぎます（%1 バイト）。設定ファイルではありません。")
+            .arg(f.size());
     QByteArray all = f.readAll();
     const bool bom = all.startsWith(kBom);
     if (bom)

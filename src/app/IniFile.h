@@ -59,7 +59,7 @@ private:
     struct Section {
         QString name;
         int headerLine;
-        int lastLine; // last non-blank line of the section (the header when empty)
+        int lastLine;               // last non-blank line of the section (the header when empty)
         QHash<QString, Entry> keys; // lower-case key -> first occurrence
     };
 

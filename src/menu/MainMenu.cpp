@@ -19,7 +19,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-namespace {
+namespace
+{
 
 QColor fromBgr(quint32 bgr)
 {

@@ -43,15 +43,17 @@ struct RecordingMenuView : MenuView {
 // by the tests through IniFile instead).
 inline QString completeMenuText(const QString& color = QStringLiteral("3"))
 {
-    QString t = QStringLiteral("[HEAD]\r\nTITLE=部品表\r\nCOLOR=") + color + QStringLiteral("\r\n[BOTTANR]\r\n");
+    QString t =
+        QStringLiteral("[HEAD]\r\nTITLE=部品表\r\nCOLOR=") + color + QStringLiteral("\r\n[BOTTANR]\r\n");
     for (int i = 1; i <= 10; ++i)
         t += QStringLiteral("%1=%2\r\n").arg(i).arg(i <= 3 ? QStringLiteral("グループ%1").arg(i) : QString());
     for (int g = 1; g <= 10; ++g) {
         t += QStringLiteral("[BOTTANL%1]\r\n").arg(g);
         for (int k = 1; k <= 24; ++k)
-            t += QStringLiteral("%1=%2\r\n")
-                     .arg(k)
-                     .arg(k <= 3 ? QStringLiteral("G%1ボタン%2//T%1_%2").arg(g).arg(k) : QStringLiteral("//"));
+            t +=
+                QStringLiteral("%1=%2\r\n")
+                    .arg(k)
+                    .arg(k <= 3 ? QStringLiteral("G%1ボタン%2//T%1_%2").arg(g).arg(k) : QStringLiteral("//"));
     }
     t += QStringLiteral("[MSGCD]\r\nE001=既に起動しています。\r\nE002=メニュー設定エラー：\r\n");
     return t;

@@ -102,7 +102,8 @@ private Q_SLOTS:
 
     void addToListAppendsOnlyNewValues()
     {
-        writeCp932File(m_path, QStringLiteral("[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n[NEXT]\r\nX=1\r\n"));
+        writeCp932File(
+            m_path, QStringLiteral("[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n[NEXT]\r\nX=1\r\n"));
         IniAccess ini(m_msgs, m_path);
         const QByteArray before = readFileBytes(m_path);
         // Already there twice: "OK", nothing written.
@@ -112,8 +113,9 @@ private Q_SLOTS:
         QCOMPARE(AddToList(ini, QStringLiteral("MAKER"), QStringLiteral("thk")), QStringLiteral("REWRITE"));
         QCOMPARE(AddToList(ini, QStringLiteral("MAKER"), QString()), QStringLiteral("REWRITE"));
         QCOMPARE(readFileBytes(m_path),
-                 *IniFile::encodeCp932(QStringLiteral("[MAKER]\r\nMAX=5\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n4=thk\r\n5=\r\n"
-                                                      "[NEXT]\r\nX=1\r\n")));
+                 *IniFile::encodeCp932(
+                     QStringLiteral("[MAKER]\r\nMAX=5\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n4=thk\r\n5=\r\n"
+                                    "[NEXT]\r\nX=1\r\n")));
         QCOMPARE(ReadList(ini, QStringLiteral("MAKER")),
                  QStringList({QStringLiteral("ミスミ"), QStringLiteral("THK"), QStringLiteral("ミスミ"),
                               QStringLiteral("thk"), QString()}));

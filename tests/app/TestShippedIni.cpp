@@ -10,7 +10,8 @@
 #include <QtTest>
 #include <utility>
 
-namespace {
+namespace
+{
 
 using Key = std::pair<QString, QString>;
 
@@ -24,12 +25,14 @@ QString s(const char16_t* text)
 QList<Key> requiredKeys()
 {
     QList<Key> keys = {
-        {s(u"HEAD"), s(u"TITLE")},   {s(u"HEAD"), s(u"COLOR")}, {s(u"DBMS"), s(u"DB")},
-        {s(u"LOCAL"), s(u"MDB")},    {s(u"ORACLE"), s(u"DSN")}, {s(u"ORACLE"), s(u"UID")},
-        {s(u"ORACLE"), s(u"PWD")},   {s(u"ODBC"), s(u"PRV")},   {s(u"ODBC"), s(u"DSN")},
-        {s(u"ODBC"), s(u"UID")},     {s(u"ODBC"), s(u"PWD")},   {s(u"USER"), s(u"MAX")},
-        {s(u"MAKER"), s(u"MAX")},    {s(u"STANI"), s(u"MAX")},  {s(u"DESINED"), s(u"MAX")},
-        {s(u"KVRCAD0002COMBOMAX"), s(u"MAX")},
+        {s(u"HEAD"), s(u"TITLE")},  {s(u"HEAD"), s(u"COLOR")},
+        {s(u"DBMS"), s(u"DB")},     {s(u"LOCAL"), s(u"MDB")},
+        {s(u"ORACLE"), s(u"DSN")},  {s(u"ORACLE"), s(u"UID")},
+        {s(u"ORACLE"), s(u"PWD")},  {s(u"ODBC"), s(u"PRV")},
+        {s(u"ODBC"), s(u"DSN")},    {s(u"ODBC"), s(u"UID")},
+        {s(u"ODBC"), s(u"PWD")},    {s(u"USER"), s(u"MAX")},
+        {s(u"MAKER"), s(u"MAX")},   {s(u"STANI"), s(u"MAX")},
+        {s(u"DESINED"), s(u"MAX")}, {s(u"KVRCAD0002COMBOMAX"), s(u"MAX")},
     };
     for (int i = 1; i <= 10; ++i)
         keys.append({s(u"BOTTANR"), QString::number(i)});
@@ -40,8 +43,9 @@ QList<Key> requiredKeys()
         keys.append({s(u"KVRCAD0002COMBO") + QString::number(n), s(u"MAX")});
         keys.append({s(u"KVRCAD0002COMBO") + QString::number(n), s(u"INDEX")});
     }
-    for (const char16_t* code : {u"E001", u"E002", u"E003", u"E102", u"E103", u"E108", u"E109", u"E111", u"E114",
-                                 u"E115", u"E117", u"E118", u"E120", u"E150", u"I100", u"Q001", u"Q105"})
+    for (const char16_t* code :
+         {u"E001", u"E002", u"E003", u"E102", u"E103", u"E108", u"E109", u"E111", u"E114", u"E115", u"E117",
+          u"E118", u"E120", u"E150", u"I100", u"Q001", u"Q105"})
         keys.append({s(u"MSGCD"), s(code)});
     return keys;
 }
@@ -101,10 +105,10 @@ private Q_SLOTS:
             QCOMPARE(StrictInt(ini.get(section, QStringLiteral("INDEX"))), n - 1);
         }
         const QStringList units = ReadList(ini, QStringLiteral("STANI"));
-        for (const QString& unit : {QStringLiteral("個"), QStringLiteral("本"), QStringLiteral("枚"),
-                                    QStringLiteral("組"), QStringLiteral("セット"), QStringLiteral("m"),
-                                    QStringLiteral("R"), QStringLiteral("L"), QStringLiteral("R/L×"),
-                                    QStringLiteral("L/R×"), QStringLiteral("計")})
+        for (const QString& unit :
+             {QStringLiteral("個"), QStringLiteral("本"), QStringLiteral("枚"), QStringLiteral("組"),
+              QStringLiteral("セット"), QStringLiteral("m"), QStringLiteral("R"), QStringLiteral("L"),
+              QStringLiteral("R/L×"), QStringLiteral("L/R×"), QStringLiteral("計")})
             QVERIFY2(units.contains(unit), qPrintable(unit));
         QCOMPARE(ini.get(QStringLiteral("DBMS"), QStringLiteral("DB")), QStringLiteral("LOCAL"));
         QCOMPARE(ini.get(QStringLiteral("LOCAL"), QStringLiteral("MDB")), QStringLiteral("DB\\CADDB.sqlite"));

@@ -166,10 +166,11 @@ private Q_SLOTS:
         QString sections;
         for (int i = 0; i < 10000; ++i)
             sections += QStringLiteral("[S%1]\r\nK=%1\r\n").arg(i);
-        QTest::newRow("10,000 sections") << QStringLiteral("TITLE=部品表") << sections << QStringLiteral("部品表");
+        QTest::newRow("10,000 sections")
+            << QStringLiteral("TITLE=部品表") << sections << QStringLiteral("部品表");
         // A 100 KB title comes back as its first 99 bytes: 49 double-byte characters.
-        QTest::newRow("100 KB line") << QStringLiteral("TITLE=") + QString(50 * 1024, QChar(0x90E8)) << QString()
-                                     << QString(49, QChar(0x90E8));
+        QTest::newRow("100 KB line") << QStringLiteral("TITLE=") + QString(50 * 1024, QChar(0x90E8))
+                                     << QString() << QString(49, QChar(0x90E8));
     }
 
     void largeButValidFilesStartNormally()
@@ -214,8 +215,9 @@ private Q_SLOTS:
         ScriptedMessageService msgs;
         IniAccess access(msgs, ini());
         IniFile& file = access.file(ini());
-        QCOMPARE(file.write(QStringLiteral("BOTTANL4"), QStringLiteral("1"), QStringLiteral("  設定  //  KVR  ")),
-                 IniFile::WriteResult::Ok);
+        QCOMPARE(
+            file.write(QStringLiteral("BOTTANL4"), QStringLiteral("1"), QStringLiteral("  設定  //  KVR  ")),
+            IniFile::WriteResult::Ok);
         QCOMPARE(file.write(QStringLiteral("BOTTANL1"), QStringLiteral("5"), QStringLiteral("//")),
                  IniFile::WriteResult::Ok);
         QCOMPARE(file.write(QStringLiteral("BOTTANL1"), QStringLiteral("6"), QStringLiteral("見出し//")),
@@ -305,7 +307,8 @@ private Q_SLOTS:
         QVERIFY(!view.title);
         QVERIFY(!view.color);
         QCOMPARE(msgs.shown.size(), 1); // the missing COLOR key
-        QCOMPARE(msgs.shown[0].text, QStringLiteral("ＩＮＩファイルが無いかキーが存在しません。タグ：HEAD　キー：COLOR"));
+        QCOMPARE(msgs.shown[0].text,
+                 QStringLiteral("ＩＮＩファイルが無いかキーが存在しません。タグ：HEAD　キー：COLOR"));
     }
 
     void aBadEntryStopsTheLoadKeepingWhatWasApplied()
@@ -313,7 +316,8 @@ private Q_SLOTS:
         writeCp932File(ini(), completeMenuText());
         ScriptedMessageService msgs;
         IniAccess access(msgs, ini());
-        QCOMPARE(access.file(ini()).write(QStringLiteral("BOTTANL1"), QStringLiteral("3"), QStringLiteral("区切りなし")),
+        QCOMPARE(access.file(ini()).write(QStringLiteral("BOTTANL1"), QStringLiteral("3"),
+                                          QStringLiteral("区切りなし")),
                  IniFile::WriteResult::Ok);
         MenuState state;
         RecordingMenuView view;
@@ -349,7 +353,8 @@ private Q_SLOTS:
         RecordingMenuView view;
         QVERIFY(!LoadMenuSettings(access, state, view));
         QCOMPARE(msgs.shown.size(), 2);
-        QCOMPARE(msgs.shown[0].text, QStringLiteral("ＩＮＩファイルが無いかキーが存在しません。タグ：BOTTANL2　キー：1"));
+        QCOMPARE(msgs.shown[0].text,
+                 QStringLiteral("ＩＮＩファイルが無いかキーが存在しません。タグ：BOTTANL2　キー：1"));
         QVERIFY(msgs.shown[1].text.contains(QStringLiteral("EOFタグ：BOTTANL2")));
         QCOMPARE(state.ButtonTable[0][23].Caption, QString());
         QCOMPARE(state.ButtonTable[0][0].Caption, QStringLiteral("G1ボタン1"));

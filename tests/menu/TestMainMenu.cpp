@@ -25,7 +25,10 @@ class TestMainMenu : public QObject
     std::unique_ptr<MainMenu> m_menu;
 
     QPushButton* left(int k) { return m_menu->findChild<QPushButton*>(QStringLiteral("cmdLeft_%1").arg(k)); }
-    QPushButton* right(int i) { return m_menu->findChild<QPushButton*>(QStringLiteral("cmdRight_%1").arg(i)); }
+    QPushButton* right(int i)
+    {
+        return m_menu->findChild<QPushButton*>(QStringLiteral("cmdRight_%1").arg(i));
+    }
 
     // Start-up as the program does it, on a settings file made for the test.
     void startWith(const QString& iniText, const QString& iniPath = QString())
