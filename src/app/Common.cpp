@@ -79,6 +79,10 @@ QString AddToList(IniAccess& ini, const QString& section, const QString& value)
     }
     if (hit)
         return QStringLiteral("OK");
+    // A typed text that the settings file cannot hold is refused before anything is written, so the
+    // list never gains a count without its item. Nothing changed: the drop-down stays as it is.
+    if (!ini.CheckStorable(ini.iniPath(), value))
+        return QStringLiteral("OK");
     ini.put(section, QStringLiteral("MAX"), QString::number(count + 1));
     ini.put(section, QString::number(count + 1), value);
     return QStringLiteral("REWRITE");

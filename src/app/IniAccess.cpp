@@ -43,11 +43,11 @@ bool IniAccess::IniPut(const QString& file, const QString& section, const QStrin
     IniFile& ini = this->file(file);
     switch (ini.write(section, key, value)) {
     case IniFile::WriteResult::Ok:
+        if (onWrite)
+            onWrite(file, section, key, value);
         return true;
     case IniFile::WriteResult::NotEncodable:
-        m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
-                        QStringLiteral("ＩＮＩファイル書き込みエラー") + u'\n' + ini.lastError() + u'\n' +
-                            value);
+        showUnstorable(ini.lastError(), value);
         return false;
     case IniFile::WriteResult::IoError:
         break;
@@ -55,6 +55,20 @@ bool IniAccess::IniPut(const QString& file, const QString& section, const QStrin
     m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
                     QStringLiteral("ＩＮＩファイル書き込みエラー"));
     return false;
+}
+
+bool IniAccess::CheckStorable(const QString& file, const QString& text)
+{
+    if (this->file(file).canHold(text))
+        return true;
+    showUnstorable(IniFile::unencodableText(text), text);
+    return false;
+}
+
+void IniAccess::showUnstorable(const QString& reason, const QString& value)
+{
+    m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
+                    QStringLiteral("ＩＮＩファイル書き込みエラー") + u'\n' + reason + u'\n' + value);
 }
 
 QString IniAccess::ShowMessage(const QString& code, const QString& extra)

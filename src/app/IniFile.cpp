@@ -208,6 +208,27 @@ std::optional<QString> IniFile::read(const QString& section, const QString& key)
     return k->value;
 }
 
+bool IniFile::canHold(const QString& text)
+{
+    reloadIfChanged();
+    return encodeLine(text).has_value();
+}
+
+QString IniFile::unencodableText(const QString& text)
+{
+    QString bad;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const qsizetype n = text[i].isHighSurrogate() && i + 1 < text.size() ? 2 : 1;
+        const QString ch = text.mid(i, n);
+        if (!encodeCp932(ch) && !bad.contains(ch))
+            bad += ch;
+        i += n - 1;
+    }
+    return QStringLiteral("「%1」は設定ファイルの文字コード(Shift-JIS)で表せない文字です。"
+                          "この文字を使わずに入力し直して下さい。")
+        .arg(bad);
+}
+
 IniFile::WriteResult IniFile::write(const QString& section, const QString& key, const QString& value)
 {
     m_error.clear();
@@ -215,19 +236,7 @@ IniFile::WriteResult IniFile::write(const QString& section, const QString& key, 
     const QString sectionName = section.trimmed();
     const QString keyName = key.trimmed();
     if (!encodeLine(value) || !encodeLine(keyName) || !encodeLine(sectionName)) {
-        QString bad;
-        for (const QString& text : {value, keyName, sectionName}) {
-            for (qsizetype i = 0; i < text.size(); ++i) {
-                const qsizetype n = text[i].isHighSurrogate() && i + 1 < text.size() ? 2 : 1;
-                const QString ch = text.mid(i, n);
-                if (!encodeLine(ch) && !bad.contains(ch))
-                    bad += ch;
-                i += n - 1;
-            }
-        }
-        m_error = QStringLiteral("「%1」は設定ファイルの文字コード(Shift-JIS)で表せない文字です。"
-                                 "この文字を使わずに入力し直して下さい。")
-                      .arg(bad);
+        m_error = unencodableText(value + keyName + sectionName);
         return WriteResult::NotEncodable;
     }
     QFileInfo fi(m_path);
@@ -282,6 +291,8 @@ bool IniFile::saveLines(QList<Line> lines)
         out += l.raw + l.eol;
     // Written beside the file and renamed over it: a failure part-way never leaves half a file.
     QSaveFile f(m_path);
+    // A folder the user may not write in, holding a file the user may write: write in place.
+    f.setDirectWriteFallback(true);
     if (!f.open(QIODevice::WriteOnly) || f.write(out) != out.size() || !f.commit()) {
         m_error = f.errorString();
         return false;

@@ -32,6 +32,10 @@ public:
     // (NotEncodable) rather than written as some other text.
     WriteResult write(const QString& section, const QString& key, const QString& value);
     QString lastError() const { return m_error; }
+    // True when the file's encoding can hold the text (always for a UTF-8 file).
+    bool canHold(const QString& text);
+    // The message for a text that Shift-JIS cannot hold, naming the characters.
+    static QString unencodableText(const QString& text);
 
     bool isUtf8() const { return m_utf8; }
 

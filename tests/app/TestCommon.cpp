@@ -138,15 +138,26 @@ private Q_SLOTS:
 
     void addToListWritesTheCountBeforeTheItem()
     {
-        // The item cannot be written (no Shift-JIS form): the count written before it stays, as
-        // there is no rollback, and the caller is told "REWRITE" all the same.
         writeCp932File(m_path, QStringLiteral("[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"));
         IniAccess ini(m_msgs, m_path);
-        QCOMPARE(AddToList(ini, QStringLiteral("USER"), QStringLiteral("客先😀")), QStringLiteral("REWRITE"));
-        QCOMPARE(ini.get(QStringLiteral("USER"), QStringLiteral("MAX")), QStringLiteral("2"));
-        QCOMPARE(ini.find(QStringLiteral("USER"), QStringLiteral("2")), QStringLiteral("NOT FOUND"));
+        QStringList writes;
+        ini.onWrite = [&writes](const QString&, const QString& section, const QString& key, const QString& value) {
+            writes << section + u'/' + key + u'=' + value;
+        };
+        QCOMPARE(AddToList(ini, QStringLiteral("user"), QStringLiteral("客先Ｂ")), QStringLiteral("REWRITE"));
+        QCOMPARE(writes, QStringList({QStringLiteral("user/MAX=2"), QStringLiteral("user/2=客先Ｂ")}));
+    }
+
+    void addToListRefusesTextsTheFileCannotHold()
+    {
+        writeCp932File(m_path, QStringLiteral("[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"));
+        const QByteArray before = readFileBytes(m_path);
+        IniAccess ini(m_msgs, m_path);
+        QCOMPARE(AddToList(ini, QStringLiteral("USER"), QStringLiteral("客先😀")), QStringLiteral("OK"));
+        QCOMPARE(readFileBytes(m_path), before);
         QCOMPARE(m_msgs.shown.size(), 1);
-        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("😀")));
+        QCOMPARE(m_msgs.shown[0].title, QStringLiteral("ＩＮＩファイルエラー"));
+        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("「😀」")));
     }
 
     void enableMenuButtonsCallsTheMenuWhenThereIsOne()

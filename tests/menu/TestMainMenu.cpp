@@ -209,14 +209,18 @@ private Q_SLOTS:
         QTest::keyClick(m_menu.get(), Qt::Key_F9);
         QCOMPARE(setups, 1);
         QCOMPARE(m_msgs.beeps, 1);
+        left(0)->setFocus();
+        QTest::keyClick(left(0), Qt::Key_F9); // from a focused button the key reaches the menu
+        QCOMPARE(setups, 2);
+        QCOMPARE(m_msgs.beeps, 2);
         QTest::keyClick(m_menu.get(), Qt::Key_F5); // no other key is handled
         QTest::keyClick(m_menu.get(), Qt::Key_F12);
-        QCOMPARE(m_msgs.beeps, 1);
+        QCOMPARE(m_msgs.beeps, 2);
 
         EnableMenuButtons(*m_ctx, false);
         QTest::keyClick(m_menu.get(), Qt::Key_F9);
         QTest::keyClick(m_menu.get(), Qt::Key_Escape);
-        QCOMPARE(setups, 1);
+        QCOMPARE(setups, 2);
         QCOMPARE(ends, 0);
         EnableMenuButtons(*m_ctx, true);
         right(11)->hide();
@@ -229,6 +233,21 @@ private Q_SLOTS:
         QCOMPARE(ends, 1);
         QVERIFY(!m_menu->isVisible());
         QVERIFY(QGuiApplication::clipboard()->text().isEmpty());
+    }
+
+    void printerSetUpOpensThePageSetupDialog()
+    {
+        startWith(completeMenuText());
+        QString seen;
+        QTimer::singleShot(200, this, [&seen] {
+            if (QWidget* dialog = QApplication::activeModalWidget()) {
+                seen = dialog->windowTitle();
+                dialog->close();
+            }
+        });
+        QTest::mouseClick(right(10), Qt::LeftButton);
+        QCOMPARE(seen, QStringLiteral("プリンタ設定"));
+        QVERIFY(m_menu->isVisible());
     }
 
     void theMenuCanGoWhileItsScreensLive()
