@@ -1,7 +1,10 @@
 #include "Database.h"
+#include "EditorLists.h"
 #include "EditorTestEnv.h"
+#include "IniAccess.h"
 #include "PartsRecords.h"
 #include "PartsTableEditor.h"
+#include "TestSupport.h"
 
 #include <QtTest>
 
@@ -333,6 +336,21 @@ private Q_SLOTS:
         ed->appendCopiedLines({b});
         QCOMPARE(column(Hinmei), (QStringList{u"A"_qs, u"B"_qs, u"B"_qs}));
         QCOMPARE(ed->grid().currentRow(), 3);
+    }
+
+    void shippedSettingsFeedTheLists()
+    {
+        IniAccess shipped(env->messages, shippedIniPath());
+        const EditorLists lists = ReadEditorLists(shipped);
+        QVERIFY(env->messages.shown.isEmpty());
+        QVERIFY(!lists.customers.isEmpty());
+        QVERIFY(!lists.makers.isEmpty());
+        QVERIFY(!lists.units.isEmpty());
+        QCOMPARE(lists.inputs.size(), 8);
+        QVERIFY(!lists.nameItems().isEmpty());
+        QVERIFY(!lists.materialItems().isEmpty());
+        for (const char* code : {"E102", "E103", "I100", "Q001"})
+            QVERIFY(!shipped.find(u"MSGCD"_qs, QString::fromLatin1(code)).startsWith(u"NOT FOUND"_qs));
     }
 
     void printRequestCarriesHeaderAndOptions()
