@@ -222,6 +222,10 @@ private Q_SLOTS:
         control<QWidget>(screen, "cmd3")->setEnabled(true);
         QTest::keyClick(control<QWidget>(screen, "txtAssy"), Qt::Key_F4);
         QCOMPARE(env->messages.shown.size(), 1); // the input check
+        // F4 in a drop-down presses the delete button too, rather than opening the list.
+        control<QWidget>(screen, "cboName")->setFocus();
+        QTest::keyClick(control<QWidget>(screen, "cboName"), Qt::Key_F4);
+        QCOMPARE(env->messages.shown.size(), 2);
         env->messages.clear();
         env->ctx.DataSearchFlag = Int16::from(7);
         QTest::keyClick(screen, Qt::Key_F1);
