@@ -2,6 +2,7 @@
 
 #include "AppContext.h"
 #include "CommandGuard.h"
+#include "Common.h"
 #include "CommonWidgets.h"
 #include "Connect.h"
 #include "Database.h"
@@ -265,8 +266,7 @@ void DrawingSearchScreen::closeEvent(QCloseEvent* event)
             return;
         }
     }
-    if (m_ctx.enableMenuButtons)
-        m_ctx.enableMenuButtons(true);
+    EnableMenuButtons(m_ctx, true);
     m_ctx.DbConnection.reset();
     event->accept();
 }
@@ -274,8 +274,7 @@ void DrawingSearchScreen::closeEvent(QCloseEvent* event)
 QWidget* createDrawingSearch(AppContext& ctx, QWidget* owner, SearchHooks hooks)
 {
     auto* screen = new DrawingSearchScreen(ctx, std::move(hooks), nullptr);
-    if (ctx.enableMenuButtons)
-        ctx.enableMenuButtons(false);
+    EnableMenuButtons(ctx, false);
     screen->load();
     ShowScreen(screen, owner);
     return screen;
