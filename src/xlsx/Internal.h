@@ -115,6 +115,7 @@ public:
     int derive(int base, const StylePatch& patch);
     int numFmtId(const std::string& code);
     std::string numFmtCode(int xf) const;
+    std::string codeOfId(int numFmtId) const;
     HAlign align(int xf) const;
     bool strike(int xf) const;
     std::optional<std::uint32_t> fill(int xf) const;
@@ -123,6 +124,7 @@ public:
 
 private:
     void indexAll();
+    int deriveChanged(int base, const StylePatch& patch);
     int intern(pugi::xml_node container, std::vector<pugi::xml_node>& list,
                std::unordered_map<std::string, int>& map, pugi::xml_node candidate);
     std::string part_;

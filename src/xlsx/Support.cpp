@@ -435,7 +435,11 @@ std::string Styles::numFmtCode(int xf) const
 {
     if (xf < 0 || static_cast<std::size_t>(xf) >= xfs_.size())
         return "General";
-    int id = xfs_[static_cast<std::size_t>(xf)].attribute("numFmtId").as_int(0);
+    return codeOfId(xfs_[static_cast<std::size_t>(xf)].attribute("numFmtId").as_int(0));
+}
+
+std::string Styles::codeOfId(int id) const
+{
     if (auto it = numFmts_.find(id); it != numFmts_.end())
         return it->second;
     for (auto& [code, bid] : builtinFormats())
@@ -502,6 +506,23 @@ int Styles::derive(int base, const StylePatch& patch)
         base = 0;
     if (xfs_.empty())
         throw Error("styles.xml にセル書式（cellXfs）がありません。");
+    // a patch that changes nothing keeps the cell's format as it is
+    StylePatch p = patch;
+    if (p.numFmt >= 0 && numFmtCode(base) == codeOfId(p.numFmt))
+        p.numFmt = -1;
+    if (p.align >= 0 && static_cast<int>(align(base)) == p.align)
+        p.align = -1;
+    if (p.strike >= 0 && strike(base) == (p.strike != 0))
+        p.strike = -1;
+    if (p.fill >= 0 && fill(base) == std::optional<std::uint32_t>(static_cast<std::uint32_t>(p.fill)))
+        p.fill = -1;
+    if (p.numFmt < 0 && p.align < 0 && p.strike < 0 && p.fill < 0)
+        return base;
+    return deriveChanged(base, p);
+}
+
+int Styles::deriveChanged(int base, const StylePatch& patch)
+{
     auto memoKey = std::make_pair(base, patch.key());
     if (auto it = memo_.find(memoKey); it != memo_.end())
         return it->second;

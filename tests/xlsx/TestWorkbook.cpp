@@ -211,8 +211,16 @@ TEST(XlsxWorkbook, StylesAreDerivedWithoutTouchingCellsThatShareThem)
     EXPECT_EQ(ws.horizontalAlignment(9, 4), xlsx::HAlign::Center);
     EXPECT_EQ(ws.numberFormat(9, 6), before);
     EXPECT_EQ(ws.numberFormat(9, 6), "#,##0");
-    // the same change twice reuses the format made the first time
+    // the same change twice reuses the format made the first time; a change to what a cell
+    // already has keeps its format
     ws.setStrike(9, 2, true);
+    xlsx::Workbook probe = xlsx::Workbook::open(dataFile("header_boxes.xlsx"));
+    probe.sheet(0).setStrike(8, 2, false);
+    probe.sheet(0).setNumberFormat(8, 6, "#,##0");
+    probe.sheet(0).setHorizontalAlignment(8, 1, xlsx::HAlign::Center);
+    probe.saveAs(dir / "probe.xlsx");
+    EXPECT_EQ(partOf(dir / "probe.xlsx", "xl/styles.xml"),
+              partOf(dataFile("header_boxes.xlsx"), "xl/styles.xml"));
     book.saveAs(dir / "styles.xlsx");
     std::string styles = partOf(dir / "styles.xlsx", "xl/styles.xml");
     auto count = [&](const std::string& what) {
