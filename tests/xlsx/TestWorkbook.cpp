@@ -368,6 +368,19 @@ TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
         EXPECT_EQ(ws.cellFormula(48, 8), "SUM(H8:H47)");
         EXPECT_FALSE(book.modified());
     }
+    // a table: moved when wholly below, refused when the rows would split it
+    {
+        auto book = xlsx::Workbook::open(dataFile("table.xlsx"));
+        auto& ws = book.sheet(0);
+        auto form = ws.snapshotRows(1, 50);
+        EXPECT_THROW(ws.insertRows(57, 1), xlsx::Error);
+        ws.pasteForm(form, 51);
+        EXPECT_EQ(ws.cellText(106, 1), "製作");
+        book.saveAs(dir / "table_out.xlsx");
+        std::string table = partOf(dir / "table_out.xlsx", "xl/tables/table1.xml");
+        EXPECT_NE(table.find("ref=\"A105:C108\""), std::string::npos) << table;
+        EXPECT_EQ(table.find("A55:"), std::string::npos) << table;
+    }
     // too many breaks for one more page
     {
         auto book = xlsx::Workbook::open(dataFile("header_boxes.xlsx"));

@@ -11,6 +11,7 @@
  * validation.xlsx      header_boxes with data validations and conditional formats in the
  *                      detail area
  * japanese_names.xlsx  Japanese sheet names (with blanks) that refer to each other
+ * table.xlsx           header_boxes with a table (list object) below the page
  */
 #include <stdio.h>
 #include <string.h>
@@ -243,6 +244,21 @@ int main(int argc, char **argv)
         worksheet_write_formula(cover, 1, 0, "=購入部品表!A1", NULL);
         worksheet_write_formula(cover, 2, 0, "=COUNTA('製作部品表 A'!A8:A47)", NULL);
         rc |= finish(wb, "japanese_names.xlsx");
+    }
+    { /* a table below the page */
+        lxw_workbook *wb = newBook(dir, "table.xlsx");
+        Formats f = makeFormats(wb);
+        lxw_worksheet *ws = workbook_add_worksheet(wb, "部品表");
+        headerBoxPage(ws, &f);
+        worksheet_write_string(ws, 54, 0, "区分", NULL);
+        worksheet_write_string(ws, 54, 1, "件数", NULL);
+        worksheet_write_string(ws, 54, 2, "備考", NULL);
+        worksheet_write_string(ws, 55, 0, "製作", NULL);
+        worksheet_write_number(ws, 55, 1, 12, NULL);
+        worksheet_write_string(ws, 56, 0, "購入", NULL);
+        worksheet_write_number(ws, 56, 1, 30, NULL);
+        worksheet_add_table(ws, 54, 0, 57, 2, NULL);
+        rc |= finish(wb, "table.xlsx");
     }
     return rc;
 }
