@@ -5,7 +5,8 @@
  * plain.xlsx           one plain page: title, headings, 20 detail rows, no merges or heights
  * header_boxes.xlsx    the parts-list page: merged header boxes, borders, fixed row heights,
  *                      50 rows with 40 detail rows 8..47 in columns A..H, print area A1:H50
- * logo.xlsx            header_boxes with a logo picture anchored in the header
+ * logo.xlsx            header_boxes with a logo picture anchored in the header and a link
+ *                      in the page's last row
  * formulas.xlsx        header_boxes with a page total =SUM(H8:H47), a second sheet that refers
  *                      to it, a defined name and the print area
  * validation.xlsx      header_boxes with data validations and conditional formats in the
@@ -180,6 +181,7 @@ int main(int argc, char **argv)
         io.y_offset = 2;
         io.description = "logo";
         worksheet_insert_image_opt(ws, 2, 4, argv[2], &io);
+        worksheet_write_url(ws, 49, 0, "https://example.co.jp/parts", NULL);
         rc |= finish(wb, "logo.xlsx");
     }
     { /* formulas */
