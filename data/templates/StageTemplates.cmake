@@ -1,7 +1,8 @@
 # stage_templates: copies the sample templates into the application folder and points the sample
 # customer's output settings in the staged database at them (absolute paths of this build).
 set(BUHINHYO_TEMPLATE_SOURCE ${PROJECT_SOURCE_DIR}/data/templates)
-set(BUHINHYO_SAMPLE_CUSTOMER "株式会社サンプル機工")
+# The customers of the sample parts tables and the one the documentation uses ("|"-separated).
+set(BUHINHYO_SAMPLE_CUSTOMERS "株式会社サンプル機工|ABC精機|東和工業")
 add_custom_target(stage_templates
     COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/app/templates
     COMMAND ${CMAKE_COMMAND} -E copy_if_different
@@ -12,7 +13,7 @@ add_custom_target(stage_templates
             -DDB=${PROJECT_BINARY_DIR}/app/DB/CADDB.sqlite
             -DTEMPLATE_DIR=${PROJECT_BINARY_DIR}/app/templates
             -DSOURCE=${BUHINHYO_TEMPLATE_SOURCE}
-            -DCUSTOMER=${BUHINHYO_SAMPLE_CUSTOMER}
+            -DCUSTOMERS=${BUHINHYO_SAMPLE_CUSTOMERS}
             -P ${BUHINHYO_TEMPLATE_SOURCE}/stage_settei.cmake
     COMMENT "Staging the sample templates and their output settings"
     VERBATIM)

@@ -1,5 +1,5 @@
-# cmake -DDB=<sqlite file> -DTEMPLATE_DIR=<folder> -DSOURCE=<data/templates> -DCUSTOMER=<name> -P stage_settei.cmake
-# Inserts or replaces the sample customer's SETTEI rows (kinds 1 and 2).
+# cmake -DDB=<sqlite file> -DTEMPLATE_DIR=<folder> -DSOURCE=<data/templates> -DCUSTOMERS=<name|name...> -P stage_settei.cmake
+# Inserts or replaces each sample customer's SETTEI rows (kinds 1 and 2).
 cmake_minimum_required(VERSION 3.25)
 find_program(SQLITE3 sqlite3 REQUIRED)
 get_filename_component(db_dir ${DB} DIRECTORY)
@@ -7,10 +7,15 @@ file(MAKE_DIRECTORY ${db_dir})
 file(READ ${SOURCE}/settei_table.sql table_sql)
 file(READ ${SOURCE}/sample_settei.sql.in rows_sql)
 string(REPLACE "@TEMPLATE_DIR@" "${TEMPLATE_DIR}" rows_sql "${rows_sql}")
-string(REPLACE "@CUSTOMER@" "${CUSTOMER}" rows_sql "${rows_sql}")
+string(REPLACE "|" ";" customer_list "${CUSTOMERS}")
+set(all_rows "")
+foreach(customer IN LISTS customer_list)
+    string(REPLACE "@CUSTOMER@" "${customer}" one "${rows_sql}")
+    string(APPEND all_rows "${one}")
+endforeach()
 get_filename_component(out_dir ${DB} DIRECTORY)
 set(script ${out_dir}/.stage_settei.sql)
-file(WRITE ${script} "${table_sql}\nBEGIN;\n${rows_sql}COMMIT;\n")
+file(WRITE ${script} "${table_sql}\nBEGIN;\n${all_rows}COMMIT;\n")
 execute_process(COMMAND ${SQLITE3} -bail ${DB} ".read ${script}" RESULT_VARIABLE rc ERROR_VARIABLE err)
 file(REMOVE ${script})
 if(NOT rc EQUAL 0)

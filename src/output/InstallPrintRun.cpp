@@ -13,7 +13,8 @@
 #include <QProgressDialog>
 #include <QUrl>
 
-namespace {
+namespace
+{
 
 // Long lists show their page loop; short ones only the busy pointer.
 constexpr int kProgressFromPages = 10;
@@ -21,7 +22,10 @@ constexpr int kProgressFromPages = 10;
 class WindowPresenter : public PrintPresenter
 {
 public:
-    WindowPresenter(QWidget* parent, QString workFolder) : m_parent(parent), m_workFolder(std::move(workFolder)) {}
+    WindowPresenter(QWidget* parent, QString workFolder)
+        : m_parent(parent), m_workFolder(std::move(workFolder))
+    {
+    }
     ~WindowPresenter() override
     {
         busy(false);
@@ -44,7 +48,8 @@ public:
         if (totalPages < kProgressFromPages)
             return;
         if (!m_progress) {
-            m_progress = new QProgressDialog(QStringLiteral("頁を作成しています..."), QString(), 0, totalPages, m_parent);
+            m_progress = new QProgressDialog(QStringLiteral("頁を作成しています..."), QString(), 0,
+                                             totalPages, m_parent);
             m_progress->setObjectName(QStringLiteral("pageProgress"));
             m_progress->setWindowTitle(QStringLiteral("印刷ﾌﾟﾚﾋﾞｭｰ"));
             m_progress->setWindowModality(Qt::WindowModal);

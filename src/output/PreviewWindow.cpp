@@ -22,7 +22,8 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
-namespace {
+namespace
+{
 QPushButton* button(QWidget* parent, const QString& text, const char* name)
 {
     auto* b = new QPushButton(text, parent);
@@ -33,7 +34,8 @@ QPushButton* button(QWidget* parent, const QString& text, const char* name)
 } // namespace
 
 PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent)
-    : QDialog(parent), m_workbookPath(workbookPath), m_workFolder(workFolder), m_printer(QPrinter::HighResolution)
+    : QDialog(parent), m_workbookPath(workbookPath), m_workFolder(workFolder),
+      m_printer(QPrinter::HighResolution)
 {
     setObjectName(QStringLiteral("PreviewWindow"));
     setWindowTitle(QStringLiteral("印刷プレビュー - ") + QFileInfo(workbookPath).fileName());
@@ -59,8 +61,8 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     auto* closeButton = button(this, QStringLiteral("閉じる(ESC)"), "closeButton");
 
     auto* bar = new QHBoxLayout;
-    for (QWidget* w : std::initializer_list<QWidget*>{printButton, setupButton, prevButton, m_pageLabel, nextButton,
-                                                      zoomOut, m_zoom, zoomIn})
+    for (QWidget* w : std::initializer_list<QWidget*>{printButton, setupButton, prevButton, m_pageLabel,
+                                                      nextButton, zoomOut, m_zoom, zoomIn})
         bar->addWidget(w);
     bar->addStretch(1);
     bar->addWidget(openButton);
@@ -113,12 +115,15 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     connect(prevButton, &QPushButton::clicked, this, [this] { goToPage(currentPage() - 1); });
     connect(nextButton, &QPushButton::clicked, this, [this] { goToPage(currentPage() + 1); });
     connect(m_zoom, &QComboBox::currentIndexChanged, this, &PreviewWindow::applyZoom);
-    connect(zoomOut, &QPushButton::clicked, this, [this] { m_zoom->setCurrentIndex(std::max(2, m_zoom->currentIndex() - 1)); });
-    connect(zoomIn, &QPushButton::clicked, this,
-            [this] { m_zoom->setCurrentIndex(std::min(m_zoom->count() - 1, std::max(2, m_zoom->currentIndex() + 1))); });
+    connect(zoomOut, &QPushButton::clicked, this,
+            [this] { m_zoom->setCurrentIndex(std::max(2, m_zoom->currentIndex() - 1)); });
+    connect(zoomIn, &QPushButton::clicked, this, [this] {
+        m_zoom->setCurrentIndex(std::min(m_zoom->count() - 1, std::max(2, m_zoom->currentIndex() + 1)));
+    });
     connect(openButton, &QPushButton::clicked, this, &PreviewWindow::openWorkbook);
     connect(closeButton, &QPushButton::clicked, this, &QDialog::accept);
-    connect(m_view->pageNavigator(), &QPdfPageNavigator::currentPageChanged, this, [this] { updatePageLabel(); });
+    connect(m_view->pageNavigator(), &QPdfPageNavigator::currentPageChanged, this,
+            [this] { updatePageLabel(); });
 }
 
 PreviewWindow::~PreviewWindow()
@@ -143,8 +148,9 @@ void PreviewWindow::startRendering()
     m_started = true;
     const QString soffice = LibreOffice::program();
     if (soffice.isEmpty()) {
-        showProblem(QStringLiteral("LibreOffice がインストールされていないため、印刷プレビューを表示できません。\n"
-                                   "「表計算ソフトで開く」でブックを開き、表計算ソフトから印刷して下さい。"));
+        showProblem(
+            QStringLiteral("LibreOffice がインストールされていないため、印刷プレビューを表示できません。\n"
+                           "「表計算ソフトで開く」でブックを開き、表計算ソフトから印刷して下さい。"));
         return;
     }
     const QString outFolder = QDir(m_workFolder).absoluteFilePath(QStringLiteral("preview"));
@@ -158,9 +164,9 @@ void PreviewWindow::startRendering()
         if (e == QProcess::FailedToStart)
             showProblem(QStringLiteral("LibreOffice を起動できませんでした。"));
     });
-    m_process->start(soffice, LibreOffice::convertArguments(QDir(m_workFolder).absoluteFilePath(
-                                                                QStringLiteral("lo-profile-preview")),
-                                                            QStringLiteral("pdf"), outFolder, m_workbookPath));
+    m_process->start(soffice, LibreOffice::convertArguments(
+                                  QDir(m_workFolder).absoluteFilePath(QStringLiteral("lo-profile-preview")),
+                                  QStringLiteral("pdf"), outFolder, m_workbookPath));
 }
 
 void PreviewWindow::renderFinished(int exitCode, QProcess::ExitStatus status)

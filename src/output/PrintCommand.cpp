@@ -17,17 +17,18 @@
 
 #include <cstdio>
 
-namespace {
+namespace
+{
 
 enum ExitCode {
     ExitDone = 0,
     ExitUsage = 1,
-    ExitSetup = 2,       // settings file missing, database not reachable
-    ExitNoSettings = 3,  // no output settings for the customer and kind ("E150")
-    ExitNoTable = 4,     // no stored parts table of that drawing number, assembly and kind
-    ExitTemplate = 5,    // template missing or not usable ("E114", "E109", "E111")
-    ExitRunError = 6,    // an error during the run ("設定エラー")
-    ExitOutput = 7,      // the workbook or PDF could not be written where asked
+    ExitSetup = 2,      // settings file missing, database not reachable
+    ExitNoSettings = 3, // no output settings for the customer and kind ("E150")
+    ExitNoTable = 4,    // no stored parts table of that drawing number, assembly and kind
+    ExitTemplate = 5,   // template missing or not usable ("E114", "E109", "E111")
+    ExitRunError = 6,   // an error during the run ("設定エラー")
+    ExitOutput = 7,     // the workbook or PDF could not be written where asked
 };
 
 const char* const kExitCodes = "\nExit status:\n"
@@ -84,9 +85,9 @@ public:
         }
         if (!pdf.isEmpty()) {
             const QString folder = QDir(workFolder).absoluteFilePath(QStringLiteral("print-pdf"));
-            const QString problem = LibreOffice::convert(
-                QDir(workFolder).absoluteFilePath(QStringLiteral("lo-profile-print")), QStringLiteral("pdf"), folder,
-                workbookPath);
+            const QString problem =
+                LibreOffice::convert(QDir(workFolder).absoluteFilePath(QStringLiteral("lo-profile-print")),
+                                     QStringLiteral("pdf"), folder, workbookPath);
             const QString made = LibreOffice::convertedPath(workbookPath, folder, QStringLiteral("pdf"));
             QFile::remove(pdf);
             if (!problem.isEmpty() || !QFile::rename(made, pdf)) {
@@ -117,20 +118,24 @@ int main(int argc, char** argv)
     parser.addHelpOption();
     const QCommandLineOption dwgOpt(QStringLiteral("dwgno"), QStringLiteral("Drawing number (CH_DWGNO)."),
                                     QStringLiteral("D"));
-    const QCommandLineOption assyOpt(QStringLiteral("assy"), QStringLiteral("Assembly (CH_ASSY)."), QStringLiteral("A"));
-    const QCommandLineOption kindOpt(QStringLiteral("kind"), QStringLiteral("1 manufactured, 2 purchased parts."),
-                                     QStringLiteral("1|2"));
+    const QCommandLineOption assyOpt(QStringLiteral("assy"), QStringLiteral("Assembly (CH_ASSY)."),
+                                     QStringLiteral("A"));
+    const QCommandLineOption kindOpt(
+        QStringLiteral("kind"), QStringLiteral("1 manufactured, 2 purchased parts."), QStringLiteral("1|2"));
     const QCommandLineOption customerOpt(QStringLiteral("customer"),
                                          QStringLiteral("Customer whose output settings are used."),
                                          QStringLiteral("C"));
     const QCommandLineOption sumOpt(QStringLiteral("sum"),
                                     QStringLiteral("Sum per maker, name, material, units and remarks."));
-    const QCommandLineOption pageOpt(QStringLiteral("page-per-maker"), QStringLiteral("A new page for each maker."));
-    const QCommandLineOption makerOpt(QStringLiteral("maker"), QStringLiteral("Only the lines of this maker."),
-                                      QStringLiteral("M"));
-    const QCommandLineOption outOpt(QStringLiteral("out"), QStringLiteral("Where to write the filled workbook."),
+    const QCommandLineOption pageOpt(QStringLiteral("page-per-maker"),
+                                     QStringLiteral("A new page for each maker."));
+    const QCommandLineOption makerOpt(QStringLiteral("maker"),
+                                      QStringLiteral("Only the lines of this maker."), QStringLiteral("M"));
+    const QCommandLineOption outOpt(QStringLiteral("out"),
+                                    QStringLiteral("Where to write the filled workbook."),
                                     QStringLiteral("FILE.xlsx"));
-    const QCommandLineOption pdfOpt(QStringLiteral("pdf"), QStringLiteral("Also render it to this PDF (LibreOffice)."),
+    const QCommandLineOption pdfOpt(QStringLiteral("pdf"),
+                                    QStringLiteral("Also render it to this PDF (LibreOffice)."),
                                     QStringLiteral("FILE.pdf"));
     parser.addOptions({dwgOpt, assyOpt, kindOpt, customerOpt, sumOpt, pageOpt, makerOpt, outOpt, pdfOpt});
     if (!parser.parse(QCoreApplication::arguments())) {
@@ -144,7 +149,8 @@ int main(int argc, char** argv)
     const QString kind = parser.value(kindOpt);
     if (!parser.isSet(dwgOpt) || !parser.isSet(assyOpt) || !parser.isSet(customerOpt) ||
         (kind != u"1" && kind != u"2") || !parser.positionalArguments().isEmpty()) {
-        printErr(QStringLiteral("buhinhyo-print: --dwgno, --assy, --kind 1|2 and --customer are needed (see --help)"));
+        printErr(QStringLiteral(
+            "buhinhyo-print: --dwgno, --assy, --kind 1|2 and --customer are needed (see --help)"));
         return ExitUsage;
     }
 
@@ -182,8 +188,8 @@ int main(int argc, char** argv)
                           QStringLiteral(" AND CH_DWGNO = '") + request.dwgNo + u'\'' +
                           QStringLiteral(" AND CH_BUHIN = '") + kind + u'\'');
         if (rs->RecordCount() == 0) {
-            printErr(QStringLiteral("buhinhyo-print: 部品表がありません: ") + request.dwgNo + u' ' + request.assy +
-                     QStringLiteral(" 区分 ") + kind);
+            printErr(QStringLiteral("buhinhyo-print: 部品表がありません: ") + request.dwgNo + u' ' +
+                     request.assy + QStringLiteral(" 区分 ") + kind);
             return ExitNoTable;
         }
         rs->MoveFirst();
@@ -192,7 +198,8 @@ int main(int argc, char** argv)
         request.designer = rs->Field(QStringLiteral("CH_DESINED"));
         rs->Close();
     } catch (const RuntimeError& e) {
-        printErr(QStringLiteral("buhinhyo-print: データベースエラー %1: %2").arg(e.number()).arg(e.description()));
+        printErr(
+            QStringLiteral("buhinhyo-print: データベースエラー %1: %2").arg(e.number()).arg(e.description()));
         return ExitSetup;
     }
 
