@@ -30,7 +30,7 @@ namespace LibreOffice
 QString program()
 {
     if (overrideSet())
-        return programOverride();
+        return QFileInfo(programOverride()).isExecutable() ? programOverride() : QString();
     QString found = QStandardPaths::findExecutable(QStringLiteral("soffice"));
     if (found.isEmpty())
         found = QStandardPaths::findExecutable(QStringLiteral("libreoffice"));
@@ -102,10 +102,6 @@ QString ConvertedXlsTemplate(const QString& xlsPath, const QString& workFolder)
 {
     const QString advice =
         QStringLiteral("雛形ファイル %1 は古い形式（.xls）です。").arg(QDir::toNativeSeparators(xlsPath));
-    if (!LibreOffice::installed())
-        throw RuntimeError(
-            1004, advice + QStringLiteral("\nLibreOffice がインストールされていないため変換できません。"
-                                          "表計算ソフトで .xlsx 形式で保存し直し、設定し直して下さい。"));
     QFile in(xlsPath);
     if (!in.open(QIODevice::ReadOnly))
         throw RuntimeError(75, advice + QStringLiteral("\nファイルを読めません。"));
@@ -116,6 +112,10 @@ QString ConvertedXlsTemplate(const QString& xlsPath, const QString& workFolder)
     const QString cached = QDir(cacheFolder).absoluteFilePath(key + QStringLiteral(".xlsx"));
     if (QFileInfo(cached).isFile())
         return cached;
+    if (!LibreOffice::installed())
+        throw RuntimeError(
+            1004, advice + QStringLiteral("\nLibreOffice がインストールされていないため変換できません。"
+                                          "表計算ソフトで .xlsx 形式で保存し直し、設定し直して下さい。"));
 
     // Converted under a neutral name in a folder of its own, then moved into the cache.
     const QString jobFolder = QDir(cacheFolder).absoluteFilePath(key);

@@ -9,7 +9,7 @@ namespace LibreOffice
 {
 
 // The soffice program, or "" when LibreOffice is not installed. setProgram overrides the search
-// (tests use it to act as a machine without LibreOffice).
+// (tests use it to act as a machine without LibreOffice: a path that is not a program).
 QString program();
 void setProgram(const QString& path);
 inline bool installed()
