@@ -7,6 +7,7 @@
 #include "XlsxOutputWorkbook.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QPointer>
@@ -71,6 +72,8 @@ public:
     {
         QDesktopServices::openUrl(QUrl::fromLocalFile(workbookPath));
     }
+
+    void clearClipboard() override { QGuiApplication::clipboard()->clear(); }
 
 private:
     QWidget* m_parent;

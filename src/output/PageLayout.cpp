@@ -224,7 +224,7 @@ public:
         QString previousMaker, currentMaker, label;
         Int16 page, lineCounter = Int16::from(999), top, first, last, headingRow, lineRow;
         for (int r = 1; r <= listRows; ++r) {
-            const ListRow& line = m_list[static_cast<size_t>(r - 1)];
+            const ListRow line = m_list[static_cast<size_t>(r - 1)];
             if (pagePerMaker)
                 currentMaker = line.at(LcMaker);
             if (!(currentMaker == previousMaker && lineCounter <= rowsPerPage)) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Int16.h"
+#include "ListTable.h"
 #include "OutputSettings.h"
-#include "PrintList.h"
 
 #include <QString>
 #include <functional>
@@ -33,6 +33,7 @@ public:
     virtual void pastePageForm(int top, int rows) = 0;
     // A manual page break above the row.
     virtual void pageBreakAbove(int row) = 0;
+    // The cell's value may point into the list; it is valid only during the call.
     virtual void write(const CellWrite& cell) = 0;
     // The grey fill (red, green and blue 128) of an abolished line's item cell.
     virtual void fillGrey(int row, int column) = 0;

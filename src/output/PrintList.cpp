@@ -64,7 +64,7 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
             row.at(LcHaishi) = rs->Field(QStringLiteral("CH_HAISHI"));
             row.at(LcSuryo2) = NumberText(rs->Value(QStringLiteral("INT_SURYO2")));
         }
-        table.push_back(std::move(row));
+        table.push_back(row);
         rs->MoveNext();
     }
     rs->Close();
@@ -86,9 +86,11 @@ ListTable FillSampleData()
         row.at(LcKingk) = number;
         row.at(LcNumber) = number;
         row.at(LcMaker) = QStringLiteral("会社名");
-        table.push_back(std::move(row));
+        // The fifth sample line carries a unit.
+        if (n == 5)
+            row.at(LcTani) = QStringLiteral("SET");
+        table.push_back(row);
     }
-    table[4].at(LcTani) = QStringLiteral("SET");
     return table;
 }
 

@@ -3,9 +3,24 @@
 #include "AppContext.h"
 #include "Database.h"
 #include "ListQuery.h"
+#include "PrintList.h"
 #include "PrintRequest.h"
 #include "RuntimeError.h"
 #include "WorkbookControl.h"
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+namespace
+{
+void ReleaseFreeMemory()
+{
+#ifdef __GLIBC__
+    malloc_trim(0);
+#endif
+}
+} // namespace
 
 QString PrintErrorText(int number)
 {
@@ -36,6 +51,7 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
 
         presenter.busy(busy = true);
         WorkbookControl control(ctx);
+        control.setClipboardClearer([&] { presenter.clearClipboard(); });
         control.ExcelRunning();
         std::unique_ptr<OutputWorkbook> book;
         control.setOpener([&](const QString& path) { book = opener(path); });
@@ -56,6 +72,8 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
             lr.makerFilterOn = ctx.makerFilterOn;
             lr.makerFilterText = ctx.makerFilterText;
             list = FillListFromDatabase(db, lr);
+            // The record set is gone; its memory goes back before the pages are built.
+            ReleaseFreeMemory();
         } else if (request.runMode == u"TEST") {
             list = FillSampleData();
         }
@@ -70,6 +88,9 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         const HeaderValues header{request.dwgNo, request.name, request.assy, request.date, request.designer};
         const LayoutResult laid = LayOutPages(settings, list, header, request.pagePerMaker, book->target(),
                                               [&](int page, int total) { presenter.progress(page, total); });
+        // The list is done with; give its memory back before the workbook is written out.
+        list = ListTable();
+        ReleaseFreeMemory();
         book->extendPrintArea(laid.pages, laid.pageMax);
         book->save();
 

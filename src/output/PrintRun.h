@@ -38,6 +38,8 @@ public:
     virtual void preview(const QString& workbookPath) = 0;
     // "印刷ﾌﾟﾚﾋﾞｭｰ後にｴｸｾﾙ表示": the renamed and saved work copy goes on in the spreadsheet program.
     virtual void keepWorkbook(const QString& workbookPath) = 0;
+    // Clears the system clipboard at the end of a run that did not keep the workbook.
+    virtual void clearClipboard() {}
 };
 
 enum class PrintOutcome { Done, NoSettings, TemplateNotOpened, Failed };

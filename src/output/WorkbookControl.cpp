@@ -4,12 +4,9 @@
 #include "LibreOffice.h"
 #include "RuntimeError.h"
 
-#include <QClipboard>
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QGuiApplication>
 
 QString ColumnLetter(int number)
 {
@@ -144,6 +141,6 @@ void WorkbookControl::copyToWorkCopy(const QString& path)
 void WorkbookControl::ReleaseExcel()
 {
     m_opener = nullptr;
-    if (auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
-        app->clipboard()->clear();
+    if (m_clearClipboard)
+        m_clearClipboard();
 }

@@ -38,8 +38,10 @@ public:
     void HideExcel() {}
 
     // Drops the run's objects and clears the clipboard (the old page copies went through it, and
-    // users expect it to be empty after a run that did not keep the workbook).
+    // users expect it to be empty after a run that did not keep the workbook). The clipboard belongs
+    // to the window system, so the caller says how to clear it; a batch run has none.
     void ReleaseExcel();
+    void setClipboardClearer(std::function<void()> clear) { m_clearClipboard = std::move(clear); }
 
     const QString& templatePath() const { return m_templatePath; }
     const QString& secondPath() const { return m_secondPath; }
@@ -50,6 +52,7 @@ private:
 
     AppContext& m_ctx;
     Opener m_opener;
+    std::function<void()> m_clearClipboard;
     QString m_excelRunning;
     QString m_templatePath;
     QString m_secondPath;

@@ -24,7 +24,9 @@ struct RecordingTarget : LayoutTarget {
     {
         if (w.column == failColumn)
             throw RuntimeError(1004, QStringLiteral("refused"));
-        writes << w;
+        CellWrite copy = w;
+        copy.value = QString(w.value.constData(), w.value.size()); // the list's text is only lent
+        writes << copy;
     }
     void fillGrey(int row, int column) override { greys << qMakePair(row, column); }
 
@@ -180,8 +182,9 @@ private Q_SLOTS:
     {
         // Makers A (3 lines) and B (2 lines), 10 a page: two pages whose label total is 1.
         ListTable list = lines(3, QStringLiteral("A"));
-        for (const ListRow& r : lines(2, QStringLiteral("B")))
-            list.push_back(r);
+        const ListTable makerB = lines(2, QStringLiteral("B"));
+        for (size_t i = 0; i < makerB.size(); ++i)
+            list.push_back(makerB[i]);
         RecordingTarget t;
         const LayoutResult r =
             LayOutPages(settings(QStringLiteral("8"), QStringLiteral("17"), 20), list, header, true, t);
@@ -199,7 +202,7 @@ private Q_SLOTS:
         // A page number above the total is kept: six makers of one line, two lines a page.
         ListTable six;
         for (const char* m : {"A", "B", "C", "D", "E", "F"})
-            six.push_back(lines(1, QString::fromLatin1(m)).front());
+            six.push_back(lines(1, QString::fromLatin1(m))[0]);
         RecordingTarget k;
         LayOutPages(settings(QStringLiteral("8"), QStringLiteral("9"), 20), six, header, true, k);
         QCOMPARE(k.valuesAt(8).filter(QStringLiteral("/")).at(3), QStringLiteral("4 / 3"));
@@ -237,10 +240,12 @@ private Q_SLOTS:
     {
         OutputSettings s = settings(QStringLiteral("8"), QStringLiteral("17"), 20);
         s.setFlag(QStringLiteral("YN_MZUBAN"), false);
-        ListTable list = lines(2);
-        list[1].at(LcHaishi) = QStringLiteral("1");
-        list[1].at(LcTanka) = QStringLiteral("4500");
-        list[1].at(LcKingk) = QStringLiteral("9000");
+        ListTable list = lines(1);
+        ListRow second = lines(2)[1];
+        second.at(LcHaishi) = QStringLiteral("1");
+        second.at(LcTanka) = QStringLiteral("4500");
+        second.at(LcKingk) = QStringLiteral("9000");
+        list.push_back(second);
         RecordingTarget t;
         LayOutPages(s, list, header, false, t);
         // Grey item cell even with the item column off; every cell of that line struck through.
@@ -373,6 +378,27 @@ private Q_SLOTS:
         QFETCH(QString, u2);
         QFETCH(QString, expected);
         QCOMPARE(QuantityText(q1, q2, u1, u2), expected);
+    }
+
+    void listTableKeepsRows()
+    {
+        ListTable t;
+        ListRow a;
+        a.at(LcZno) = QStringLiteral("001");
+        a.at(LcTani2) = QStringLiteral("L");
+        ListRow b;
+        b.at(LcHinmei) = QStringLiteral("ブラケット");
+        t.push_back(a);
+        t.push_back(b);
+        t.push_back(ListRow());
+        QCOMPARE(t.size(), size_t(3));
+        QCOMPARE(t[0].at(LcZno), QStringLiteral("001"));
+        QCOMPARE(t[0].at(LcTani2), QStringLiteral("L"));
+        QCOMPARE(t[0].at(LcHinmei), QString());
+        QCOMPARE(t[1].at(LcHinmei), QStringLiteral("ブラケット"));
+        QCOMPARE(t[1].at(LcZno), QString());
+        QCOMPARE(t[2].at(LcTani2), QString());
+        QVERIFY(ListTable().empty());
     }
 
     void settingInt()
