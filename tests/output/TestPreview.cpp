@@ -1,3 +1,4 @@
+#include "InstallPrintRun.h"
 #include "LibreOffice.h"
 #include "PreviewWindow.h"
 #include "PrintRequest.h"
@@ -99,6 +100,22 @@ private Q_SLOTS:
         printer.setOutputFileName(printed);
         QVERIFY(w.printPages(printer, 1, 1));
         QCOMPARE(PdfPageCount(printed), 1);
+    }
+
+    void installedRunReportsMissingSettings()
+    {
+        PrintFixture f;
+        QVERIFY(f.ok());
+        QVERIFY(!f.ctx.printRun);
+        installPrintRun(f.ctx);
+        QVERIFY(bool(f.ctx.printRun));
+        PrintRequest r;
+        r.customer = QStringLiteral("未登録");
+        r.kind = QStringLiteral("1");
+        f.ctx.printRun(r);
+        QCOMPARE(f.messages.texts(), QStringList{QStringLiteral("出力設定がされていません。")});
+        QVERIFY(!QApplication::overrideCursor());
+        QVERIFY(!QFile::exists(f.ctx.WorkbookPath));
     }
 
     void withoutLibreOffice()
