@@ -79,7 +79,7 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     m_progress = new QProgressBar(busy);
     m_progress->setObjectName(QStringLiteral("progressBar"));
     m_progress->setRange(0, 0);
-    m_progress->setMaximumWidth(400);
+    m_progress->setFixedWidth(360);
     busyLayout->addStretch(1);
     busyLayout->addWidget(m_status);
     busyLayout->addWidget(m_progress, 0, Qt::AlignHCenter);
@@ -267,6 +267,7 @@ void PreviewWindow::print()
     QPrintDialog dialog(&m_printer, this);
     dialog.setWindowTitle(QStringLiteral("印刷"));
     dialog.setMinMax(1, pageCount());
+    dialog.setOption(QAbstractPrintDialog::PrintCurrentPage);
     if (dialog.exec() != QDialog::Accepted)
         return;
     int first = 1, last = pageCount();

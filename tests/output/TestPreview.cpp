@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QPdfView>
 #include <QPrinter>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QtTest>
@@ -42,6 +43,14 @@ public:
     }
     void keepWorkbook(const QString&) override {}
 };
+
+static QString shotFolder()
+{
+    const QString folder =
+        QString::fromLocal8Bit(qgetenv("BUHINHYO_BINARY_DIR")) + QStringLiteral("/screenshots");
+    QDir().mkpath(folder);
+    return folder;
+}
 
 class TestPreview : public QObject
 {
@@ -82,6 +91,10 @@ private Q_SLOTS:
                         dir.path());
         QSignalSpy done(&w, &PreviewWindow::renderingDone);
         w.startRendering();
+        // While LibreOffice works the window shows a busy indicator and keeps answering.
+        QVERIFY(w.findChild<QProgressBar*>(QStringLiteral("progressBar"))->isVisibleTo(&w));
+        QVERIFY(!w.findChild<QPushButton*>(QStringLiteral("printButton"))->isEnabled());
+        w.grab().save(shotFolder() + QStringLiteral("/preview-rendering.png"));
         QVERIFY(done.wait(120000));
         QCOMPARE(w.pageCount(), 1);
         QVERIFY(w.findChild<QPushButton*>(QStringLiteral("printButton"))->isEnabled());
@@ -132,6 +145,7 @@ private Q_SLOTS:
                     .contains(QStringLiteral("LibreOffice")));
         QVERIFY(w.findChild<QPushButton*>(QStringLiteral("openWorkbookButton"))->isEnabled());
         QVERIFY(!w.findChild<QPushButton*>(QStringLiteral("printButton"))->isEnabled());
+        w.grab().save(shotFolder() + QStringLiteral("/preview-no-libreoffice.png"));
         LibreOffice::setProgram(QStandardPaths::findExecutable(QStringLiteral("soffice")));
     }
 };
