@@ -77,7 +77,8 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
             lr.modeString = ListMode::forPrint(request.summary, request.pagePerMaker);
             lr.dwgNo = request.dwgNo;
             lr.assy = request.assy;
-            lr.kind = request.kind;
+            // The lines are those of the application-wide current kind, as the editor shows them.
+            lr.kind = ctx.CurrentKind;
             lr.makerFilterOn = ctx.makerFilterOn;
             lr.makerFilterText = ctx.makerFilterText;
             list = FillListFromDatabase(db, lr);
