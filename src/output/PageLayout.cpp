@@ -64,8 +64,23 @@ class Layout
 {
 public:
     Layout(const OutputSettings& s, const ListTable& list, const HeaderValues& header, LayoutTarget& target)
-        : m_s(s), m_list(list), m_header(header), m_target(target)
+        : m_s(s), m_list(list), m_header(header), m_target(target), m_zuban(detail(s, "ZUBAN")),
+          m_hinmei(detail(s, "HINMEI")), m_zaishitu(detail(s, "ZAISHITU")), m_suryo(detail(s, "SURYO")),
+          m_biko(detail(s, "BIKO")), m_tanka(detail(s, "TANKA")), m_king(detail(s, "KING")),
+          m_maker(detail(s, "MAKER"))
     {
+    }
+
+    // A detail column as the settings give it, read once a run rather than once a cell.
+    struct Detail {
+        bool on = false;
+        QString letter;
+    };
+    static Detail detail(const OutputSettings& s, const char* item)
+    {
+        const QString name = QString::fromLatin1(item);
+        return {s.flag(QStringLiteral("YN_M") + name),
+                s.text(QStringLiteral("CH_M") + name + QStringLiteral("_SC"))};
     }
 
     template <class F> void step(F&& f)
@@ -155,55 +170,49 @@ public:
         // The grey item cell marks an abolished line even when the item column itself is not printed.
         if (abolished) {
             step([&] {
-                const int column = ColumnNumber(m_s.text(QStringLiteral("CH_MZUBAN_SC")));
+                const int column = ColumnNumber(m_zuban.letter);
                 if (column < 1 || row < 1)
                     throw cellError();
                 m_target.fillGrey(row, column);
             });
         }
-        auto column = [&](const char* item) {
-            return m_s.text(QStringLiteral("CH_M") + QString::fromLatin1(item) + QStringLiteral("_SC"));
-        };
-        auto on = [&](const char* item) {
-            return m_s.flag(QStringLiteral("YN_M") + QString::fromLatin1(item));
-        };
         step([&] {
-            if (on("ZUBAN"))
-                writeFormattedCell(row, column("ZUBAN"), line.at(LcZno), QStringLiteral("@"),
+            if (m_zuban.on)
+                writeFormattedCell(row, m_zuban.letter, line.at(LcZno), QStringLiteral("@"),
                                    QStringLiteral("右"), abolished);
         });
         step([&] {
-            if (on("HINMEI"))
-                writeTextCell(row, column("HINMEI"), line.at(LcHinmei), abolished);
+            if (m_hinmei.on)
+                writeTextCell(row, m_hinmei.letter, line.at(LcHinmei), abolished);
         });
         step([&] {
-            if (on("ZAISHITU"))
-                writeTextCell(row, column("ZAISHITU"), line.at(LcZaishitu), abolished);
+            if (m_zaishitu.on)
+                writeTextCell(row, m_zaishitu.letter, line.at(LcZaishitu), abolished);
         });
         step([&] {
-            if (on("SURYO"))
+            if (m_suryo.on)
                 writeTextCell(
-                    row, column("SURYO"),
+                    row, m_suryo.letter,
                     QuantityText(line.at(LcSuryo), line.at(LcSuryo2), line.at(LcTani), line.at(LcTani2)),
                     abolished);
         });
         step([&] {
-            if (on("BIKO"))
-                writeTextCell(row, column("BIKO"), line.at(LcBiko), abolished);
+            if (m_biko.on)
+                writeTextCell(row, m_biko.letter, line.at(LcBiko), abolished);
         });
         step([&] {
-            if (on("TANKA"))
-                writeFormattedCell(row, column("TANKA"), line.at(LcTanka), QStringLiteral("#,##0"), QString(),
+            if (m_tanka.on)
+                writeFormattedCell(row, m_tanka.letter, line.at(LcTanka), QStringLiteral("#,##0"), QString(),
                                    abolished);
         });
         step([&] {
-            if (on("KING"))
-                writeFormattedCell(row, column("KING"), line.at(LcKingk), QStringLiteral("#,##0"), QString(),
+            if (m_king.on)
+                writeFormattedCell(row, m_king.letter, line.at(LcKingk), QStringLiteral("#,##0"), QString(),
                                    abolished);
         });
         step([&] {
-            if (on("MAKER"))
-                writeTextCell(row, column("MAKER"), line.at(LcMaker), abolished);
+            if (m_maker.on)
+                writeTextCell(row, m_maker.letter, line.at(LcMaker), abolished);
         });
     }
 
@@ -264,6 +273,7 @@ private:
     const ListTable& m_list;
     const HeaderValues& m_header;
     LayoutTarget& m_target;
+    const Detail m_zuban, m_hinmei, m_zaishitu, m_suryo, m_biko, m_tanka, m_king, m_maker;
     int m_ignored = 0;
 };
 

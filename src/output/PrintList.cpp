@@ -5,7 +5,11 @@
 #include "Int16.h"
 #include "ListQuery.h"
 #include "OutputSettings.h"
+#include "RuntimeError.h"
 
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
 #include <QVariant>
 #include <cmath>
 
@@ -26,48 +30,97 @@ QString NumberText(const QVariant& value)
     return text;
 }
 
+namespace
+{
+
+// Yes/no values as every database hands them back: booleans, 0/1, or text.
+bool YesNo(const QVariant& value)
+{
+    if (value.isNull())
+        return false;
+    if (value.typeId() == QMetaType::Bool)
+        return value.toBool();
+    bool number = false;
+    const double d = value.toDouble(&number);
+    if (number)
+        return d != 0;
+    return TextIsTrue(value.toString().trimmed());
+}
+
+} // namespace
+
 ListTable FillListFromDatabase(Database& db, const ListRequest& request)
 {
     const ListMode mode = ListMode::parse(request.modeString);
     const bool sum = mode.list == u"LIST SUM";
     const QString filterWord = request.makerFilterOn ? QStringLiteral("MAKER") : QString();
     const QString maker = request.makerFilterOn ? request.makerFilterText : QString();
-    std::unique_ptr<Recordset> rs;
-    OpenRecordset(
-        db, rs,
-        BuildListQuery(request.modeString, filterWord, request.dwgNo, request.assy, request.kind, maker));
-    const int count = rs->RecordCount();
-    if (count > 0)
-        rs->MoveFirst();
+    const QString sql =
+        BuildListQuery(request.modeString, filterWord, request.dwgNo, request.assy, request.kind, maker);
+
+    // A print run reads each record once, in order: the query is read forward instead of through a
+    // record set's snapshot, which for a long list doubled the run's time and memory.
+    QSqlQuery q(db.sql());
+    q.setForwardOnly(true);
+    if (!q.exec(TranslateJetSql(sql)))
+        throw DatabaseError(q.lastError(), sql);
+    const QSqlRecord record = q.record();
+    auto column = [&](const char* name) {
+        const int index = record.indexOf(QString::fromLatin1(name));
+        if (index < 0)
+            throw RuntimeError(
+                3265,
+                QStringLiteral("要求された名前、または序数に対応する項目がコレクションで見つかりません。") +
+                    QStringLiteral(" (") + QString::fromLatin1(name) + u')');
+        return index;
+    };
+    auto text = [&](int index) {
+        const QVariant v = q.value(index);
+        return v.isNull() ? QString() : v.toString();
+    };
+    const int hinmei = column("CH_HINMEI"), zaishitu = column("CH_ZAISHITU"), tani = column("CH_TANI"),
+              biko = column("CH_BIKO"), makerColumn = column("CH_MAKER"), tani2 = column("CH_TANI2");
+    int suryo, kingk, zno = -1, kakko = -1, tanka = -1, number = -1, haishi = -1, suryo2 = -1;
+    if (sum) {
+        suryo = column("SUM_SURYO");
+        kingk = column("SUM_KINGK");
+    } else {
+        suryo = column("INT_SURYO");
+        kingk = column("INT_KINGK");
+        zno = column("CH_ZNO");
+        kakko = column("CH_KAKKO");
+        tanka = column("INT_TANKA");
+        number = column("INT_NUMBER");
+        haishi = column("CH_HAISHI");
+        suryo2 = column("INT_SURYO2");
+    }
+
     ListTable table;
-    table.reserve(static_cast<size_t>(count));
-    // The row counter is 16-bit: a list longer than 32,767 records stops here with the overflow error.
-    const Int16 last = Int16::from(count);
-    for (int n = 1; n <= last; ++n) {
-        ListRow row;
-        row.at(LcHinmei) = rs->Field(QStringLiteral("CH_HINMEI"));
-        row.at(LcZaishitu) = rs->Field(QStringLiteral("CH_ZAISHITU"));
-        row.at(LcTani) = rs->Field(QStringLiteral("CH_TANI"));
-        row.at(LcBiko) = rs->Field(QStringLiteral("CH_BIKO"));
-        row.at(LcMaker) = rs->Field(QStringLiteral("CH_MAKER"));
-        row.at(LcTani2) = rs->Field(QStringLiteral("CH_TANI2"));
-        if (sum) {
-            row.at(LcSuryo) = NumberText(rs->Value(QStringLiteral("SUM_SURYO")));
-            row.at(LcKingk) = NumberText(rs->Value(QStringLiteral("SUM_KINGK")));
-        } else {
-            const QString zno = rs->Field(QStringLiteral("CH_ZNO"));
-            row.at(LcZno) = rs->Bool(QStringLiteral("CH_KAKKO")) ? u'(' + zno + u')' : zno;
-            row.at(LcSuryo) = NumberText(rs->Value(QStringLiteral("INT_SURYO")));
-            row.at(LcTanka) = NumberText(rs->Value(QStringLiteral("INT_TANKA")));
-            row.at(LcKingk) = NumberText(rs->Value(QStringLiteral("INT_KINGK")));
-            row.at(LcNumber) = NumberText(rs->Value(QStringLiteral("INT_NUMBER")));
-            row.at(LcHaishi) = rs->Field(QStringLiteral("CH_HAISHI"));
-            row.at(LcSuryo2) = NumberText(rs->Value(QStringLiteral("INT_SURYO2")));
+    // The row counter is 16-bit: a list longer than 32,767 records stops with the overflow error.
+    Int16 count;
+    ListRow row;
+    while (q.next()) {
+        ++count;
+        row.at(LcHinmei) = text(hinmei);
+        row.at(LcZaishitu) = text(zaishitu);
+        row.at(LcTani) = text(tani);
+        row.at(LcBiko) = text(biko);
+        row.at(LcMaker) = text(makerColumn);
+        row.at(LcTani2) = text(tani2);
+        row.at(LcSuryo) = NumberText(q.value(suryo));
+        row.at(LcKingk) = NumberText(q.value(kingk));
+        if (!sum) {
+            const QString itemNumber = text(zno);
+            row.at(LcZno) = YesNo(q.value(kakko)) ? u'(' + itemNumber + u')' : itemNumber;
+            row.at(LcTanka) = NumberText(q.value(tanka));
+            row.at(LcNumber) = NumberText(q.value(number));
+            row.at(LcHaishi) = YesNo(q.value(haishi)) ? QStringLiteral("True") : QStringLiteral("False");
+            row.at(LcSuryo2) = NumberText(q.value(suryo2));
         }
         table.push_back(row);
-        rs->MoveNext();
     }
-    rs->Close();
+    if (q.lastError().isValid())
+        throw DatabaseError(q.lastError(), sql);
     return table;
 }
 

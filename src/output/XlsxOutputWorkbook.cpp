@@ -5,6 +5,7 @@
 #include <Workbook.h>
 
 #include <optional>
+#include <unordered_set>
 
 namespace
 {
@@ -19,6 +20,10 @@ class XlsxTarget : public LayoutTarget
 public:
     xlsx::Worksheet* sheet = nullptr;
     xlsx::PageForm form;
+    bool templateHasStrike = true;
+    std::unordered_set<long long> struck;
+
+    static long long cellKey(int row, int column) { return static_cast<long long>(row) * 16384 + column; }
 
     void pastePageForm(int top, int /*rows*/) override
     {
@@ -43,8 +48,14 @@ public:
         try {
             const int r = w.row;
             const int c = w.column;
-            if (w.strike || sheet->strike(r, c))
-                sheet->setStrike(r, c, w.strike);
+            // Setting "not struck" matters only where a strike-through can be: in a template that has
+            // one, or in a cell this run struck before.
+            if (w.strike) {
+                sheet->setStrike(r, c, true);
+                struck.insert(cellKey(r, c));
+            } else if ((templateHasStrike || struck.count(cellKey(r, c))) && sheet->strike(r, c)) {
+                sheet->setStrike(r, c, false);
+            }
             switch (w.align) {
             case HAlign::Left:
                 sheet->setHorizontalAlignment(r, c, xlsx::HAlign::Left);
@@ -96,6 +107,12 @@ public:
                 m_target.form = m_target.sheet->snapshotRows(1, formRows);
             m_originalArea = m_target.sheet->printArea();
             m_lastUsedRow = m_target.sheet->lastUsedRow();
+            // Page copies come from these rows, so what they hold is all the sheet can hold.
+            m_target.templateHasStrike = false;
+            for (int r = 1; r <= m_lastUsedRow && !m_target.templateHasStrike; ++r)
+                for (int c = 1; c <= 26 && !m_target.templateHasStrike; ++c)
+                    m_target.templateHasStrike =
+                        m_target.sheet->hasCell(r, c) && m_target.sheet->strike(r, c);
         } catch (const xlsx::Error& e) {
             throw engineError(e);
         }
