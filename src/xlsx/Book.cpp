@@ -469,6 +469,7 @@ void SheetImpl::insertRows(int top, int count)
             }
         }
     Package& pkg = *book->pkg;
+    std::vector<std::string> movingTables; // tables wholly below the insertion row
     for (auto& rel : pkg.relationships(part)) {
         if (rel.external)
             continue;
@@ -478,11 +479,15 @@ void SheetImpl::insertRows(int top, int count)
             pkg.has(rel.resolved)) {
             pugi::xml_document t;
             Package::parseXml(t, pkg.read(rel.resolved), rel.resolved);
-            int r1, c1, r2, c2;
-            if (parseRange(t.document_element().attribute("ref").value(), r1, c1, r2, c2) && r2 >= top)
+            int r1 = 0, c1 = 0, r2 = 0, c2 = 0;
+            if (!parseRange(t.document_element().attribute("ref").value(), r1, c1, r2, c2))
+                throw Error("パーツ " + rel.resolved + " のテーブル範囲が不正です。");
+            if (r1 < top && top <= r2)
                 throw Error(where + " のテーブル（" +
                             std::string(t.document_element().attribute("ref").value()) +
-                            "）が挿入位置以降にあるため行を挿入できません。");
+                            "）が挿入位置にまたがるため行を挿入できません。");
+            if (r2 >= top)
+                movingTables.push_back(rel.resolved);
         }
         if (rel.type.size() >= 9 && rel.type.compare(rel.type.size() - 9, 9, "/comments") == 0 &&
             pkg.has(rel.resolved)) {
@@ -543,6 +548,20 @@ void SheetImpl::insertRows(int top, int count)
     }
     for (auto& [n, f] : pendingNames)
         n.text().set(f.c_str());
+    for (auto& tp : movingTables) {
+        pugi::xml_document t;
+        Package::parseXml(t, pkg.read(tp), tp);
+        auto root = t.document_element();
+        auto moveRef = [&](pugi::xml_node n) {
+            if (n && n.attribute("ref"))
+                if (auto r = shiftSqrefForInsert(n.attribute("ref").value(), top, count))
+                    n.attribute("ref").set_value(r->c_str());
+        };
+        moveRef(root);
+        moveRef(childL(root, "autoFilter"));
+        moveRef(childL(root, "sortState"));
+        pkg.write(tp, Package::serialize(t));
+    }
     if (!pendingNames.empty())
         book->wbDirty = true;
     for (auto it = firstMoving; hasFormulas && it != rows.end(); ++it)

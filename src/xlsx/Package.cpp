@@ -232,7 +232,9 @@ const std::string& Package::read(const std::string& name)
         throw Error("パーツ " + name + " が壊れています（長さが違います）: " + fileLabel(path_));
     e->bytes = std::move(data);
     e->loaded = true;
-    (void)kMaxTotalRead;
+    totalRead_ += e->bytes.size();
+    if (totalRead_ > kMaxTotalRead)
+        throw Error("ブックの展開後の大きさが上限（1 GB）を超えました: " + fileLabel(path_));
     return e->bytes;
 }
 

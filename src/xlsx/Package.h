@@ -79,6 +79,7 @@ private:
     std::map<std::string, std::unique_ptr<pugi::xml_document>> rels_;
     std::map<std::string, bool> relsDirty_;
     bool contentTypesDirty_ = false;
+    unsigned long long totalRead_ = 0;
 };
 
 std::string lowerAscii(std::string s);

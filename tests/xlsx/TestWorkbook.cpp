@@ -136,6 +136,26 @@ TEST(XlsxWorkbook, PastedPagesCarryFormulasAnchorsValidationsAndReferences)
             EXPECT_TRUE(seen.insert(std::stoi((*it)[1])).second) << "duplicate picture id";
         EXPECT_EQ(seen.size(), 3u);
         EXPECT_EQ(partOf(out, "xl/media/image1.png"), partOf(dataFile("logo.xlsx"), "xl/media/image1.png"));
+        // the link in each page's last row, each with a relationship of its own
+        std::string sheet = partOf(out, "xl/worksheets/sheet1.xml");
+        std::string rels = partOf(out, "xl/worksheets/_rels/sheet1.xml.rels");
+        std::regex link("<hyperlink ref=\"(A[0-9]+)\" r:id=\"(rId[0-9]+)\"");
+        std::vector<std::string> refs;
+        std::set<std::string> linkIds;
+        for (auto it = std::sregex_iterator(sheet.begin(), sheet.end(), link); it != std::sregex_iterator();
+             ++it) {
+            refs.push_back((*it)[1]);
+            linkIds.insert((*it)[2]);
+            EXPECT_NE(
+                rels.find(
+                    "Id=\"" + std::string((*it)[2]) +
+                    "\" Type=\"http://schemas.openxmlformats.org/"
+                    "officeDocument/2006/relationships/hyperlink\" Target=\"https://example.co.jp/parts\""),
+                std::string::npos)
+                << rels;
+        }
+        EXPECT_EQ(refs, (std::vector<std::string>{"A50", "A100", "A150"})) << sheet;
+        EXPECT_EQ(linkIds.size(), 3u);
     }
 
     // validations and conditional formats are copied with each page
@@ -189,6 +209,59 @@ TEST(XlsxWorkbook, InsertingRowsMovesEverythingBelowAndGrowsWhatStraddles)
     book.saveAs(dir / "inserted.xlsx");
     auto again = xlsx::Workbook::open(dir / "inserted.xlsx");
     EXPECT_EQ(again.sheet("部品表").cellFormula(53, 8), "SUM(H8:H52)");
+}
+
+namespace
+{
+
+// Replaces text inside one part of a package (the file is changed in place).
+void patchPart(const std::filesystem::path& file, const std::string& part, const std::string& from,
+               const std::string& to)
+{
+    std::string d = partOf(file, part);
+    auto pos = d.find(from);
+    ASSERT_NE(pos, std::string::npos) << d;
+    static std::string keep;
+    keep = d.substr(0, pos) + to + d.substr(pos + from.size());
+    int err = 0;
+    zip_t* z = zip_open(file.c_str(), 0, &err);
+    ASSERT_NE(z, nullptr);
+    zip_source_t* s = zip_source_buffer(z, keep.data(), keep.size(), 0);
+    zip_file_add(z, part.c_str(), s, ZIP_FL_OVERWRITE);
+    ASSERT_EQ(zip_close(z), 0);
+}
+
+} // namespace
+
+TEST(XlsxWorkbook, SharedFormulasBecomePlainFormulasThatMoveWithTheirPage)
+{
+    TempDir dir("shared");
+    auto file = dir / "shared.xlsx";
+    std::filesystem::copy_file(dataFile("header_boxes.xlsx"), file);
+    // a formula filled down the way spreadsheet programs store it: one master, two followers
+    patchPart(file, "xl/worksheets/sheet1.xml", "<c r=\"G8\" s=\"10\"/>",
+              "<c r=\"G8\" s=\"10\"><f t=\"shared\" ref=\"G8:G10\" si=\"0\">F8*$D$1</f><v>0</v></c>");
+    patchPart(file, "xl/worksheets/sheet1.xml", "<c r=\"G9\" s=\"10\"/>",
+              "<c r=\"G9\" s=\"10\"><f t=\"shared\" si=\"0\"/><v>0</v></c>");
+    patchPart(file, "xl/worksheets/sheet1.xml", "<c r=\"G10\" s=\"10\"/>",
+              "<c r=\"G10\" s=\"10\"><f t=\"shared\" si=\"0\"/><v>0</v></c>");
+    {
+        // unchanged, the sheet is kept exactly as it was
+        auto book = xlsx::Workbook::open(file);
+        EXPECT_EQ(book.sheet(0).cellFormula(10, 7), "F10*$D$1");
+        book.saveAs(dir / "same.xlsx");
+        EXPECT_EQ(zipParts(dir / "same.xlsx"), zipParts(file));
+    }
+    auto book = xlsx::Workbook::open(file);
+    auto& ws = book.sheet(0);
+    auto form = ws.snapshotRows(1, 50);
+    ws.pasteForm(form, 51);
+    ws.setNumber(58, 6, 4);
+    book.saveAs(dir / "out.xlsx");
+    std::string sheet = partOf(dir / "out.xlsx", "xl/worksheets/sheet1.xml");
+    EXPECT_EQ(sheet.find("t=\"shared\""), std::string::npos);
+    EXPECT_NE(sheet.find("<c r=\"G9\" s=\"10\"><f>F9*$D$1</f></c>"), std::string::npos) << sheet;
+    EXPECT_NE(sheet.find("<c r=\"G60\" s=\"10\"><f>F60*$D$1</f></c>"), std::string::npos) << sheet;
 }
 
 TEST(XlsxWorkbook, StylesAreDerivedWithoutTouchingCellsThatShareThem)
@@ -367,6 +440,19 @@ TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
         EXPECT_EQ(ws.lastUsedRow(), 49);
         EXPECT_EQ(ws.cellFormula(48, 8), "SUM(H8:H47)");
         EXPECT_FALSE(book.modified());
+    }
+    // a table: moved when wholly below, refused when the rows would split it
+    {
+        auto book = xlsx::Workbook::open(dataFile("table.xlsx"));
+        auto& ws = book.sheet(0);
+        auto form = ws.snapshotRows(1, 50);
+        EXPECT_THROW(ws.insertRows(57, 1), xlsx::Error);
+        ws.pasteForm(form, 51);
+        EXPECT_EQ(ws.cellText(106, 1), "製作");
+        book.saveAs(dir / "table_out.xlsx");
+        std::string table = partOf(dir / "table_out.xlsx", "xl/tables/table1.xml");
+        EXPECT_NE(table.find("ref=\"A105:C108\""), std::string::npos) << table;
+        EXPECT_EQ(table.find("A55:"), std::string::npos) << table;
     }
     // too many breaks for one more page
     {

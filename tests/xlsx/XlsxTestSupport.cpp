@@ -96,6 +96,7 @@ std::vector<Layout> templateLayouts()
         {"formulas.xlsx", "部品表", 50, 8, 47, 8, true},
         {"validation.xlsx", "部品表", 50, 8, 47, 8, true},
         {"japanese_names.xlsx", "製作部品表 A", 50, 8, 47, 8, true},
+        {"table.xlsx", "部品表", 50, 8, 47, 8, true},
     };
 }
 
