@@ -82,8 +82,6 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
             lr.makerFilterOn = ctx.makerFilterOn;
             lr.makerFilterText = ctx.makerFilterText;
             list = FillListFromDatabase(db, lr);
-            // The record set is gone; its memory goes back before the pages are built.
-            ReleaseFreeMemory();
         } else if (request.runMode == u"TEST") {
             list = FillSampleData();
         }

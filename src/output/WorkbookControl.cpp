@@ -27,7 +27,8 @@ Int16 ColumnNumber(const QString& letter)
 
 bool SpreadsheetProcessRunning(const QString& procFolder)
 {
-    // The names a running LibreOffice or Excel (under Wine) shows as its process name or program.
+    // The process names of a running LibreOffice or Excel (Wine names a Windows process after its
+    // program file).
     static const QStringList names = {QStringLiteral("soffice.bin"), QStringLiteral("soffice"),
                                       QStringLiteral("EXCEL.EXE"), QStringLiteral("excel.exe")};
     const QDir proc(procFolder);
@@ -39,13 +40,6 @@ bool SpreadsheetProcessRunning(const QString& procFolder)
         if (comm.open(QIODevice::ReadOnly)) {
             const QString name = QString::fromUtf8(comm.readAll()).trimmed();
             if (names.contains(name))
-                return true;
-        }
-        QFile cmdline(proc.filePath(pid + QStringLiteral("/cmdline")));
-        if (cmdline.open(QIODevice::ReadOnly)) {
-            const QByteArray first = cmdline.readAll().split('\0').value(0);
-            const QString program = QFileInfo(QString::fromLocal8Bit(first).replace(u'\\', u'/')).fileName();
-            if (names.contains(program))
                 return true;
         }
     }

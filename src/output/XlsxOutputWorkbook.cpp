@@ -21,6 +21,8 @@ public:
     xlsx::Worksheet* sheet = nullptr;
     xlsx::PageForm form;
     bool templateHasStrike = true;
+    QString lastFormat;
+    std::string lastFormatUtf8;
     std::unordered_set<long long> struck;
 
     static long long cellKey(int row, int column) { return static_cast<long long>(row) * 16384 + column; }
@@ -69,8 +71,14 @@ public:
             case HAlign::Keep:
                 break;
             }
-            if (!w.numberFormat.isEmpty())
-                sheet->setNumberFormat(r, c, w.numberFormat.toStdString());
+            if (!w.numberFormat.isEmpty()) {
+                // Only two or three formats occur in a run: each is converted once, not once a cell.
+                if (w.numberFormat != lastFormat) {
+                    lastFormat = w.numberFormat;
+                    lastFormatUtf8 = w.numberFormat.toStdString();
+                }
+                sheet->setNumberFormat(r, c, lastFormatUtf8);
+            }
             if (w.number)
                 sheet->setNumber(r, c, w.value.trimmed().toDouble());
             else if (w.value.isEmpty())

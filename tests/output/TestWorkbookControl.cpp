@@ -193,10 +193,10 @@ private Q_SLOTS:
         QDir(proc.path()).mkpath(QStringLiteral("34/"));
         write(QStringLiteral("34/comm"), "soffice.bin\n");
         QVERIFY(SpreadsheetProcessRunning(proc.path()));
-        write(QStringLiteral("34/comm"), "wine64-preload\n");
-        write(QStringLiteral("34/cmdline"),
-              QByteArray("C:\\Program Files\\Microsoft Office\\EXCEL.EXE\0", 45));
+        write(QStringLiteral("34/comm"), "EXCEL.EXE\n");
         QVERIFY(SpreadsheetProcessRunning(proc.path()));
+        write(QStringLiteral("34/comm"), "excel\n");
+        QVERIFY(!SpreadsheetProcessRunning(proc.path()));
 
         WorkbookControl wc(m_ctx);
         const int flag = wc.ExcelRunning();
