@@ -354,6 +354,25 @@ private Q_SLOTS:
         QCOMPARE(code, 4);
         std::tie(code, err) = run({QStringLiteral("--kind"), QStringLiteral("3")});
         QCOMPARE(code, 1);
+        // No LibreOffice on the PATH: the workbook is written, the PDF cannot be.
+        {
+            QProcess p;
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(QStringLiteral("PATH"), QStringLiteral("/nonexistent"));
+            p.setProcessEnvironment(env);
+            p.start(local, base + QStringList{QStringLiteral("--customer"), PrintFixture::customer,
+                                              QStringLiteral("--out"), xlsxOut, QStringLiteral("--pdf"),
+                                              result(QStringLiteral("none.pdf"))});
+            p.waitForFinished(120000);
+            QCOMPARE(p.exitCode(), 7);
+            QVERIFY(QFile::exists(xlsxOut));
+            QVERIFY(!QFile::exists(result(QStringLiteral("none.pdf"))));
+        }
+        // A template that is gone: E114 on stderr, status 5.
+        f->exec(QStringLiteral("UPDATE SETTEI SET CH_ORGPATH = '/nonexistent/template.xlsx'"));
+        std::tie(code, err) = run(base + QStringList{QStringLiteral("--customer"), PrintFixture::customer});
+        QCOMPARE(code, 5);
+        QVERIFY(err.contains(QStringLiteral("/nonexistent/template.xlsxを設定し直して下さい。")));
         std::tie(code, err) = run({QStringLiteral("--help")});
         QCOMPARE(code, 0);
     }
