@@ -31,15 +31,15 @@ enum ExitCode {
     ExitOutput = 7,     // the workbook or PDF could not be written where asked
 };
 
-const char* const kExitCodes = "\nExit status:\n"
-                               "  0  the list was printed\n"
-                               "  1  wrong arguments\n"
-                               "  2  PARA.ini missing or the database could not be opened\n"
-                               "  3  no output settings for the customer and kind (E150)\n"
-                               "  4  no stored parts table for the drawing number, assembly and kind\n"
-                               "  5  the template is missing or could not be opened (E114, E109, E111)\n"
-                               "  6  an error during the print run (設定エラー)\n"
-                               "  7  the workbook or the PDF could not be written\n";
+const char* const kExitCodes = "\n終了コード:\n"
+                               "  0  部品表を出力した\n"
+                               "  1  引数の誤り\n"
+                               "  2  PARA.ini がない、またはデータベースに接続できない\n"
+                               "  3  客先と区分の出力設定がない (E150)\n"
+                               "  4  図番・ASSY・区分の部品表が登録されていない\n"
+                               "  5  雛形ファイルがない、または開けない (E114, E109, E111)\n"
+                               "  6  出力中のエラー (設定エラー)\n"
+                               "  7  ブックまたは PDF を書き込めない\n";
 
 void printErr(const QString& text)
 {
@@ -112,30 +112,27 @@ int main(int argc, char** argv)
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Prints a stored parts list through its customer's template, without a window.\n"
-                       "Reads PARA.ini and the database of the program's own folder.") +
+        QStringLiteral("登録済みの部品表を客先の雛形でEXCELファイルに出力します（画面なし）。\n"
+                       "プログラムと同じフォルダの PARA.ini とデータベースを使います。") +
         QString::fromUtf8(kExitCodes));
     parser.addHelpOption();
-    const QCommandLineOption dwgOpt(QStringLiteral("dwgno"), QStringLiteral("Drawing number (CH_DWGNO)."),
+    const QCommandLineOption dwgOpt(QStringLiteral("dwgno"), QStringLiteral("図番 (CH_DWGNO)。"),
                                     QStringLiteral("D"));
-    const QCommandLineOption assyOpt(QStringLiteral("assy"), QStringLiteral("Assembly (CH_ASSY)."),
+    const QCommandLineOption assyOpt(QStringLiteral("assy"), QStringLiteral("ASSY (CH_ASSY)。"),
                                      QStringLiteral("A"));
-    const QCommandLineOption kindOpt(
-        QStringLiteral("kind"), QStringLiteral("1 manufactured, 2 purchased parts."), QStringLiteral("1|2"));
-    const QCommandLineOption customerOpt(QStringLiteral("customer"),
-                                         QStringLiteral("Customer whose output settings are used."),
+    const QCommandLineOption kindOpt(QStringLiteral("kind"), QStringLiteral("1 製作部品表、2 購入部品表。"),
+                                     QStringLiteral("1|2"));
+    const QCommandLineOption customerOpt(QStringLiteral("customer"), QStringLiteral("出力設定を使う客先。"),
                                          QStringLiteral("C"));
     const QCommandLineOption sumOpt(QStringLiteral("sum"),
-                                    QStringLiteral("Sum per maker, name, material, units and remarks."));
+                                    QStringLiteral("品名､材質､備考、単位、ﾒｰｶｰでｻﾏﾘｰ。"));
     const QCommandLineOption pageOpt(QStringLiteral("page-per-maker"),
-                                     QStringLiteral("A new page for each maker."));
-    const QCommandLineOption makerOpt(QStringLiteral("maker"),
-                                      QStringLiteral("Only the lines of this maker."), QStringLiteral("M"));
-    const QCommandLineOption outOpt(QStringLiteral("out"),
-                                    QStringLiteral("Where to write the filled workbook."),
+                                     QStringLiteral("印刷時にﾒｰｶｰ別に改頁。"));
+    const QCommandLineOption makerOpt(QStringLiteral("maker"), QStringLiteral("このﾒｰｶｰの行だけを出力。"),
+                                      QStringLiteral("M"));
+    const QCommandLineOption outOpt(QStringLiteral("out"), QStringLiteral("出力したブックの保存先。"),
                                     QStringLiteral("FILE.xlsx"));
-    const QCommandLineOption pdfOpt(QStringLiteral("pdf"),
-                                    QStringLiteral("Also render it to this PDF (LibreOffice)."),
+    const QCommandLineOption pdfOpt(QStringLiteral("pdf"), QStringLiteral("PDF にも出力する (LibreOffice)。"),
                                     QStringLiteral("FILE.pdf"));
     parser.addOptions({dwgOpt, assyOpt, kindOpt, customerOpt, sumOpt, pageOpt, makerOpt, outOpt, pdfOpt});
     if (!parser.parse(QCoreApplication::arguments())) {
@@ -150,7 +147,7 @@ int main(int argc, char** argv)
     if (!parser.isSet(dwgOpt) || !parser.isSet(assyOpt) || !parser.isSet(customerOpt) ||
         (kind != u"1" && kind != u"2") || !parser.positionalArguments().isEmpty()) {
         printErr(QStringLiteral(
-            "buhinhyo-print: --dwgno, --assy, --kind 1|2 and --customer are needed (see --help)"));
+            "buhinhyo-print: --dwgno, --assy, --kind 1|2, --customer を指定して下さい (--help 参照)"));
         return ExitUsage;
     }
 
