@@ -9,7 +9,8 @@
 #include <QFileInfo>
 #include <optional>
 
-namespace {
+namespace
+{
 // Workbook engine failures as the run-time error the user sees (number 1004, as a spreadsheet
 // application reports a failed workbook operation).
 constexpr int kWorkbookErrorNumber = 1004;
@@ -60,7 +61,8 @@ public:
         QDir().mkpath(QFileInfo(m_ctx.WorkbookPath).absolutePath());
         QFile::remove(m_ctx.WorkbookPath);
         if (!QFile::copy(path, m_ctx.WorkbookPath)) {
-            m_ctx.ini->ShowMessage(QStringLiteral("E109"), QStringLiteral("エラーＣＤ：") + QString::number(75));
+            m_ctx.ini->ShowMessage(QStringLiteral("E109"),
+                                   QStringLiteral("エラーＣＤ：") + QString::number(75));
             return QStringLiteral("NO");
         }
         try {
@@ -92,7 +94,8 @@ public:
             if (!sheet.isEmpty()) {
                 const auto found = book.findSheet(sheet.toStdString());
                 if (!found)
-                    throw RuntimeError(9, QStringLiteral("シート「") + sheet + QStringLiteral("」が見つかりません。"));
+                    throw RuntimeError(9, QStringLiteral("シート「") + sheet +
+                                              QStringLiteral("」が見つかりません。"));
                 index = *found;
             } else if (book.sheetCount() == 0) {
                 throw RuntimeError(9, QStringLiteral("ブックにシートがありません。"));

@@ -32,7 +32,8 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-namespace {
+namespace
+{
 const QString kHint = QStringLiteral("※必要な項目にチェックを入れて下さい。");
 constexpr int kColumnWidth = 64;
 constexpr int kRowWidth = 64;
@@ -54,8 +55,11 @@ OutputSettingsScreen::OutputSettingsScreen(AppContext& ctx, QWidget* owner,
     guardCommand(*m_ctx.messages, [this] { FillComboFromList(*m_ctx.ini, m_user, QStringLiteral("USER")); });
     m_user->setCurrentIndex(-1);
     guardCommand(*m_ctx.messages, [this] {
-        ConnectDatabase(m_ctx);
+        const ConnectResult connected = ConnectDatabase(m_ctx);
         m_connection = m_ctx.DbConnection;
+        // The connect routine has explained why the program cannot go on.
+        if (connected.endProgram)
+            QCoreApplication::exit(1);
     });
 }
 
@@ -64,7 +68,8 @@ OutputSettingsScreen::~OutputSettingsScreen() = default;
 // ---------------------------------------------------------------------------------------------
 // Building the screen
 
-QComboBox* OutputSettingsScreen::makeCombo(const QString& name, const QStringList& items, FieldKind kind, int width)
+QComboBox* OutputSettingsScreen::makeCombo(const QString& name, const QStringList& items, FieldKind kind,
+                                           int width)
 {
     auto* box = new QComboBox(this);
     box->setObjectName(name);
@@ -186,7 +191,8 @@ QGroupBox* OutputSettingsScreen::buildHeaderFrame()
     m_midashi = new QLineEdit(frame);
     m_midashi->setObjectName(QStringLiteral("txtMidashi"));
     m_midashi->setMinimumWidth(220);
-    m_midashiCol = makeCombo(QStringLiteral("cboMidashi_C"), ColumnDropDownItems(), FieldKind::Column, kColumnWidth);
+    m_midashiCol =
+        makeCombo(QStringLiteral("cboMidashi_C"), ColumnDropDownItems(), FieldKind::Column, kColumnWidth);
     m_midashiRow = makeCombo(QStringLiteral("cboMidashi_R"), RowDropDownItems(), FieldKind::Row, kRowWidth);
     grid->addWidget(m_midashi, 2, 1);
     grid->addWidget(m_midashiCol, 2, 2);
@@ -199,8 +205,8 @@ QGroupBox* OutputSettingsScreen::buildHeaderFrame()
         c.check->setObjectName(QStringLiteral("chkH_") + item);
         c.col = makeCombo(QStringLiteral("cboH_") + item + QStringLiteral("_C"), ColumnDropDownItems(),
                           FieldKind::Column, kColumnWidth);
-        c.row = makeCombo(QStringLiteral("cboH_") + item + QStringLiteral("_R"), RowDropDownItems(), FieldKind::Row,
-                          kRowWidth);
+        c.row = makeCombo(QStringLiteral("cboH_") + item + QStringLiteral("_R"), RowDropDownItems(),
+                          FieldKind::Row, kRowWidth);
         grid->addWidget(c.check, 3 + i, 0, 1, 2);
         grid->addWidget(c.col, 3 + i, 2);
         grid->addWidget(c.row, 3 + i, 3);
@@ -240,8 +246,10 @@ QGroupBox* OutputSettingsScreen::buildDetailFrame()
     }
     auto* rows = new QHBoxLayout;
     rows->addWidget(new QLabel(QStringLiteral("明細印刷行"), frame));
-    m_detailFirstRow = makeCombo(QStringLiteral("cboMeisai_SR"), RowDropDownItems(), FieldKind::Row, kRowWidth);
-    m_detailLastRow = makeCombo(QStringLiteral("cboMeisai_ER"), RowDropDownItems(), FieldKind::Row, kRowWidth);
+    m_detailFirstRow =
+        makeCombo(QStringLiteral("cboMeisai_SR"), RowDropDownItems(), FieldKind::Row, kRowWidth);
+    m_detailLastRow =
+        makeCombo(QStringLiteral("cboMeisai_ER"), RowDropDownItems(), FieldKind::Row, kRowWidth);
     rows->addWidget(m_detailFirstRow);
     rows->addWidget(new QLabel(QStringLiteral("～"), frame));
     rows->addWidget(m_detailLastRow);
@@ -279,8 +287,9 @@ void OutputSettingsScreen::buildControls()
     m_detailFrame = buildDetailFrame();
 
     auto* importNote = new QLabel(
-        QStringLiteral("ﾃﾞｰﾀ取込実行：取込ｴｸｾﾙのｼｰﾄを登録済みの設定で１頁行数ごとに読みます。DWG.№の無い頁は読み飛ばし、"
-                       "既にある部品表は置き換え・追加・取り込まないを確認します。"),
+        QStringLiteral(
+            "ﾃﾞｰﾀ取込実行：取込ｴｸｾﾙのｼｰﾄを登録済みの設定で１頁行数ごとに読みます。DWG.№の無い頁は読み飛ばし、"
+            "既にある部品表は置き換え・追加・取り込まないを確認します。"),
         this);
     importNote->setObjectName(QStringLiteral("lblImportNote"));
     importNote->setWordWrap(true);
@@ -396,7 +405,8 @@ void OutputSettingsScreen::search()
 void OutputSettingsScreen::loadSettings()
 {
     m_ctx.CurrentKind = currentKind();
-    const std::optional<SettingsRecord> row = ReadSettings(database(), m_user->currentText(), m_ctx.CurrentKind);
+    const std::optional<SettingsRecord> row =
+        ReadSettings(database(), m_user->currentText(), m_ctx.CurrentKind);
     if (!row) {
         // Nothing changes but the caption: a save stores whatever the screen shows.
         m_save->setText(QStringLiteral("新規登録"));
@@ -519,9 +529,8 @@ void OutputSettingsScreen::checkField(QComboBox* box, bool leaving)
     const bool column = box->property("fieldKind").toInt() == 0;
     m_ctx.ini->ShowMessage(column ? QStringLiteral("E120") : QStringLiteral("E102"), QString());
     if (!leaving) {
-        // A change while typing: the field keeps the focus and the text stays as typed.
-        if (box->isEnabled() && !box->hasFocus())
-            box->setFocus(Qt::OtherFocusReason);
+        // A change while typing: the field has the focus and gets it back when the box closes;
+        // the text stays as typed.
         m_reporting = false;
         return;
     }

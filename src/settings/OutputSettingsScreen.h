@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SettingsRecord.h"
+#include "SettingsWorkbooks.h"
 
 #include <QWidget>
 #include <array>
@@ -16,7 +17,6 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QRadioButton;
-class SettingsWorkbooks;
 
 // KVRCAD0003 "印刷用エクセル設定": edits the SETTEI row of one customer and kind.
 class OutputSettingsScreen : public QWidget
@@ -116,9 +116,9 @@ private:
     QPushButton* m_end = nullptr;
 
     QList<QComboBox*> m_checkedFields;
-    bool m_filling = false;     // values put in by the program are not checked
-    bool m_busy = false;        // a command runs: controls are disabled, focus moves are not checks
-    bool m_reporting = false;   // a field message is up or its focus return is pending
+    bool m_filling = false;   // values put in by the program are not checked
+    bool m_busy = false;      // a command runs: controls are disabled, focus moves are not checks
+    bool m_reporting = false; // a field message is up or its focus return is pending
     bool m_closed = false;
     QWidget* m_focusAfter = nullptr;
 };

@@ -11,7 +11,8 @@
 #include <QComboBox>
 #include <QLineEdit>
 
-namespace {
+namespace
+{
 const QString kTitle = QStringLiteral("データ取込");
 
 QString tableName(const ImportTable& t)
@@ -52,7 +53,8 @@ void OutputSettingsScreen::importData()
     QApplication::setOverrideCursor(Qt::WaitCursor);
     ImportPlan plan;
     try {
-        const std::unique_ptr<SheetCells> sheet = m_workbooks->OpenSheet(m_cpyPath->text(), m_cpySheet->text());
+        const std::unique_ptr<SheetCells> sheet =
+            m_workbooks->OpenSheet(m_cpyPath->text(), m_cpySheet->text());
         const QDate today = (m_ctx.clock ? m_ctx.clock->now() : QDateTime::currentDateTime()).date();
         plan = ParseImportSheet(*settings, *sheet, today);
     } catch (...) {
@@ -76,7 +78,8 @@ void OutputSettingsScreen::importData()
             continue;
         }
         const int stored = StoredLineCount(db, t.dwgNo, t.assy, kind);
-        const QString intro = tableName(t) + QStringLiteral(" の部品表は既に登録されています（明細%1行）。\n").arg(stored);
+        const QString intro =
+            tableName(t) + QStringLiteral(" の部品表は既に登録されています（明細%1行）。\n").arg(stored);
         if (box.show(MsgIcon::Question, MsgButtons::YesNo, kTitle,
                      intro + QStringLiteral("登録済みの明細を、読み込んだ明細%1行で置き換えますか？\n"
                                             "「いいえ」を選ぶと、追加するかどうかを続けて確認します。")
@@ -100,13 +103,15 @@ void OutputSettingsScreen::importData()
         lines[a] += int(plan.tables.at(i).lines.size());
     }
     if (tables[int(ImportAction::Skip)] == plan.tables.size()) {
-        box.show(MsgIcon::Information, MsgButtons::Ok, kTitle, QStringLiteral("取り込む部品表はありません。"));
+        box.show(MsgIcon::Information, MsgButtons::Ok, kTitle,
+                 QStringLiteral("取り込む部品表はありません。"));
         return;
     }
-    QString summary = QStringLiteral("客先 %1、%2の部品表を取り込みます。\n\n")
-                          .arg(customer, kind == u"1" ? QStringLiteral("製作ﾘｽﾄ") : QStringLiteral("購入ﾘｽﾄ"));
-    const QString kinds[4] = {QStringLiteral("新規登録"), QStringLiteral("明細の追加"), QStringLiteral("明細の置き換え"),
-                              QStringLiteral("取り込まない")};
+    QString summary =
+        QStringLiteral("客先 %1、%2の部品表を取り込みます。\n\n")
+            .arg(customer, kind == u"1" ? QStringLiteral("製作ﾘｽﾄ") : QStringLiteral("購入ﾘｽﾄ"));
+    const QString kinds[4] = {QStringLiteral("新規登録"), QStringLiteral("明細の追加"),
+                              QStringLiteral("明細の置き換え"), QStringLiteral("取り込まない")};
     for (int a = 0; a < 4; ++a)
         if (tables[a] > 0)
             summary += QStringLiteral("%1：%2件（明細%3行）\n").arg(kinds[a]).arg(tables[a]).arg(lines[a]);

@@ -6,11 +6,11 @@
 #include "WidgetServices.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 SheetSelectDialog::SheetSelectDialog(AppContext& ctx, QLineEdit* templateSheet, QLineEdit* importSheet,
@@ -46,16 +46,23 @@ SheetSelectDialog::SheetSelectDialog(AppContext& ctx, QLineEdit* templateSheet, 
     row->addWidget(m_select);
     layout->addLayout(row);
 
-    connect(m_select, &QPushButton::clicked, this, [this] { guardCommand(*m_ctx.messages, [this] { this->choose(); }); });
-    auto* f5 = new QShortcut(QKeySequence(Qt::Key_F5), this);
-    connect(f5, &QShortcut::activated, this, [this] {
-        if (m_select->isEnabled())
-            m_select->click();
-    });
+    connect(m_select, &QPushButton::clicked, this,
+            [this] { guardCommand(*m_ctx.messages, [this] { this->choose(); }); });
     connect(m_list, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
         if (item)
             take(item->text());
     });
+}
+
+void SheetSelectDialog::keyPressEvent(QKeyEvent* event)
+{
+    // F5 presses the select button while it is enabled; the list passes the key up to here.
+    if (event->key() == Qt::Key_F5 && event->modifiers() == Qt::NoModifier) {
+        if (m_select->isEnabled())
+            m_select->click();
+        return;
+    }
+    QDialog::keyPressEvent(event);
 }
 
 void SheetSelectDialog::setSheets(const QStringList& names)

@@ -20,6 +20,9 @@ public:
 
     void setSheets(const QStringList& names);
 
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
     void choose();
     void take(const QString& name);
