@@ -29,8 +29,9 @@ QString BuildListQuery(const QString& modeString, const QString& filterWord, con
                  QStringLiteral(" FROM BUHINHYO_M");
     }
 
-    QString where = QStringLiteral(" WHERE CH_DWGNO = '") + dwgNo + u'\'' + QStringLiteral(" AND CH_ASSY  = '") +
-                    assy + u'\'' + QStringLiteral(" AND CH_BUHIN = '") + kind + u'\'';
+    QString where = QStringLiteral(" WHERE CH_DWGNO = '") + dwgNo + u'\'' +
+                    QStringLiteral(" AND CH_ASSY  = '") + assy + u'\'' + QStringLiteral(" AND CH_BUHIN = '") +
+                    kind + u'\'';
     if (filterWord == u"MAKER")
         where += QStringLiteral(" AND CH_MAKER = '") + maker + u'\'';
 
@@ -41,7 +42,8 @@ QString BuildListQuery(const QString& modeString, const QString& filterWord, con
                QStringLiteral(" GROUP BY CH_MAKER ,CH_HINMEI ,CH_ZAISHITU ,CH_TANI ,CH_TANI2 ,CH_BIKO") +
                QStringLiteral(" ORDER BY CH_MAKER ,CH_HINMEI ,CH_ZAISHITU ,CH_TANI ,CH_TANI2 ,CH_BIKO");
     } else if (rows) {
-        tail = mode.paging == u"PAGE" ? QStringLiteral(" ORDER BY CH_MAKER ,CH_ZNO") : QStringLiteral(" ORDER BY CH_ZNO");
+        tail = mode.paging == u"PAGE" ? QStringLiteral(" ORDER BY CH_MAKER ,CH_ZNO")
+                                      : QStringLiteral(" ORDER BY CH_ZNO");
     }
     return select + where + tail;
 }

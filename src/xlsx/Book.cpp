@@ -426,7 +426,7 @@ void SheetImpl::insertRows(int top, int count)
         last = std::max(last, m.lastRow);
     if (last >= top && last + count > kMaxRow)
         throw Error(where + " に行を挿入すると最終行（1048576行）を超えます。");
-    for (auto& row : rows)
+    for (auto& row : hasFormulas ? rows : std::vector<Row>{})
         for (auto& c : row.cells) {
             if (!c.hasFormula())
                 continue;
@@ -473,6 +473,8 @@ void SheetImpl::insertRows(int top, int count)
         if (sp->part.empty())
             continue;
         sp->ensureLoaded();
+        if (!sp->hasFormulas)
+            continue;
         for (auto& row : sp->rows)
             for (auto& c : row.cells) {
                 if (!c.hasFormula() || c.x->f.empty())
@@ -505,7 +507,7 @@ void SheetImpl::insertRows(int top, int count)
         n.text().set(f.c_str());
     if (!pendingNames.empty())
         book->wbDirty = true;
-    for (auto it = firstMoving; it != rows.end(); ++it)
+    for (auto it = firstMoving; hasFormulas && it != rows.end(); ++it)
         for (auto& c : it->cells)
             if (c.hasFormula()) {
                 for (auto& kv : c.x->fAttrs)
@@ -823,9 +825,12 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
     for (auto& row : s.rows)
         if (row.r >= firstRow && row.r <= lastRow) {
             fd->rows.push_back(row);
-            for (auto& c : row.cells)
+            for (auto& c : row.cells) {
                 if (c.type == TShared)
                     ++fd->sharedRefs;
+                if (c.hasFormula())
+                    fd->hasFormulas = true;
+            }
         }
     for (auto& m : s.merges)
         if (m.firstRow >= firstRow && m.lastRow <= lastRow)
@@ -917,6 +922,8 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
     s.rows.insert(pos, std::make_move_iterator(copies.begin()), std::make_move_iterator(copies.end()));
     if (fd.sharedRefs)
         s.book->sst.addRefs(fd.sharedRefs);
+    if (fd.hasFormulas)
+        s.hasFormulas = true;
     for (auto m : fd.merges) {
         m.firstRow += d;
         m.lastRow += d;

@@ -137,6 +137,7 @@ struct FormData {
     std::vector<CellRange> merges;
     std::vector<int> breakRows; // rows that start a page inside the form
     long long sharedRefs = 0;
+    bool hasFormulas = false;
     std::shared_ptr<pugi::xml_document> extras; // <cf>, <dv>, <hl>, <anchors> holders
 };
 
@@ -150,6 +151,7 @@ struct SheetImpl {
 
     bool loaded = false;
     bool dirty = false;
+    bool hasFormulas = false; // any formula cell was ever on the sheet
     pugi::xml_document doc;
     std::vector<Row> rows;
     std::vector<CellRange> merges;

@@ -15,6 +15,8 @@ namespace {
 constexpr zip_uint64_t kMaxPartSize = 256ull * 1024 * 1024;   // one part, uncompressed
 constexpr zip_uint64_t kMaxTotalRead = 1024ull * 1024 * 1024; // everything read from one file
 constexpr zip_uint64_t kMaxRatio = 1000;                       // uncompressed / compressed
+constexpr std::size_t kReaddThreshold = 65536;
+constexpr zip_uint32_t kDeflateLevel = 1;
 
 std::string fileLabel(const std::filesystem::path& p) { return p.filename().u8string().empty() ? std::string() : reinterpret_cast<const char*>(p.filename().u8string().c_str()); }
 
@@ -292,6 +294,9 @@ void Package::saveTo(const std::filesystem::path& target)
         std::filesystem::copy_file(path_, target, std::filesystem::copy_options::overwrite_existing, ec);
         if (ec)
             throw Error("ブックを保存できません: " + fileLabel(target) + " (" + ec.message() + ")");
+        // a copy of a read-only template must still be writable by its owner
+        std::filesystem::permissions(target, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
+                                     std::filesystem::perm_options::add, ec);
     }
     int err = 0;
     zip_t* w = zip_open(target.c_str(), 0, &err);
@@ -322,19 +327,31 @@ void Package::saveTo(const std::filesystem::path& target)
         if (!src)
             fail(e.name);
         zip_int64_t idx = e.index >= 0 ? zip_name_locate(w, e.name.c_str(), 0) : -1;
+        // libzip keeps an entry's original compression settings when it is replaced in place,
+        // which means its slowest level; a large part is deleted and added again instead so
+        // that the chosen level applies (the order of entries in a package carries no meaning).
+        if (idx >= 0 && e.bytes.size() > kReaddThreshold) {
+            if (zip_delete(w, static_cast<zip_uint64_t>(idx)) != 0) {
+                zip_source_free(src);
+                fail(e.name);
+            }
+            idx = -1;
+        }
         if (idx >= 0) {
             if (zip_file_replace(w, static_cast<zip_uint64_t>(idx), src, 0) != 0) {
                 zip_source_free(src);
                 fail(e.name);
             }
         } else {
-            idx = zip_file_add(w, e.name.c_str(), src, ZIP_FL_ENC_UTF_8 | ZIP_FL_OVERWRITE);
+            idx = zip_file_add(w, e.name.c_str(), src, ZIP_FL_ENC_UTF_8);
             if (idx < 0) {
                 zip_source_free(src);
                 fail(e.name);
             }
         }
-        zip_set_file_compression(w, static_cast<zip_uint64_t>(idx), ZIP_CM_DEFLATE, 6);
+        if (zip_set_file_compression(w, static_cast<zip_uint64_t>(idx), ZIP_CM_DEFLATE, kDeflateLevel) != 0)
+            fail(e.name);
+        zip_file_set_mtime(w, static_cast<zip_uint64_t>(idx), 315532800, 0); // 1980-01-01, like the rest
     }
     if (zip_close(w) != 0)
         fail("zip_close");

@@ -153,6 +153,8 @@ void SheetImpl::load()
                     x->raw += w.s;
                 }
             }
+            if (x && x->hasF)
+                hasFormulas = true;
             c.x = std::move(x);
             row.cells.push_back(std::move(c));
         }
@@ -420,8 +422,12 @@ std::string SheetImpl::serialize()
     if (pos == std::string::npos)
         throw Error("シート " + name + " を書き出せません（内部エラー）。");
 
+    std::size_t cellCount = 0;
+    for (auto& row : rows)
+        cellCount += row.cells.size();
     std::string body;
-    body.reserve(rows.size() * 64 + 64);
+    body.reserve(xml.size() + rows.size() * 80 + cellCount * 40 + 64);
+    body.append(xml, 0, pos);
     body += "<" + prefix + "sheetData>";
     std::string rowTag = prefix + "row", cTag = prefix + "c", vTag = prefix + "v", fTag = prefix + "f";
     char num[32];
@@ -515,12 +521,8 @@ std::string SheetImpl::serialize()
         body += '>';
     }
     body += "</" + prefix + "sheetData>";
-    std::string out;
-    out.reserve(xml.size() + body.size());
-    out.append(xml, 0, pos);
-    out += body;
-    out.append(xml, pos + tag.size(), std::string::npos);
-    return out;
+    body.append(xml, pos + tag.size(), std::string::npos);
+    return body;
 }
 
 } // namespace xlsx::detail

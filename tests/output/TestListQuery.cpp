@@ -11,7 +11,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("mode");
         QTest::addColumn<QString>("filter");
         QTest::addColumn<QString>("expected");
-        const QString where = QStringLiteral(" WHERE CH_DWGNO = 'D-1' AND CH_ASSY  = '250-01' AND CH_BUHIN = '1'");
+        const QString where =
+            QStringLiteral(" WHERE CH_DWGNO = 'D-1' AND CH_ASSY  = '250-01' AND CH_BUHIN = '1'");
         const QString sumSelect = QStringLiteral(
             "SELECT CH_MAKER ,CH_HINMEI ,CH_ZAISHITU ,CH_TANI,CH_TANI2,CH_BIKO ,SUM(INT_SURYO) AS SUM_SURYO "
             ",SUM(INT_KINGK) AS SUM_KINGK FROM BUHINHYO_M");
@@ -19,19 +20,22 @@ private Q_SLOTS:
             " AND CH_HAISHI = FALSE GROUP BY CH_MAKER ,CH_HINMEI ,CH_ZAISHITU ,CH_TANI ,CH_TANI2 ,CH_BIKO"
             " ORDER BY CH_MAKER ,CH_HINMEI ,CH_ZAISHITU ,CH_TANI ,CH_TANI2 ,CH_BIKO");
         QTest::newRow("form load") << QStringLiteral("FORM LOAD") << QString()
-                                   << QStringLiteral("SELECT * FROM BUHINHYO_M") + where + QStringLiteral(" ORDER BY CH_ZNO");
+                                   << QStringLiteral("SELECT * FROM BUHINHYO_M") + where +
+                                          QStringLiteral(" ORDER BY CH_ZNO");
         QTest::newRow("list all") << QStringLiteral("LIST ALL") << QString()
-                                  << QStringLiteral("SELECT * FROM BUHINHYO_M") + where + QStringLiteral(" ORDER BY CH_ZNO");
+                                  << QStringLiteral("SELECT * FROM BUHINHYO_M") + where +
+                                         QStringLiteral(" ORDER BY CH_ZNO");
         QTest::newRow("list all page") << QStringLiteral("LIST ALL  PAGE") << QString()
                                        << QStringLiteral("SELECT * FROM BUHINHYO_M") + where +
                                               QStringLiteral(" ORDER BY CH_MAKER ,CH_ZNO");
-        QTest::newRow("list sum page") << QStringLiteral("LIST SUM  PAGE") << QString() << sumSelect + where + sumTail;
+        QTest::newRow("list sum page")
+            << QStringLiteral("LIST SUM  PAGE") << QString() << sumSelect + where + sumTail;
         QTest::newRow("maker filter")
             << QStringLiteral("LIST SUM") << QStringLiteral("MAKER")
             << sumSelect + where + QStringLiteral(" AND CH_MAKER = 'ミスミ'") + sumTail;
-        QTest::newRow("filter word must be exact") << QStringLiteral("LIST ALL") << QStringLiteral("maker")
-                                                   << QStringLiteral("SELECT * FROM BUHINHYO_M") + where +
-                                                          QStringLiteral(" ORDER BY CH_ZNO");
+        QTest::newRow("filter word must be exact")
+            << QStringLiteral("LIST ALL") << QStringLiteral("maker")
+            << QStringLiteral("SELECT * FROM BUHINHYO_M") + where + QStringLiteral(" ORDER BY CH_ZNO");
         QTest::newRow("unknown mode") << QStringLiteral("LIST") << QString() << where;
     }
     void modes()
@@ -39,8 +43,8 @@ private Q_SLOTS:
         QFETCH(QString, mode);
         QFETCH(QString, filter);
         QFETCH(QString, expected);
-        QCOMPARE(BuildListQuery(mode, filter, QStringLiteral("D-1"), QStringLiteral("250-01"), QStringLiteral("1"),
-                                QStringLiteral("ミスミ")),
+        QCOMPARE(BuildListQuery(mode, filter, QStringLiteral("D-1"), QStringLiteral("250-01"),
+                                QStringLiteral("1"), QStringLiteral("ミスミ")),
                  expected);
     }
 

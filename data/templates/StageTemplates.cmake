@@ -1,0 +1,22 @@
+# stage_templates: copies the sample templates into the application folder and points the sample
+# customer's output settings in the staged database at them (absolute paths of this build).
+set(BUHINHYO_TEMPLATE_SOURCE ${PROJECT_SOURCE_DIR}/data/templates)
+# The customers of the sample parts tables and the one the documentation uses ("|"-separated).
+set(BUHINHYO_SAMPLE_CUSTOMERS "株式会社サンプル機工|ABC精機|東和工業")
+add_custom_target(stage_templates
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/app/templates
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different
+            ${BUHINHYO_TEMPLATE_SOURCE}/mfg_parts_template.xlsx
+            ${BUHINHYO_TEMPLATE_SOURCE}/purchased_parts_template.xlsx
+            ${PROJECT_BINARY_DIR}/app/templates/
+    COMMAND ${CMAKE_COMMAND}
+            -DDB=${PROJECT_BINARY_DIR}/app/DB/CADDB.sqlite
+            -DTEMPLATE_DIR=${PROJECT_BINARY_DIR}/app/templates
+            -DSOURCE=${BUHINHYO_TEMPLATE_SOURCE}
+            -DCUSTOMERS=${BUHINHYO_SAMPLE_CUSTOMERS}
+            -P ${BUHINHYO_TEMPLATE_SOURCE}/stage_settei.cmake
+    COMMENT "Staging the sample templates and their output settings"
+    VERBATIM)
+if(TARGET stage_db)
+    add_dependencies(stage_templates stage_db)
+endif()

@@ -1,0 +1,93 @@
+#include "InstallPrintRun.h"
+
+#include "AppContext.h"
+#include "PreviewWindow.h"
+#include "PrintRequest.h"
+#include "PrintRun.h"
+#include "XlsxOutputWorkbook.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QPointer>
+#include <QProgressDialog>
+#include <QUrl>
+
+namespace
+{
+
+// Long lists show their page loop; short ones only the busy pointer.
+constexpr int kProgressFromPages = 10;
+
+class WindowPresenter : public PrintPresenter
+{
+public:
+    WindowPresenter(QWidget* parent, QString workFolder)
+        : m_parent(parent), m_workFolder(std::move(workFolder))
+    {
+    }
+    ~WindowPresenter() override
+    {
+        busy(false);
+        delete m_progress;
+    }
+
+    void busy(bool on) override
+    {
+        if (on && !m_busy)
+            QApplication::setOverrideCursor(Qt::WaitCursor);
+        else if (!on && m_busy)
+            QApplication::restoreOverrideCursor();
+        m_busy = on;
+        if (!on && m_progress)
+            m_progress->hide();
+    }
+
+    void progress(int page, int totalPages) override
+    {
+        if (totalPages < kProgressFromPages)
+            return;
+        if (!m_progress) {
+            m_progress = new QProgressDialog(QStringLiteral("頁を作成しています..."), QString(), 0,
+                                             totalPages, m_parent);
+            m_progress->setObjectName(QStringLiteral("pageProgress"));
+            m_progress->setWindowTitle(QStringLiteral("印刷ﾌﾟﾚﾋﾞｭｰ"));
+            m_progress->setWindowModality(Qt::WindowModal);
+            m_progress->setMinimumDuration(300);
+            m_progress->setCancelButton(nullptr);
+        }
+        m_progress->setLabelText(QStringLiteral("頁を作成しています... %1 / %2").arg(page).arg(totalPages));
+        m_progress->setValue(std::min(page, totalPages));
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    }
+
+    void preview(const QString& workbookPath) override
+    {
+        PreviewWindow window(workbookPath, m_workFolder, m_parent);
+        window.exec();
+    }
+
+    void keepWorkbook(const QString& workbookPath) override
+    {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(workbookPath));
+    }
+
+    void clearClipboard() override { QGuiApplication::clipboard()->clear(); }
+
+private:
+    QWidget* m_parent;
+    QString m_workFolder;
+    QPointer<QProgressDialog> m_progress;
+    bool m_busy = false;
+};
+
+} // namespace
+
+void installPrintRun(AppContext& ctx)
+{
+    ctx.printRun = [&ctx](const PrintRequest& request) {
+        WindowPresenter presenter(request.caller, QFileInfo(ctx.WorkbookPath).absolutePath());
+        RunPrint(ctx, request, OpenXlsxOutputWorkbook, presenter);
+    };
+}

@@ -1,0 +1,292 @@
+#include "PreviewWindow.h"
+
+#include "LibreOffice.h"
+#include "WidgetServices.h"
+
+#include <QComboBox>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPageSetupDialog>
+#include <QPainter>
+#include <QPdfDocument>
+#include <QPdfPageNavigator>
+#include <QPdfView>
+#include <QPrintDialog>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QUrl>
+#include <QVBoxLayout>
+
+namespace
+{
+QPushButton* button(QWidget* parent, const QString& text, const char* name)
+{
+    auto* b = new QPushButton(text, parent);
+    b->setObjectName(QString::fromLatin1(name));
+    b->setAutoDefault(false);
+    return b;
+}
+} // namespace
+
+PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent)
+    : QDialog(parent), m_workbookPath(workbookPath), m_workFolder(workFolder),
+      m_printer(QPrinter::HighResolution)
+{
+    setObjectName(QStringLiteral("PreviewWindow"));
+    setWindowTitle(QStringLiteral("印刷プレビュー - ") + QFileInfo(workbookPath).fileName());
+    applyScreenFont(this);
+    m_printer.setPageSize(QPageSize(QPageSize::A4));
+
+    auto* printButton = button(this, QStringLiteral("印刷(&P)..."), "printButton");
+    auto* setupButton = button(this, QStringLiteral("ページ設定(&U)..."), "pageSetupButton");
+    auto* prevButton = button(this, QStringLiteral("< 前頁"), "prevPageButton");
+    auto* nextButton = button(this, QStringLiteral("次頁 >"), "nextPageButton");
+    m_pageLabel = new QLabel(this);
+    m_pageLabel->setObjectName(QStringLiteral("pageLabel"));
+    m_pageLabel->setMinimumWidth(110);
+    m_pageLabel->setAlignment(Qt::AlignCenter);
+    auto* zoomOut = button(this, QStringLiteral("縮小"), "zoomOutButton");
+    m_zoom = new QComboBox(this);
+    m_zoom->setObjectName(QStringLiteral("zoomCombo"));
+    m_zoom->addItems({QStringLiteral("ページ全体"), QStringLiteral("幅に合わせる"), QStringLiteral("50%"),
+                      QStringLiteral("75%"), QStringLiteral("100%"), QStringLiteral("150%"),
+                      QStringLiteral("200%")});
+    auto* zoomIn = button(this, QStringLiteral("拡大"), "zoomInButton");
+    auto* openButton = button(this, QStringLiteral("表計算ソフトで開く(&E)"), "openWorkbookButton");
+    auto* closeButton = button(this, QStringLiteral("閉じる(ESC)"), "closeButton");
+
+    auto* bar = new QHBoxLayout;
+    for (QWidget* w : std::initializer_list<QWidget*>{printButton, setupButton, prevButton, m_pageLabel,
+                                                      nextButton, zoomOut, m_zoom, zoomIn})
+        bar->addWidget(w);
+    bar->addStretch(1);
+    bar->addWidget(openButton);
+    bar->addWidget(closeButton);
+    m_pageControls = {printButton, setupButton, prevButton, nextButton, zoomOut, m_zoom, zoomIn};
+
+    m_stack = new QStackedWidget(this);
+    // Page 0: rendering in progress.
+    auto* busy = new QWidget(m_stack);
+    auto* busyLayout = new QVBoxLayout(busy);
+    m_status = new QLabel(QStringLiteral("プレビューを作成しています..."), busy);
+    m_status->setObjectName(QStringLiteral("statusLabel"));
+    m_status->setAlignment(Qt::AlignCenter);
+    m_progress = new QProgressBar(busy);
+    m_progress->setObjectName(QStringLiteral("progressBar"));
+    m_progress->setRange(0, 0);
+    m_progress->setMaximumWidth(400);
+    busyLayout->addStretch(1);
+    busyLayout->addWidget(m_status);
+    busyLayout->addWidget(m_progress, 0, Qt::AlignHCenter);
+    busyLayout->addStretch(1);
+    m_stack->addWidget(busy);
+    // Page 1: the pages.
+    m_document = new QPdfDocument(this);
+    m_view = new QPdfView(m_stack);
+    m_view->setObjectName(QStringLiteral("previewView"));
+    m_view->setDocument(m_document);
+    m_view->setPageMode(QPdfView::PageMode::SinglePage);
+    m_view->setZoomMode(QPdfView::ZoomMode::FitInView);
+    m_view->setBackgroundRole(QPalette::Dark);
+    m_stack->addWidget(m_view);
+    // Page 2: no preview possible.
+    m_message = new QLabel(m_stack);
+    m_message->setObjectName(QStringLiteral("problemLabel"));
+    m_message->setAlignment(Qt::AlignCenter);
+    m_message->setWordWrap(true);
+    m_stack->addWidget(m_message);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(bar);
+    layout->addWidget(m_stack, 1);
+    resize(900, 1000);
+
+    for (QWidget* w : m_pageControls)
+        w->setEnabled(false);
+    updatePageLabel();
+
+    connect(printButton, &QPushButton::clicked, this, &PreviewWindow::print);
+    connect(setupButton, &QPushButton::clicked, this, &PreviewWindow::pageSetup);
+    connect(prevButton, &QPushButton::clicked, this, [this] { goToPage(currentPage() - 1); });
+    connect(nextButton, &QPushButton::clicked, this, [this] { goToPage(currentPage() + 1); });
+    connect(m_zoom, &QComboBox::currentIndexChanged, this, &PreviewWindow::applyZoom);
+    connect(zoomOut, &QPushButton::clicked, this,
+            [this] { m_zoom->setCurrentIndex(std::max(2, m_zoom->currentIndex() - 1)); });
+    connect(zoomIn, &QPushButton::clicked, this, [this] {
+        m_zoom->setCurrentIndex(std::min(m_zoom->count() - 1, std::max(2, m_zoom->currentIndex() + 1)));
+    });
+    connect(openButton, &QPushButton::clicked, this, &PreviewWindow::openWorkbook);
+    connect(closeButton, &QPushButton::clicked, this, &QDialog::accept);
+    connect(m_view->pageNavigator(), &QPdfPageNavigator::currentPageChanged, this,
+            [this] { updatePageLabel(); });
+}
+
+PreviewWindow::~PreviewWindow()
+{
+    if (m_process && m_process->state() != QProcess::NotRunning) {
+        m_process->kill();
+        m_process->waitForFinished(5000);
+    }
+}
+
+void PreviewWindow::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    if (!m_started)
+        startRendering();
+}
+
+void PreviewWindow::startRendering()
+{
+    if (m_started)
+        return;
+    m_started = true;
+    const QString soffice = LibreOffice::program();
+    if (soffice.isEmpty()) {
+        showProblem(
+            QStringLiteral("LibreOffice がインストールされていないため、印刷プレビューを表示できません。\n"
+                           "「表計算ソフトで開く」でブックを開き、表計算ソフトから印刷して下さい。"));
+        return;
+    }
+    const QString outFolder = QDir(m_workFolder).absoluteFilePath(QStringLiteral("preview"));
+    QDir().mkpath(outFolder);
+    m_pdfPath = LibreOffice::convertedPath(m_workbookPath, outFolder, QStringLiteral("pdf"));
+    QFile::remove(m_pdfPath);
+    m_process = new QProcess(this);
+    m_process->setProcessChannelMode(QProcess::MergedChannels);
+    connect(m_process, &QProcess::finished, this, &PreviewWindow::renderFinished);
+    connect(m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError e) {
+        if (e == QProcess::FailedToStart)
+            showProblem(QStringLiteral("LibreOffice を起動できませんでした。"));
+    });
+    m_process->start(soffice, LibreOffice::convertArguments(
+                                  QDir(m_workFolder).absoluteFilePath(QStringLiteral("lo-profile-preview")),
+                                  QStringLiteral("pdf"), outFolder, m_workbookPath));
+}
+
+void PreviewWindow::renderFinished(int exitCode, QProcess::ExitStatus status)
+{
+    const QByteArray log = m_process->readAll();
+    QString problem = LibreOffice::checkConversion(m_pdfPath, log);
+    if (problem.isEmpty() && (status != QProcess::NormalExit || exitCode != 0))
+        problem = QStringLiteral("LibreOffice が異常終了しました。");
+    if (problem.isEmpty() && m_document->load(m_pdfPath) != QPdfDocument::Error::None)
+        problem = QStringLiteral("作成した PDF を読めませんでした。");
+    if (!problem.isEmpty()) {
+        showProblem(QStringLiteral("印刷プレビューを作成できませんでした。\n") + problem);
+        return;
+    }
+    m_finished = true;
+    m_stack->setCurrentIndex(1);
+    for (QWidget* w : m_pageControls)
+        w->setEnabled(true);
+    goToPage(1);
+    updatePageLabel();
+    Q_EMIT renderingDone(true);
+}
+
+void PreviewWindow::showProblem(const QString& text)
+{
+    m_problem = text;
+    m_finished = true;
+    m_message->setText(text);
+    m_stack->setCurrentIndex(2);
+    updatePageLabel();
+    Q_EMIT renderingDone(false);
+}
+
+int PreviewWindow::pageCount() const
+{
+    return m_document->status() == QPdfDocument::Status::Ready ? m_document->pageCount() : 0;
+}
+
+int PreviewWindow::currentPage() const
+{
+    return m_view->pageNavigator()->currentPage() + 1;
+}
+
+void PreviewWindow::goToPage(int page)
+{
+    if (pageCount() == 0)
+        return;
+    page = std::clamp(page, 1, pageCount());
+    m_view->pageNavigator()->jump(page - 1, QPointF(), m_view->zoomFactor());
+    updatePageLabel();
+}
+
+void PreviewWindow::updatePageLabel()
+{
+    const int count = pageCount();
+    m_pageLabel->setText(count == 0 ? QStringLiteral("- / - 頁")
+                                    : QStringLiteral("%1 / %2 頁").arg(currentPage()).arg(count));
+}
+
+void PreviewWindow::applyZoom(int index)
+{
+    if (index == 0) {
+        m_view->setZoomMode(QPdfView::ZoomMode::FitInView);
+    } else if (index == 1) {
+        m_view->setZoomMode(QPdfView::ZoomMode::FitToWidth);
+    } else {
+        m_view->setZoomMode(QPdfView::ZoomMode::Custom);
+        m_view->setZoomFactor(m_zoom->itemText(index).chopped(1).toDouble() / 100.0);
+    }
+}
+
+bool PreviewWindow::printPages(QPrinter& printer, int first, int last)
+{
+    first = std::max(first, 1);
+    last = std::min(last, pageCount());
+    if (first > last)
+        return false;
+    QPainter painter;
+    if (!painter.begin(&printer))
+        return false;
+    for (int page = first; page <= last; ++page) {
+        if (page > first)
+            printer.newPage();
+        const QRect target = painter.viewport();
+        const QSizeF pagePoints = m_document->pagePointSize(page - 1);
+        // The page image at the printer's resolution, scaled to fit the printable area.
+        QSize size = (pagePoints * printer.resolution() / 72.0).toSize();
+        size.scale(target.size(), Qt::KeepAspectRatio);
+        const QImage image = m_document->render(page - 1, size);
+        const QPoint origin((target.width() - size.width()) / 2, (target.height() - size.height()) / 2);
+        painter.drawImage(QRect(origin, size), image);
+    }
+    return painter.end();
+}
+
+void PreviewWindow::print()
+{
+    QPrintDialog dialog(&m_printer, this);
+    dialog.setWindowTitle(QStringLiteral("印刷"));
+    dialog.setMinMax(1, pageCount());
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    int first = 1, last = pageCount();
+    if (m_printer.printRange() == QPrinter::PageRange) {
+        first = m_printer.fromPage();
+        last = m_printer.toPage();
+    } else if (m_printer.printRange() == QPrinter::CurrentPage) {
+        first = last = currentPage();
+    }
+    printPages(m_printer, first, last);
+}
+
+void PreviewWindow::pageSetup()
+{
+    QPageSetupDialog dialog(&m_printer, this);
+    dialog.setWindowTitle(QStringLiteral("ページ設定"));
+    dialog.exec();
+}
+
+void PreviewWindow::openWorkbook()
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(m_workbookPath));
+}

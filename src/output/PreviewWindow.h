@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QDialog>
+#include <QPrinter>
+#include <QProcess>
+
+class QComboBox;
+class QLabel;
+class QPdfDocument;
+class QPdfView;
+class QProgressBar;
+class QPushButton;
+class QStackedWidget;
+
+// The print preview of a filled work copy: LibreOffice renders it to PDF in the background (the
+// window stays responsive and shows progress), then the pages are shown with zoom, page
+// navigation, printing, page set-up, and a button that opens the workbook in the desktop's
+// spreadsheet program. Without LibreOffice the window says so and offers that button only.
+class PreviewWindow : public QDialog
+{
+    Q_OBJECT
+public:
+    // workFolder holds the private LibreOffice profile and the rendered PDF.
+    PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent = nullptr);
+    ~PreviewWindow() override;
+
+    // Starts the rendering; called by exec()/show() through showEvent, or directly by tests.
+    void startRendering();
+    bool renderingFinished() const { return m_finished; }
+    int pageCount() const;
+    int currentPage() const;
+    void goToPage(int page);
+    QString pdfPath() const { return m_pdfPath; }
+    QString problem() const { return m_problem; }
+    // Prints the pages first..last (1-based) of the rendered document on the printer.
+    bool printPages(QPrinter& printer, int first, int last);
+
+Q_SIGNALS:
+    void renderingDone(bool ok);
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void renderFinished(int exitCode, QProcess::ExitStatus status);
+    void showProblem(const QString& text);
+    void updatePageLabel();
+    void applyZoom(int index);
+    void print();
+    void pageSetup();
+    void openWorkbook();
+
+    QString m_workbookPath;
+    QString m_workFolder;
+    QString m_pdfPath;
+    QString m_problem;
+    bool m_started = false;
+    bool m_finished = false;
+    QProcess* m_process = nullptr;
+    QPdfDocument* m_document = nullptr;
+    QPdfView* m_view = nullptr;
+    QStackedWidget* m_stack = nullptr;
+    QLabel* m_status = nullptr;
+    QLabel* m_message = nullptr;
+    QLabel* m_pageLabel = nullptr;
+    QProgressBar* m_progress = nullptr;
+    QComboBox* m_zoom = nullptr;
+    QList<QWidget*> m_pageControls;
+    QPrinter m_printer;
+};

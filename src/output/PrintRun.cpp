@@ -1,0 +1,118 @@
+#include "PrintRun.h"
+
+#include "AppContext.h"
+#include "Database.h"
+#include "ListQuery.h"
+#include "PrintList.h"
+#include "PrintRequest.h"
+#include "RuntimeError.h"
+#include "WorkbookControl.h"
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+namespace
+{
+void ReleaseFreeMemory()
+{
+#ifdef __GLIBC__
+    malloc_trim(0);
+#endif
+}
+} // namespace
+
+QString PrintErrorText(int number)
+{
+    // The opening bracket is full width and the closing one half width, as users have always seen it.
+    return QStringLiteral("プレビュー中にエラーが発生しました。設定内容の確認を行って下さい（") +
+           QString::number(number) + u')';
+}
+
+PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const WorkbookOpener& opener,
+                      PrintPresenter& presenter)
+{
+    bool busy = false;
+    try {
+        if (!ctx.DbConnection)
+            throw RuntimeError(
+                91, QStringLiteral("オブジェクト変数または With ブロック変数が設定されていません。"));
+        Database& db = *ctx.DbConnection;
+        std::unique_ptr<Recordset> rs;
+        OpenRecordset(db, rs, PrintSettingsQuery(request.customer, request.kind));
+        if (rs->RecordCount() == 0) {
+            rs->Close();
+            ctx.ini->ShowMessage(QStringLiteral("E150"), QString());
+            return PrintOutcome::NoSettings;
+        }
+        rs->MoveFirst();
+        const OutputSettings settings = ReadOutputSettings(*rs);
+        rs->Close();
+
+        presenter.busy(busy = true);
+        WorkbookControl control(ctx);
+        control.setClipboardClearer([&] { presenter.clearClipboard(); });
+        control.ExcelRunning();
+        std::unique_ptr<OutputWorkbook> book;
+        control.setOpener([&](const QString& path) { book = opener(path); });
+        const QString opened = control.OpenTemplate(settings.text(QStringLiteral("CH_ORGPATH")));
+        if (opened == u"NO" || opened == u"ERROR" || !book) {
+            presenter.busy(busy = false);
+            return PrintOutcome::TemplateNotOpened;
+        }
+        control.HideExcel();
+
+        ListTable list;
+        if (request.runMode == u"HONBAN") {
+            ListRequest lr;
+            lr.modeString = ListMode::forPrint(request.summary, request.pagePerMaker);
+            lr.dwgNo = request.dwgNo;
+            lr.assy = request.assy;
+            lr.kind = request.kind;
+            lr.makerFilterOn = ctx.makerFilterOn;
+            lr.makerFilterText = ctx.makerFilterText;
+            list = FillListFromDatabase(db, lr);
+            // The record set is gone; its memory goes back before the pages are built.
+            ReleaseFreeMemory();
+        } else if (request.runMode == u"TEST") {
+            list = FillSampleData();
+        }
+
+        int formRows = 0;
+        try {
+            formRows = SettingInt(settings.text(QStringLiteral("INT_PAGEMAX")));
+        } catch (const RuntimeError&) {
+            // The page loop meets the same value and skips the page copies.
+        }
+        book->selectOutputSheet(settings.text(QStringLiteral("CH_ORGSHEET")), formRows);
+        const HeaderValues header{request.dwgNo, request.name, request.assy, request.date, request.designer};
+        const LayoutResult laid = LayOutPages(settings, list, header, request.pagePerMaker, book->target(),
+                                              [&](int page, int total) { presenter.progress(page, total); });
+        // The list is done with; give its memory back before the workbook is written out.
+        list = ListTable();
+        ReleaseFreeMemory();
+        book->extendPrintArea(laid.pages, laid.pageMax);
+        book->save();
+
+        presenter.busy(busy = false);
+        control.ShowExcel();
+        presenter.preview(ctx.WorkbookPath);
+
+        if (request.keepExcel) {
+            book->renameOutputSheet(request.dwgNo + u' ' + request.assy);
+            book->save();
+            book.reset();
+            presenter.keepWorkbook(ctx.WorkbookPath);
+        } else {
+            book.reset();
+            control.ReleaseExcel();
+        }
+        return PrintOutcome::Done;
+    } catch (const RuntimeError& e) {
+        if (busy)
+            presenter.busy(false);
+        ctx.messages->show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("設定エラー"),
+                           PrintErrorText(e.number()));
+        return PrintOutcome::Failed;
+    }
+}

@@ -1,0 +1,146 @@
+#include "WorkbookControl.h"
+
+#include "AppContext.h"
+#include "LibreOffice.h"
+#include "RuntimeError.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+QString ColumnLetter(int number)
+{
+    if (number < 1 || number > 26)
+        return {};
+    return QString(QChar(u'A' + number - 1));
+}
+
+Int16 ColumnNumber(const QString& letter)
+{
+    if (letter.size() != 1)
+        return Int16::from(0);
+    const char16_t c = letter.at(0).unicode();
+    if (c < u'A' || c > u'Z')
+        return Int16::from(0);
+    return Int16::from(c - u'A' + 1);
+}
+
+bool SpreadsheetProcessRunning(const QString& procFolder)
+{
+    // The names a running LibreOffice or Excel (under Wine) shows as its process name or program.
+    static const QStringList names = {QStringLiteral("soffice.bin"), QStringLiteral("soffice"),
+                                      QStringLiteral("EXCEL.EXE"), QStringLiteral("excel.exe")};
+    const QDir proc(procFolder);
+    const QStringList entries = proc.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString& pid : entries) {
+        if (pid.isEmpty() || !pid.at(0).isDigit())
+            continue;
+        QFile comm(proc.filePath(pid + QStringLiteral("/comm")));
+        if (comm.open(QIODevice::ReadOnly)) {
+            const QString name = QString::fromUtf8(comm.readAll()).trimmed();
+            if (names.contains(name))
+                return true;
+        }
+        QFile cmdline(proc.filePath(pid + QStringLiteral("/cmdline")));
+        if (cmdline.open(QIODevice::ReadOnly)) {
+            const QByteArray first = cmdline.readAll().split('\0').value(0);
+            const QString program = QFileInfo(QString::fromLocal8Bit(first).replace(u'\\', u'/')).fileName();
+            if (names.contains(program))
+                return true;
+        }
+    }
+    return false;
+}
+
+WorkbookControl::WorkbookControl(AppContext& ctx) : m_ctx(ctx) {}
+
+Int16 WorkbookControl::ExcelRunning()
+{
+    if (SpreadsheetProcessRunning()) {
+        m_excelRunning = QStringLiteral("1");
+        return Int16::from(0);
+    }
+    m_excelRunning.clear();
+    return Int16::from(-1);
+}
+
+QString WorkbookControl::OpenTemplate(const QString& path)
+{
+    QString result = QStringLiteral("NO");
+    m_templatePath.clear();
+    m_secondPath.clear();
+
+    QString file = path;
+    if (path == u"SHINKI" || path.isEmpty()) {
+        // "SHINKI" always asks, even when a file of that name exists.
+        const QString chosen = m_ctx.fileDialogs->getOpenFileName(
+            QStringLiteral("EXCELﾌｧｲﾙ指定"),
+            {QStringLiteral("EXCELファイル (*.xlsx *.xls *.XLSX *.XLS)"),
+             QStringLiteral("EXCELファイル (*.xlsx *.XLSX)"), QStringLiteral("EXCELファイル (*.xls *.XLS)")});
+        if (chosen.isEmpty())
+            return result;
+        file = chosen;
+    }
+    result = file;
+
+    if (!QFileInfo(file).isFile()) {
+        m_ctx.ini->ShowMessage(QStringLiteral("E114"), file + QStringLiteral("を設定し直して下さい。"));
+        return QStringLiteral("ERROR");
+    }
+
+    // An old .xls template is converted to .xlsx first; when that is not possible the user is told
+    // plainly what to do instead of getting an error number.
+    QString source = file;
+    if (QFileInfo(file).suffix().compare(u"xls", Qt::CaseInsensitive) == 0) {
+        try {
+            source = ConvertedXlsTemplate(file, QFileInfo(m_ctx.WorkbookPath).absolutePath());
+        } catch (const RuntimeError& e) {
+            m_ctx.messages->beep();
+            m_ctx.messages->show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("エラー"), e.description());
+            return QStringLiteral("NO");
+        }
+    }
+
+    // A failing copy is reported as "E111", a work copy the engine cannot open as "E109".
+    try {
+        copyToWorkCopy(source);
+    } catch (const RuntimeError& e) {
+        m_ctx.ini->ShowMessage(QStringLiteral("E111"),
+                               QStringLiteral("エラーＣＤ：") + QString::number(e.number()));
+        return QStringLiteral("NO");
+    }
+    try {
+        if (m_opener)
+            m_opener(m_ctx.WorkbookPath);
+    } catch (const RuntimeError& e) {
+        m_ctx.ini->ShowMessage(QStringLiteral("E109"),
+                               QStringLiteral("エラーＣＤ：") + QString::number(e.number()));
+        return QStringLiteral("NO");
+    }
+    m_templatePath = file;
+    return result;
+}
+
+void WorkbookControl::copyToWorkCopy(const QString& path)
+{
+    const QString& source = path;
+    const QString workFolder = QFileInfo(m_ctx.WorkbookPath).absolutePath();
+    if (!QDir().mkpath(workFolder))
+        throw RuntimeError(76, QStringLiteral("パスが見つかりません。"));
+
+    // Overwritten on every run: the work copy never carries anything over from the previous one.
+    if (QFileInfo::exists(m_ctx.WorkbookPath) && !QFile::remove(m_ctx.WorkbookPath))
+        throw RuntimeError(70, QStringLiteral("書き込みできません。"));
+    if (!QFile::copy(source, m_ctx.WorkbookPath))
+        throw RuntimeError(75, QStringLiteral("パス名が無効です。"));
+    // A template marked read-only keeps that mark on its copy; the work copy must be writable.
+    QFile::setPermissions(m_ctx.WorkbookPath, QFile::permissions(m_ctx.WorkbookPath) |
+                                                  QFileDevice::WriteOwner | QFileDevice::ReadOwner);
+}
+
+void WorkbookControl::ReleaseExcel()
+{
+    m_opener = nullptr;
+    if (m_clearClipboard)
+        m_clearClipboard();
+}
