@@ -458,8 +458,19 @@ void SheetImpl::insertRows(int top, int count)
                 throw Error(where + " のテーブル（" + std::string(t.document_element().attribute("ref").value()) +
                             "）が挿入位置以降にあるため行を挿入できません。");
         }
-        if (rel.type.find("/comments") != std::string::npos)
-            throw Error(where + " にはコメントがあるため行を挿入できません。");
+        if (rel.type.size() >= 9 && rel.type.compare(rel.type.size() - 9, 9, "/comments") == 0 &&
+            pkg.has(rel.resolved)) {
+            // comments hang on cells through a drawing the engine does not move: refuse only
+            // when one sits where rows move
+            pugi::xml_document cm;
+            Package::parseXml(cm, pkg.read(rel.resolved), rel.resolved);
+            for (auto c : childL(cm.document_element(), "commentList").children()) {
+                int r1, c1, r2, c2;
+                if (parseRange(c.attribute("ref").value(), r1, c1, r2, c2) && r2 >= top)
+                    throw Error(where + " のセル " + std::string(c.attribute("ref").value()) +
+                                " にコメントがあるため、その上に行を挿入できません。");
+            }
+        }
     }
     // formulas on every sheet that point at this sheet: computed first, applied afterwards
     struct Pending {

@@ -16,7 +16,7 @@ constexpr zip_uint64_t kMaxPartSize = 256ull * 1024 * 1024;   // one part, uncom
 constexpr zip_uint64_t kMaxTotalRead = 1024ull * 1024 * 1024; // everything read from one file
 constexpr zip_uint64_t kMaxRatio = 1000;                       // uncompressed / compressed
 constexpr std::size_t kReaddThreshold = 65536;
-constexpr zip_uint32_t kDeflateLevel = 1;
+constexpr zip_uint32_t kDeflateLevel = 6;
 
 std::string fileLabel(const std::filesystem::path& p) { return p.filename().u8string().empty() ? std::string() : reinterpret_cast<const char*>(p.filename().u8string().c_str()); }
 

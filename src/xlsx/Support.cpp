@@ -430,9 +430,11 @@ std::optional<std::uint32_t> Styles::fill(int xf) const
     std::string rgb = fg.attribute("rgb").value();
     if (rgb.size() == 8)
         rgb = rgb.substr(2);
-    if (rgb.size() != 6)
+    std::uint32_t value = 0;
+    auto res = std::from_chars(rgb.data(), rgb.data() + rgb.size(), value, 16);
+    if (rgb.size() != 6 || res.ec != std::errc() || res.ptr != rgb.data() + rgb.size())
         return std::nullopt;
-    return static_cast<std::uint32_t>(std::stoul(rgb, nullptr, 16));
+    return value;
 }
 
 int Styles::derive(int base, const StylePatch& patch)
