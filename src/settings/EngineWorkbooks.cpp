@@ -3,14 +3,11 @@
 #include "AppContext.h"
 #include "RuntimeError.h"
 #include "Workbook.h"
+#include "WorkbookControl.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <optional>
 
-namespace
-{
+namespace {
 // Workbook engine failures as the run-time error the user sees (number 1004, as a spreadsheet
 // application reports a failed workbook operation).
 constexpr int kWorkbookErrorNumber = 1004;
@@ -40,39 +37,20 @@ private:
 class EngineWorkbooks : public SettingsWorkbooks
 {
 public:
-    explicit EngineWorkbooks(AppContext& ctx) : m_ctx(ctx) {}
+    explicit EngineWorkbooks(AppContext& ctx) : m_control(ctx) {}
 
-    QString OpenTemplate(const QString& given) override
+    QString OpenTemplate(const QString& path) override
     {
         Close();
-        QString path = given;
-        if (path == u"SHINKI" || path.isEmpty()) {
-            path = m_ctx.fileDialogs->getOpenFileName(
-                QStringLiteral("EXCELﾌｧｲﾙ指定"),
-                {QStringLiteral("EXCELファイル (*.xlsx *.XLSX *.xls *.XLS)")});
-            if (path.isEmpty())
-                return QStringLiteral("NO");
-        }
-        if (!QFileInfo(path).isFile()) {
-            m_ctx.ini->ShowMessage(QStringLiteral("E114"), path + QStringLiteral("を設定し直して下さい。"));
-            return QStringLiteral("ERROR");
-        }
-        // The chosen file goes over the work copy, which is opened read-only from there.
-        QDir().mkpath(QFileInfo(m_ctx.WorkbookPath).absolutePath());
-        QFile::remove(m_ctx.WorkbookPath);
-        if (!QFile::copy(path, m_ctx.WorkbookPath)) {
-            m_ctx.ini->ShowMessage(QStringLiteral("E109"),
-                                   QStringLiteral("エラーＣＤ：") + QString::number(75));
-            return QStringLiteral("NO");
-        }
-        try {
-            m_book.emplace(xlsx::Workbook::open(m_ctx.WorkbookPath.toStdString()));
-        } catch (const std::exception&) {
-            m_ctx.ini->ShowMessage(QStringLiteral("E111"),
-                                   QStringLiteral("エラーＣＤ：") + QString::number(kWorkbookErrorNumber));
-            return QStringLiteral("NO");
-        }
-        return path;
+        // Releasing a run drops the opener, so it is handed over for every opening.
+        m_control.setOpener([this](const QString& workCopy) {
+            try {
+                m_book.emplace(xlsx::Workbook::open(workCopy.toStdString()));
+            } catch (const xlsx::Error& e) {
+                throw workbookError(e);
+            }
+        });
+        return m_control.OpenTemplate(path);
     }
 
     QStringList SheetNames() const override
@@ -84,7 +62,11 @@ public:
         return names;
     }
 
-    void Close() override { m_book.reset(); }
+    void Close() override
+    {
+        m_book.reset();
+        m_control.ReleaseExcel();
+    }
 
     std::unique_ptr<SheetCells> OpenSheet(const QString& path, const QString& sheet) override
     {
@@ -94,8 +76,7 @@ public:
             if (!sheet.isEmpty()) {
                 const auto found = book.findSheet(sheet.toStdString());
                 if (!found)
-                    throw RuntimeError(9, QStringLiteral("シート「") + sheet +
-                                              QStringLiteral("」が見つかりません。"));
+                    throw RuntimeError(9, QStringLiteral("シート「") + sheet + QStringLiteral("」が見つかりません。"));
                 index = *found;
             } else if (book.sheetCount() == 0) {
                 throw RuntimeError(9, QStringLiteral("ブックにシートがありません。"));
@@ -107,7 +88,7 @@ public:
     }
 
 private:
-    AppContext& m_ctx;
+    WorkbookControl m_control;
     std::optional<xlsx::Workbook> m_book;
 };
 } // namespace
