@@ -7,7 +7,8 @@
 
 #include <optional>
 
-namespace {
+namespace
+{
 // Workbook engine failures as the run-time error the user sees (number 1004, as a spreadsheet
 // application reports a failed workbook operation).
 constexpr int kWorkbookErrorNumber = 1004;
@@ -76,7 +77,8 @@ public:
             if (!sheet.isEmpty()) {
                 const auto found = book.findSheet(sheet.toStdString());
                 if (!found)
-                    throw RuntimeError(9, QStringLiteral("シート「") + sheet + QStringLiteral("」が見つかりません。"));
+                    throw RuntimeError(9, QStringLiteral("シート「") + sheet +
+                                              QStringLiteral("」が見つかりません。"));
                 index = *found;
             } else if (book.sheetCount() == 0) {
                 throw RuntimeError(9, QStringLiteral("ブックにシートがありません。"));

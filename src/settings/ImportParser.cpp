@@ -98,7 +98,7 @@ ImportPlan ParseImportSheet(const SettingsRecord& s, const SheetCells& cells, co
     if (ranges[MZuban].col == 0 && ranges[MHinmei].col == 0)
         plan.notes << QStringLiteral("図番№と品名の印刷列がどちらも設定されていないため、明細を読めません。");
 
-    auto headerText = [&](HeaderItem item, int top) -> QString {
+    auto headerText = [&](HeaderIndex item, int top) -> QString {
         const HeaderCell& h = s.header[item];
         if (!h.on)
             return {};

@@ -1,93 +1,40 @@
 #include "ImportWriter.h"
 
 #include "Database.h"
+#include "PartsRecords.h"
 
 namespace
 {
-QString headerSql(const QString& dwgNo, const QString& assy, const QString& kind)
-{
-    return QStringLiteral("SELECT * FROM BUHINHYO WHERE CH_ASSY  = '") + assy + QStringLiteral("'") +
-           QStringLiteral(" AND CH_DWGNO = '") + dwgNo + QStringLiteral("'") +
-           QStringLiteral(" AND CH_BUHIN = '") + kind + QStringLiteral("'");
-}
-
 QString linesWhere(const QString& dwgNo, const QString& assy, const QString& kind)
 {
     return QStringLiteral(" WHERE CH_ASSY = '") + assy + QStringLiteral("' AND CH_DWGNO = '") + dwgNo +
            QStringLiteral("' AND CH_BUHIN = '") + kind + QStringLiteral("'");
 }
 
-QVariant numberValue(const QString& text)
+PartsLine partsLine(const ImportLine& l)
 {
-    bool ok = false;
-    const qlonglong whole = text.toLongLong(&ok);
-    if (ok)
-        return whole;
-    return text.toDouble();
-}
-
-void writeHeader(Database& db, const ImportTable& t, const QString& customer, const QString& kind)
-{
-    std::unique_ptr<Recordset> rs;
-    OpenRecordset(db, rs, headerSql(t.dwgNo, t.assy, kind));
-    if (rs->RecordCount() == 0) {
-        rs->AddNew();
-        rs->SetField(QStringLiteral("CH_USER"), customer);
-        rs->SetField(QStringLiteral("CH_ASSY"), t.assy);
-        rs->SetField(QStringLiteral("CH_DWGNO"), t.dwgNo);
-        rs->SetField(QStringLiteral("CH_BUHIN"), kind);
-    } else {
-        rs->MoveFirst();
-    }
-    rs->SetField(QStringLiteral("CH_NAME"), t.name);
-    rs->SetField(QStringLiteral("CH_HDATE"), t.date);
-    rs->SetField(QStringLiteral("CH_DESINED"), t.designer);
-    rs->Update();
-    rs->Close();
-}
-
-void insertLine(Database& db, const ImportTable& t, const ImportLine& l, const QString& customer,
-                const QString& kind, const QString& updDate)
-{
-    // A line that was never stored is looked up with number 0, which the database never gives.
-    std::unique_ptr<Recordset> rs;
-    OpenRecordset(db, rs,
-                  QStringLiteral("SELECT * FROM BUHINHYO_M WHERE CH_ASSY    = '") + t.assy +
-                      QStringLiteral("'") + QStringLiteral(" AND INT_NUMBER = 0 ORDER BY CH_ZNO"));
-    rs->AddNew();
-    rs->SetField(QStringLiteral("CH_ASSY"), t.assy);
-    rs->SetField(QStringLiteral("CH_DWGNO"), t.dwgNo);
-    rs->SetField(QStringLiteral("CH_USER"), customer);
-    rs->SetField(QStringLiteral("CH_BUHIN"), kind);
-    rs->SetField(QStringLiteral("CH_ZNO"), l.zno);
-    rs->SetField(QStringLiteral("CH_HINMEI"), l.hinmei);
-    rs->SetField(QStringLiteral("CH_ZAISHITU"), l.zaishitu);
-    if (!l.quantity.qty1.isEmpty()) {
-        rs->SetField(QStringLiteral("INT_SURYO"), numberValue(l.quantity.qty1));
-        rs->SetField(QStringLiteral("CH_TANI"), l.quantity.unit1);
-    }
-    if (!l.quantity.qty2.isEmpty()) {
-        rs->SetField(QStringLiteral("INT_SURYO2"), numberValue(l.quantity.qty2));
-        rs->SetField(QStringLiteral("CH_TANI2"), l.quantity.unit2);
-    }
-    rs->SetField(QStringLiteral("CH_BIKO"), l.biko);
-    if (!l.tanka.isEmpty())
-        rs->SetField(QStringLiteral("INT_TANKA"), numberValue(l.tanka));
-    if (!l.kingk.isEmpty())
-        rs->SetField(QStringLiteral("INT_KINGK"), numberValue(l.kingk));
-    rs->SetField(QStringLiteral("CH_MAKER"), l.maker);
-    rs->SetField(QStringLiteral("CH_HAISHI"), l.haishi);
-    rs->SetField(QStringLiteral("CH_KAKKO"), l.kakko);
-    rs->SetField(QStringLiteral("CH_UPDDATE"), updDate);
-    rs->Update();
-    rs->Close();
+    PartsLine p;
+    p.zno = l.zno;
+    p.hinmei = l.hinmei;
+    p.zaishitu = l.zaishitu;
+    p.suryo = l.quantity.qty1;
+    p.tani = l.quantity.unit1;
+    p.suryo2 = l.quantity.qty2;
+    p.tani2 = l.quantity.unit2;
+    p.biko = l.biko;
+    p.tanka = l.tanka;
+    p.kingk = l.kingk;
+    p.maker = l.maker;
+    p.haishi = l.haishi;
+    p.kakko = l.kakko;
+    return p;
 }
 } // namespace
 
 bool PartsTableExists(Database& db, const QString& dwgNo, const QString& assy, const QString& kind)
 {
     std::unique_ptr<Recordset> rs;
-    OpenRecordset(db, rs, headerSql(dwgNo, assy, kind));
+    OpenRecordset(db, rs, HeaderQuery(assy, dwgNo, kind));
     const bool found = rs->RecordCount() > 0;
     rs->Close();
     return found;
@@ -110,9 +57,18 @@ void WriteImportedTable(Database& db, const ImportTable& table, const QString& c
         return;
     if (action == ImportAction::Replace)
         db.Execute(QStringLiteral("DELETE FROM BUHINHYO_M") + linesWhere(table.dwgNo, table.assy, kind));
+    PartsHeader header;
+    header.user = customer;
+    header.assy = table.assy;
+    header.dwgNo = table.dwgNo;
+    header.kind = kind;
+    header.name = table.name;
+    header.date = table.date;
+    header.designer = table.designer;
+    // Adding lines keeps the stored header as it is.
     if (action != ImportAction::Add)
-        writeHeader(db, table, customer, kind);
+        SaveHeader(db, header);
     const QString updDate = today.toString(QStringLiteral("yyyyMMdd"));
     for (const ImportLine& line : table.lines)
-        insertLine(db, table, line, customer, kind, updDate);
+        SaveDetailLine(db, header, partsLine(line), updDate);
 }

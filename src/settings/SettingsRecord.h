@@ -18,8 +18,8 @@ constexpr int kDetailItemCount = 8;
 extern const std::array<QStringView, kDetailItemCount> kDetailItems;    // ZUBAN HINMEI ... MAKER
 extern const std::array<QStringView, kDetailItemCount> kDetailCaptions; // "図番№" ...
 
-enum HeaderItem { HDwgNo, HName, HAssy, HDate, HDesigner, HSheet };
-enum DetailItem { MZuban, MHinmei, MZaishitu, MBiko, MSuryo, MTanka, MKing, MMaker };
+enum HeaderIndex { HDwgNo, HName, HAssy, HDate, HDesigner, HSheet };
+enum DetailIndex { MZuban, MHinmei, MZaishitu, MBiko, MSuryo, MTanka, MKing, MMaker };
 
 struct HeaderCell {
     QString row;
