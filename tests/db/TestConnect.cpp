@@ -107,6 +107,21 @@ private Q_SLOTS:
         QCOMPARE(Recordset(*ctx.DbConnection, QStringLiteral("SELECT * FROM BUHINHYO")).RecordCount(), 1);
     }
 
+    void shippedSettingsNameTheStagedDatabase()
+    {
+        QVERIFY(QFile::copy(shippedIniPath(), m_dir->path() + QStringLiteral("/PARA.ini")));
+        AppContext ctx;
+        ctx.messages = &m_messages;
+        ctx.setPaths(m_dir->path());
+        ctx.makeIni();
+        const ConnectResult r = ConnectDatabase(ctx);
+        QVERIFY2(!r.endProgram, qPrintable(r.message));
+        QVERIFY(m_messages.shown.isEmpty());
+        QCOMPARE(r.dbKind, QStringLiteral("LOCAL"));
+        QVERIFY(r.dbFilePath.endsWith(QStringLiteral("DB\\CADDB.sqlite")));
+        QVERIFY(ctx.DbConnection);
+    }
+
     void anyOtherKindMeansLocal()
     {
         for (const QString& kind : {QStringLiteral("oracle"), QStringLiteral("Odbc"),
