@@ -8,6 +8,8 @@
 #include "RuntimeError.h"
 #include "WorkbookControl.h"
 
+#include <new>
+
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -33,6 +35,13 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
                       PrintPresenter& presenter)
 {
     bool busy = false;
+    auto failed = [&](int number) {
+        if (busy)
+            presenter.busy(false);
+        ctx.messages->show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("設定エラー"),
+                           PrintErrorText(number));
+        return PrintOutcome::Failed;
+    };
     try {
         if (!ctx.DbConnection)
             throw RuntimeError(
@@ -68,7 +77,8 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
             lr.modeString = ListMode::forPrint(request.summary, request.pagePerMaker);
             lr.dwgNo = request.dwgNo;
             lr.assy = request.assy;
-            lr.kind = request.kind;
+            // The lines are those of the application-wide current kind, as the editor shows them.
+            lr.kind = ctx.CurrentKind;
             lr.makerFilterOn = ctx.makerFilterOn;
             lr.makerFilterText = ctx.makerFilterText;
             list = FillListFromDatabase(db, lr);
@@ -109,10 +119,11 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         }
         return PrintOutcome::Done;
     } catch (const RuntimeError& e) {
-        if (busy)
-            presenter.busy(false);
-        ctx.messages->show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("設定エラー"),
-                           PrintErrorText(e.number()));
-        return PrintOutcome::Failed;
+        return failed(e.number());
+    } catch (const std::bad_alloc&) {
+        return failed(7);
+    } catch (const std::exception&) {
+        // Anything else the workbook side throws counts as the spreadsheet's own failure.
+        return failed(1004);
     }
 }

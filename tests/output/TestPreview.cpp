@@ -1,3 +1,4 @@
+#include "InstallPrintRun.h"
 #include "LibreOffice.h"
 #include "PreviewWindow.h"
 #include "PrintRequest.h"
@@ -11,6 +12,7 @@
 #include <QLabel>
 #include <QPdfView>
 #include <QPrinter>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QtTest>
@@ -41,6 +43,14 @@ public:
     }
     void keepWorkbook(const QString&) override {}
 };
+
+static QString shotFolder()
+{
+    const QString folder =
+        QString::fromLocal8Bit(qgetenv("BUHINHYO_BINARY_DIR")) + QStringLiteral("/screenshots");
+    QDir().mkpath(folder);
+    return folder;
+}
 
 class TestPreview : public QObject
 {
@@ -81,6 +91,10 @@ private Q_SLOTS:
                         dir.path());
         QSignalSpy done(&w, &PreviewWindow::renderingDone);
         w.startRendering();
+        // While LibreOffice works the window shows a busy indicator and keeps answering.
+        QVERIFY(w.findChild<QProgressBar*>(QStringLiteral("progressBar"))->isVisibleTo(&w));
+        QVERIFY(!w.findChild<QPushButton*>(QStringLiteral("printButton"))->isEnabled());
+        w.grab().save(shotFolder() + QStringLiteral("/preview-rendering.png"));
         QVERIFY(done.wait(120000));
         QCOMPARE(w.pageCount(), 1);
         QVERIFY(w.findChild<QPushButton*>(QStringLiteral("printButton"))->isEnabled());
@@ -101,6 +115,22 @@ private Q_SLOTS:
         QCOMPARE(PdfPageCount(printed), 1);
     }
 
+    void installedRunReportsMissingSettings()
+    {
+        PrintFixture f;
+        QVERIFY(f.ok());
+        QVERIFY(!f.ctx.printRun);
+        installPrintRun(f.ctx);
+        QVERIFY(bool(f.ctx.printRun));
+        PrintRequest r;
+        r.customer = QStringLiteral("未登録");
+        r.kind = QStringLiteral("1");
+        f.ctx.printRun(r);
+        QCOMPARE(f.messages.texts(), QStringList{QStringLiteral("出力設定がされていません。")});
+        QVERIFY(!QApplication::overrideCursor());
+        QVERIFY(!QFile::exists(f.ctx.WorkbookPath));
+    }
+
     void withoutLibreOffice()
     {
         LibreOffice::setProgram(QStringLiteral("/nonexistent/soffice"));
@@ -115,6 +145,7 @@ private Q_SLOTS:
                     .contains(QStringLiteral("LibreOffice")));
         QVERIFY(w.findChild<QPushButton*>(QStringLiteral("openWorkbookButton"))->isEnabled());
         QVERIFY(!w.findChild<QPushButton*>(QStringLiteral("printButton"))->isEnabled());
+        w.grab().save(shotFolder() + QStringLiteral("/preview-no-libreoffice.png"));
         LibreOffice::setProgram(QStandardPaths::findExecutable(QStringLiteral("soffice")));
     }
 };

@@ -67,6 +67,7 @@ private Q_SLOTS:
         QFETCH(QString, kind);
         QFETCH(QString, title);
         f->addTable(QStringLiteral("DWG-95"), QStringLiteral("01"), kind, MakeLines(95));
+        f->ctx.CurrentKind = kind;
         const QString copy = result(QStringLiteral("kind") + kind + QStringLiteral(".xlsx"));
         RecordingPresenter presenter(copy);
         QCOMPARE(RunPrint(f->ctx, request(kind), OpenXlsxOutputWorkbook, presenter), PrintOutcome::Done);
