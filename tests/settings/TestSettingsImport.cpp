@@ -157,6 +157,23 @@ private Q_SLOTS:
         QCOMPARE(lines(u"D-600"_s).size(), 1);
     }
 
+    void aFailureWritesNothing()
+    {
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(SettingsFixture::workbook(u"filled_list.xlsx"_s));
+        // The database refuses the lines of the second table, after the first has been written.
+        f->ctx.DbConnection->Execute(
+            u"CREATE TRIGGER refuse BEFORE INSERT ON BUHINHYO_M "
+            "WHEN NEW.CH_DWGNO = 'D-600' BEGIN SELECT RAISE(ABORT, 'refused'); END"_s);
+        f->messages.clear();
+        runImport();
+        QCOMPARE(f->messages.shown.size(), 2); // the summary, then the error box
+        QCOMPARE(f->messages.shown.last().icon, MsgIcon::Stop);
+        QVERIFY(header(u"D-500"_s, u"10"_s).isEmpty());
+        QVERIFY(lines(u"D-500"_s).isEmpty());
+        QVERIFY(w<QPushButton>(u"cmdImport"_s)->isEnabled());
+    }
+
     void existingTablesAreAskedAbout()
     {
         WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
