@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <array>
+
+class Recordset;
+
+// One row of SETTEI: where a customer's list of one kind lands on the sheet.
+// Every value is kept as text exactly as the screen shows it; INT_PAGEMAX is the page-rows text.
+
+// Header items in the order of the screen and of the save.
+constexpr int kHeaderItemCount = 6;
+extern const std::array<QStringView, kHeaderItemCount> kHeaderItems;    // DWGNO NAME ASSY DATE DESINED SHEET
+extern const std::array<QStringView, kHeaderItemCount> kHeaderCaptions; // "DWG.№" ...
+// Detail items in the order of the screen and of the save.
+constexpr int kDetailItemCount = 8;
+extern const std::array<QStringView, kDetailItemCount> kDetailItems;    // ZUBAN HINMEI ... MAKER
+extern const std::array<QStringView, kDetailItemCount> kDetailCaptions; // "図番№" ...
+
+enum HeaderIndex { HDwgNo, HName, HAssy, HDate, HDesigner, HSheet };
+enum DetailIndex { MZuban, MHinmei, MZaishitu, MBiko, MSuryo, MTanka, MKing, MMaker };
+
+struct HeaderCell {
+    QString row;
+    QString col;
+    bool on = false;
+    friend bool operator==(const HeaderCell&, const HeaderCell&) = default;
+};
+
+struct DetailColumn {
+    QString startRow;
+    QString startCol;
+    QString endRow;
+    QString endCol;
+    bool on = false;
+    QString heading;
+    friend bool operator==(const DetailColumn&, const DetailColumn&) = default;
+};
+
+struct SettingsRecord {
+    QString user;
+    QString kind;
+    QString orgPath;
+    QString orgSheet;
+    QString cpyPath;
+    QString cpySheet;
+    QString pageMax;
+    QString midashiRow;
+    QString midashiCol;
+    QString midashi;
+    std::array<HeaderCell, kHeaderItemCount> header;
+    std::array<DetailColumn, kDetailItemCount> detail;
+
+    friend bool operator==(const SettingsRecord&, const SettingsRecord&) = default;
+
+    // "SELECT * FROM SETTEI WHERE CH_USER  = '...' AND CH_BUHIN = '...'", values pasted as they are.
+    static QString LookupSql(const QString& user, const QString& kind);
+    // The 76 columns in the order the screen writes them (keys first).
+    static QStringList ColumnNames();
+
+    // Reads the current row; a null reads as empty text, any true yes/no as ticked.
+    static SettingsRecord FromRecordset(const Recordset& rs);
+    // Assigns every column but the two keys, in the save order, untrimmed.
+    // INT_PAGEMAX takes the page-rows text as a number: a text that is not one is a type mismatch.
+    void AssignTo(Recordset& rs) const;
+};
+
+// The page-rows text as the number stored in INT_PAGEMAX (blanks around it allowed).
+int PageMaxValue(const QString& text);

@@ -1,0 +1,574 @@
+#include "Database.h"
+#include "IniAccess.h"
+#include "IniFile.h"
+#include "NewCustomerDialog.h"
+#include "OutputSettings.h"
+#include "OutputSettingsScreen.h"
+#include "SettingsFixture.h"
+#include "SettingsRecord.h"
+#include "TestSupport.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTimer>
+#include <QtTest>
+
+using namespace Qt::StringLiterals;
+
+class TestOutputSettings : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<SettingsFixture> f;
+    OutputSettingsScreen* screen = nullptr;
+
+    template <class T> T* w(const QString& name)
+    {
+        T* found = screen->findChild<T*>(name);
+        if (!found)
+            qFatal("no control %s", qPrintable(name));
+        return found;
+    }
+    QComboBox* combo(const QString& name) { return w<QComboBox>(name); }
+    void click(const QString& name) { QTest::mouseClick(w<QPushButton>(name), Qt::LeftButton); }
+
+    void openScreen()
+    {
+        screen = new OutputSettingsScreen(f->ctx, nullptr);
+        screen->show();
+        QVERIFY(QTest::qWaitForWindowExposed(screen));
+        screen->activateWindow();
+        // Focus tests need an active window; a display without a window manager may not give one.
+        const bool active = QTest::qWaitForWindowActive(screen);
+        if (qEnvironmentVariable("QT_QPA_PLATFORM") == u"offscreen"_s)
+            QVERIFY(active);
+    }
+
+    // Runs while the next modal dialog is up.
+    static void whenDialog(const QString& objectName, std::function<void(QWidget*)> act)
+    {
+        QTimer::singleShot(0, [objectName, act] {
+            for (QWidget* top : QApplication::topLevelWidgets())
+                if (top->objectName() == objectName && top->isVisible()) {
+                    act(top);
+                    return;
+                }
+            QFAIL("the dialog did not open");
+        });
+        // A dialog the test failed to close must not hang the run.
+        QTimer::singleShot(5000, [objectName] {
+            for (QWidget* top : QApplication::topLevelWidgets())
+                if (top->objectName() == objectName && top->isVisible())
+                    top->close();
+        });
+    }
+
+    // A complete set of values on the screen, with blanks kept where users type them.
+    void fillScreen(const QString& user, const QString& templatePath)
+    {
+        combo(u"cboUser"_s)->setEditText(user);
+        w<QLineEdit>(u"txtOrgPath"_s)->setText(templatePath);
+        w<QLineEdit>(u"txtOrgSheet"_s)->setText(u"部品表"_s);
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(u"/nowhere/import.xlsx"_s);
+        w<QLineEdit>(u"txtCpySheet"_s)->setText(u"取込"_s);
+        combo(u"cboPageMax"_s)->setEditText(u"20"_s);
+        w<QLineEdit>(u"txtMidashi"_s)->setText(u" 製作部品表 "_s);
+        combo(u"cboMidashi_C"_s)->setEditText(u"C"_s);
+        combo(u"cboMidashi_R"_s)->setEditText(u"1"_s);
+        const QStringList headerCols{u"B"_s, u"D"_s, u"B"_s, u"D"_s, u"F"_s, u"F"_s};
+        const QStringList headerRows{u"2"_s, u"2"_s, u"3"_s, u"3"_s, u"3"_s, u"2"_s};
+        for (int i = 0; i < kHeaderItemCount; ++i) {
+            const QString item = kHeaderItems[size_t(i)].toString();
+            w<QCheckBox>(u"chkH_"_s + item)->click();
+            combo(u"cboH_"_s + item + u"_C"_s)->setEditText(headerCols.at(i));
+            combo(u"cboH_"_s + item + u"_R"_s)->setEditText(headerRows.at(i));
+        }
+        for (int i = 0; i < kDetailItemCount; ++i) {
+            const QString item = kDetailItems[size_t(i)].toString();
+            w<QCheckBox>(u"chkM_"_s + item)->click();
+            combo(u"cboM_"_s + item + u"_C"_s)->setEditText(QString(QChar(u'A' + i)));
+            w<QLineEdit>(u"txtM_"_s + item)->setText(kDetailCaptions[size_t(i)].toString() + u" "_s);
+        }
+        combo(u"cboMeisai_SR"_s)->setEditText(u"6"_s);
+        combo(u"cboMeisai_ER"_s)->setEditText(u"15"_s);
+    }
+
+    QHash<QString, QVariant> storedRow(const QString& user, const QString& kind)
+    {
+        std::unique_ptr<Recordset> rs;
+        OpenRecordset(*f->ctx.DbConnection, rs, SettingsRecord::LookupSql(user, kind));
+        QHash<QString, QVariant> row;
+        if (rs->RecordCount() == 0)
+            return row;
+        rs->MoveFirst();
+        for (const QString& c : SettingsRecord::ColumnNames())
+            row.insert(c, c.startsWith(u"YN_"_s) ? QVariant(rs->Bool(c)) : QVariant(rs->Field(c)));
+        rs->Close();
+        return row;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        f = std::make_unique<SettingsFixture>();
+        openScreen();
+    }
+    void cleanup()
+    {
+        delete screen;
+        screen = nullptr;
+        f.reset();
+    }
+
+    void opensWithListsAndKind()
+    {
+        QCOMPARE(screen->windowTitle(), u"印刷用エクセル設定"_s);
+        QCOMPARE(f->ctx.CurrentKind, u"1"_s);
+        QVERIFY(w<QRadioButton>(u"optSeisaku"_s)->isChecked());
+        QCOMPARE(combo(u"cboUser"_s)->count(), 2);
+        QCOMPARE(combo(u"cboUser"_s)->itemText(1), u"客先B"_s);
+        QCOMPARE(combo(u"cboH_DWGNO_C"_s)->count(), 26);
+        QCOMPARE(combo(u"cboM_MAKER_C"_s)->itemText(25), u"Z"_s);
+        QCOMPARE(combo(u"cboPageMax"_s)->count(), 99);
+        QCOMPARE(combo(u"cboMeisai_ER"_s)->itemText(98), u"100"_s);
+        QVERIFY(f->ctx.DbConnection);
+        // Unticked items are greyed; the heading cell never is.
+        QVERIFY(!combo(u"cboH_NAME_C"_s)->isEnabled());
+        QVERIFY(!w<QLineEdit>(u"txtM_BIKO"_s)->isEnabled());
+        QVERIFY(!combo(u"cboMeisai_SR"_s)->isEnabled());
+        QVERIFY(combo(u"cboMidashi_C"_s)->isEnabled());
+        w<QCheckBox>(u"chkM_BIKO"_s)->click();
+        QVERIFY(w<QLineEdit>(u"txtM_BIKO"_s)->isEnabled());
+        QVERIFY(combo(u"cboMeisai_SR"_s)->isEnabled());
+        QVERIFY(f->messages.shown.isEmpty());
+    }
+
+    void saveNewCustomerAndReadBack()
+    {
+        const QString tpl = SettingsFixture::workbook(u"three_sheets.xlsx"_s);
+        fillScreen(u"客先A "_s, tpl);
+        QVERIFY(f->messages.shown.isEmpty());
+        QTest::keyClick(screen, Qt::Key_F5);
+        QCOMPARE(f->codes(), QStringList{u"I100"_s});
+
+        const auto row = storedRow(u"客先A "_s, u"1"_s);
+        QCOMPARE(row.size(), 76);
+        QCOMPARE(row.value(u"CH_USER"_s).toString(), u"客先A "_s); // stored with its blank
+        QCOMPARE(row.value(u"CH_BUHIN"_s).toString(), u"1"_s);
+        QCOMPARE(row.value(u"CH_ORGPATH"_s).toString(), tpl);
+        QCOMPARE(row.value(u"CH_ORGSHEET"_s).toString(), u"部品表"_s);
+        QCOMPARE(row.value(u"CH_CPYPATH"_s).toString(), u"/nowhere/import.xlsx"_s);
+        QCOMPARE(row.value(u"CH_CPYSHEET"_s).toString(), u"取込"_s);
+        QCOMPARE(row.value(u"INT_PAGEMAX"_s).toString(), u"20"_s);
+        QCOMPARE(row.value(u"CH_HMIDASHI"_s).toString(), u" 製作部品表 "_s);
+        QCOMPARE(row.value(u"CH_HMIDASHI_C"_s).toString(), u"C"_s);
+        QCOMPARE(row.value(u"CH_HMIDASHI_R"_s).toString(), u"1"_s);
+        QCOMPARE(row.value(u"CH_HDWGNO_C"_s).toString(), u"B"_s);
+        QCOMPARE(row.value(u"CH_HDWGNO_R"_s).toString(), u"2"_s);
+        QCOMPARE(row.value(u"CH_HDESINED_C"_s).toString(), u"F"_s);
+        QCOMPARE(row.value(u"CH_HSHEET_R"_s).toString(), u"2"_s);
+        for (int i = 0; i < kHeaderItemCount; ++i)
+            QVERIFY(row.value(u"YN_H"_s + kHeaderItems[size_t(i)]).toBool());
+        for (int i = 0; i < kDetailItemCount; ++i) {
+            const QString item = kDetailItems[size_t(i)].toString();
+            const QString letter(QChar(u'A' + i));
+            QCOMPARE(row.value(u"CH_M"_s + item + u"_SC"_s).toString(), letter);
+            QCOMPARE(row.value(u"CH_M"_s + item + u"_EC"_s).toString(), letter);
+            QCOMPARE(row.value(u"CH_M"_s + item + u"_SR"_s).toString(), u"6"_s);
+            QCOMPARE(row.value(u"CH_M"_s + item + u"_ER"_s).toString(), u"15"_s);
+            QVERIFY(row.value(u"YN_M"_s + item).toBool());
+            QCOMPARE(row.value(u"CH_MM"_s + item).toString(), kDetailCaptions[size_t(i)].toString() + u" "_s);
+        }
+        // The other kind and the trimmed name are different keys.
+        QVERIFY(storedRow(u"客先A "_s, u"2"_s).isEmpty());
+        QVERIFY(storedRow(u"客先A"_s, u"1"_s).isEmpty());
+
+        // The screen is as it was; the next search finds the row.
+        QCOMPARE(w<QPushButton>(u"cmdSave"_s)->text(), u"登録(F5)"_s);
+        QTest::keyClick(screen, Qt::Key_F1);
+        QCOMPARE(w<QPushButton>(u"cmdSave"_s)->text(), u"更新"_s);
+    }
+
+    void overwriteAnsweredNoLeavesRow()
+    {
+        fillScreen(u"客先B"_s, SettingsFixture::workbook(u"one_sheet.xlsx"_s));
+        click(u"cmdSave"_s);
+        const auto before = storedRow(u"客先B"_s, u"1"_s);
+        QCOMPARE(before.value(u"INT_PAGEMAX"_s).toString(), u"20"_s);
+        combo(u"cboPageMax"_s)->setEditText(u"40"_s);
+        w<QCheckBox>(u"chkM_MAKER"_s)->click();
+        f->messages.clear();
+        f->messages.setNextAnswer(MsgAnswer::No);
+        click(u"cmdSave"_s);
+        QCOMPARE(f->codes(), QStringList{u"Q105"_s});
+        QCOMPARE(storedRow(u"客先B"_s, u"1"_s), before);
+        // Any other answer overwrites.
+        f->messages.clear();
+        click(u"cmdSave"_s);
+        QCOMPARE(f->codes(), (QStringList{u"Q105"_s, u"I100"_s}));
+        const auto after = storedRow(u"客先B"_s, u"1"_s);
+        QCOMPARE(after.value(u"INT_PAGEMAX"_s).toString(), u"40"_s);
+        QVERIFY(!after.value(u"YN_MMAKER"_s).toBool());
+    }
+
+    void formChecksInOrder()
+    {
+        click(u"cmdSave"_s);
+        QCOMPARE(f->codes(), QStringList{u"E117"_s});
+        QCOMPARE(QApplication::focusWidget(), combo(u"cboUser"_s));
+
+        combo(u"cboUser"_s)->setEditText(u"客先A"_s);
+        combo(u"cboPageMax"_s)->setEditText(u"  "_s);
+        QCOMPARE(f->codes().last(), u"E102"_s); // blanks fail the row check as typed
+        f->messages.clear();
+        click(u"cmdSave"_s);
+        QCOMPARE(f->codes(), QStringList{u"E118"_s});
+        QCOMPARE(QApplication::focusWidget(), combo(u"cboPageMax"_s));
+
+        combo(u"cboPageMax"_s)->setEditText(u"30"_s);
+        QVERIFY(f->codes().isEmpty() || f->codes().last() != u"E102"_s);
+        f->messages.clear();
+        click(u"cmdSave"_s);
+        QCOMPARE(f->codes(), QStringList{u"E115"_s});
+        QCOMPARE(QApplication::focusWidget(), w<QPushButton>(u"cmdOrgFile"_s));
+
+        const QString missing = f->dir.path() + u"/無い雛形.xlsx"_s;
+        w<QLineEdit>(u"txtOrgPath"_s)->setText(missing);
+        f->messages.clear();
+        click(u"cmdSave"_s);
+        QCOMPARE(f->codes(), QStringList{u"E114"_s});
+        QCOMPARE(f->messages.shown.first().text,
+                 u"E114：メッセージ"_s + missing + u"を設定し直して下さい。"_s);
+        QCOMPARE(QApplication::focusWidget(), w<QPushButton>(u"cmdOrgFile"_s));
+        QVERIFY(storedRow(u"客先A"_s, u"1"_s).isEmpty());
+
+        // Cells, headings and the import workbook are not looked at: a ticked item with empty cells saves.
+        w<QLineEdit>(u"txtOrgPath"_s)->setText(SettingsFixture::workbook(u"one_sheet.xlsx"_s));
+        w<QCheckBox>(u"chkH_NAME"_s)->click();
+        f->messages.clear();
+        click(u"cmdSave"_s);
+        QCOMPARE(f->codes(), QStringList{u"I100"_s});
+    }
+
+    void columnCheckWhileTyping()
+    {
+        w<QCheckBox>(u"chkH_DWGNO"_s)->click();
+        QComboBox* col = combo(u"cboH_DWGNO_C"_s);
+        col->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), col);
+        QTest::keyClicks(col, u"IV"_s);
+        QVERIFY(f->messages.shown.isEmpty());
+        QTest::keyClick(col, Qt::Key_Backspace);
+        QTest::keyClicks(col, u"W"_s); // "IW"
+        QCOMPARE(f->codes(), QStringList{u"E120"_s});
+        QCOMPARE(col->currentText(), u"IW"_s);   // left as typed
+        QTest::keyClick(col, Qt::Key_Backspace); // "I" is valid again
+        QCOMPARE(f->codes().size(), 1);
+        // One message per change that leaves the field invalid.
+        QTest::keyClick(col, Qt::Key_Backspace);
+        QTest::keyClicks(col, u"a"_s);
+        QTest::keyClicks(col, u"1"_s);
+        QCOMPARE(f->codes(), (QStringList{u"E120"_s, u"E120"_s, u"E120"_s}));
+        col->setEditText(QString());
+        col->setEditText(u"A"_s);
+        QCOMPARE(f->codes().size(), 3);
+        QCOMPARE(QApplication::focusWidget(), col);
+
+        QComboBox* page = combo(u"cboPageMax"_s);
+        page->setFocus();
+        QTest::keyClicks(page, u"1x"_s);
+        QCOMPARE(f->codes().last(), u"E102"_s);
+        QCOMPARE(page->currentText(), u"1x"_s);
+    }
+
+    void leavingAnInvalidFieldDoesNotLoop()
+    {
+        w<QCheckBox>(u"chkH_DWGNO"_s)->click();
+        QComboBox* col = combo(u"cboH_DWGNO_C"_s);
+        QComboBox* row = combo(u"cboH_DWGNO_R"_s);
+        row->setEditText(u"x"_s); // an invalid neighbour
+        col->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), col);
+        QTest::keyClicks(col, u"A1"_s);
+        f->messages.clear();
+
+        // Leaving: one box, the focus comes back, the neighbour is not checked on the way.
+        row->setFocus(Qt::TabFocusReason);
+        QTRY_COMPARE(QApplication::focusWidget(), col);
+        for (int i = 0; i < 5; ++i)
+            QCoreApplication::processEvents();
+        QCOMPARE(f->codes(), QStringList{u"E120"_s});
+        QCOMPARE(col->lineEdit()->selectedText(), u"A1"_s);
+
+        // Leaving again is checked again (once); a valid field leaves freely.
+        row->setFocus(Qt::TabFocusReason);
+        QTRY_COMPARE(QApplication::focusWidget(), col);
+        QCOMPARE(f->codes().size(), 2);
+        col->setEditText(u"IV"_s);
+        f->messages.clear();
+        combo(u"cboPageMax"_s)->setFocus(Qt::TabFocusReason);
+        QTRY_COMPARE(QApplication::focusWidget(), combo(u"cboPageMax"_s));
+        QCoreApplication::processEvents();
+        QVERIFY(f->messages.shown.isEmpty());
+    }
+
+    void loadKeepsUntickedHeaderCells()
+    {
+        // 客先A: drawing number ticked at C5. 客先B: drawing number unticked, maker unticked.
+        fillScreen(u"客先A"_s, SettingsFixture::workbook(u"one_sheet.xlsx"_s));
+        combo(u"cboH_DWGNO_C"_s)->setEditText(u"C"_s);
+        combo(u"cboH_DWGNO_R"_s)->setEditText(u"5"_s);
+        click(u"cmdSave"_s);
+        combo(u"cboUser"_s)->setEditText(u"客先B"_s);
+        w<QCheckBox>(u"chkH_DWGNO"_s)->click();
+        combo(u"cboH_DWGNO_C"_s)->setEditText(u"Q"_s);
+        w<QCheckBox>(u"chkM_MAKER"_s)->click();
+        combo(u"cboPageMax"_s)->setEditText(u"33"_s);
+        click(u"cmdSave"_s);
+        f->messages.clear();
+
+        combo(u"cboUser"_s)->setEditText(u"客先A"_s);
+        click(u"cmdSearch"_s);
+        QCOMPARE(combo(u"cboH_DWGNO_C"_s)->currentText(), u"C"_s);
+        combo(u"cboUser"_s)->setEditText(u"客先B"_s);
+        click(u"cmdSearch"_s);
+        QCOMPARE(w<QPushButton>(u"cmdSave"_s)->text(), u"更新"_s);
+        QCOMPARE(combo(u"cboPageMax"_s)->currentText(), u"33"_s);
+        QVERIFY(!w<QCheckBox>(u"chkH_DWGNO"_s)->isChecked());
+        QCOMPARE(combo(u"cboH_DWGNO_C"_s)->currentText(), u"C"_s); // 客先A's cell, kept
+        QCOMPARE(combo(u"cboH_DWGNO_R"_s)->currentText(), u"5"_s);
+        QVERIFY(!combo(u"cboH_DWGNO_C"_s)->isEnabled());
+        QVERIFY(!w<QCheckBox>(u"chkM_MAKER"_s)->isChecked());
+        QCOMPARE(combo(u"cboM_MAKER_C"_s)->currentText(), QString());
+        QVERIFY(!w<QLineEdit>(u"txtM_MAKER"_s)->isEnabled());
+
+        // No row: only the caption changes.
+        combo(u"cboUser"_s)->setEditText(u"客先Z"_s);
+        click(u"cmdSearch"_s);
+        QCOMPARE(w<QPushButton>(u"cmdSave"_s)->text(), u"新規登録"_s);
+        QCOMPARE(combo(u"cboPageMax"_s)->currentText(), u"33"_s);
+
+        // A change of kind reloads at once and sets the current kind.
+        combo(u"cboUser"_s)->setEditText(u"客先A"_s);
+        w<QRadioButton>(u"optKounyu"_s)->click();
+        QCOMPARE(f->ctx.CurrentKind, u"2"_s);
+        QCOMPARE(w<QPushButton>(u"cmdSave"_s)->text(), u"新規登録"_s);
+        w<QRadioButton>(u"optSeisaku"_s)->click();
+        QCOMPARE(f->ctx.CurrentKind, u"1"_s);
+        QCOMPARE(w<QPushButton>(u"cmdSave"_s)->text(), u"更新"_s);
+        QVERIFY(f->messages.shown.isEmpty());
+    }
+
+    void chooseThreeSheetWorkbook()
+    {
+        const QString book = SettingsFixture::workbook(u"three_sheets.xlsx"_s);
+        f->files.next << book;
+        QStringList listed;
+        QString title;
+        QString date;
+        whenDialog(u"KVRCAD0004"_s, [&](QWidget* d) {
+            title = d->windowTitle();
+            date = d->findChild<QLabel*>(u"lblDate"_s)->text();
+            auto* list = d->findChild<QListWidget*>(u"lstTAN1050"_s);
+            for (int i = 0; i < list->count(); ++i)
+                listed << list->item(i)->text();
+            // Pressed without a choice: E108, the dialog stays.
+            d->findChild<QPushButton*>(u"cmdTAN1050"_s)->click();
+            QVERIFY(d->isVisible());
+            list->setCurrentRow(1);
+            QTest::keyClick(list, Qt::Key_F5);
+        });
+        click(u"cmdOrgFile"_s);
+        QCOMPARE(f->files.lastTitle, u"EXCELﾌｧｲﾙ指定"_s);
+        QCOMPARE(listed, (QStringList{u"表紙"_s, u"部品表"_s, u"控え"_s}));
+        QCOMPARE(title, u"雛形ﾌｧｲﾙ設定"_s);
+        QCOMPARE(date, u"令和8年11月21日 09:30:05"_s);
+        QCOMPARE(f->codes(), QStringList{u"E108"_s});
+        QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), book);
+        QCOMPARE(w<QLineEdit>(u"txtOrgSheet"_s)->text(), u"部品表"_s);
+        QVERIFY(w<QLineEdit>(u"txtCpySheet"_s)->text().isEmpty());
+
+        // The import choice, by double click.
+        f->files.next << book;
+        whenDialog(u"KVRCAD0004"_s, [&](QWidget* d) {
+            QCOMPARE(d->windowTitle(), u"取込ﾌｧｲﾙ設定"_s);
+            auto* list = d->findChild<QListWidget*>(u"lstTAN1050"_s);
+            Q_EMIT list->itemDoubleClicked(list->item(2));
+        });
+        click(u"cmdCpyFile"_s);
+        QCOMPARE(w<QLineEdit>(u"txtCpyPath"_s)->text(), book);
+        QCOMPARE(w<QLineEdit>(u"txtCpySheet"_s)->text(), u"控え"_s);
+        QCOMPARE(w<QLineEdit>(u"txtOrgSheet"_s)->text(), u"部品表"_s);
+
+        // Closed without a choice: the new path with the old sheet.
+        const QString one = SettingsFixture::workbook(u"filled_list.xlsx"_s);
+        f->files.next << f->dir.path() + u"/copy.xlsx"_s;
+        QFile::copy(book, f->dir.path() + u"/copy.xlsx"_s);
+        whenDialog(u"KVRCAD0004"_s, [](QWidget* d) { d->close(); });
+        click(u"cmdOrgFile"_s);
+        QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), f->dir.path() + u"/copy.xlsx"_s);
+        QCOMPARE(w<QLineEdit>(u"txtOrgSheet"_s)->text(), u"部品表"_s);
+        QVERIFY(w<QPushButton>(u"cmdSave"_s)->isEnabled());
+    }
+
+    void oneSheetWorkbookAndCancel()
+    {
+        w<QLineEdit>(u"txtOrgSheet"_s)->setText(u"前のシート"_s);
+        const QString one = SettingsFixture::workbook(u"one_sheet.xlsx"_s);
+        f->files.next << one;
+        click(u"cmdOrgFile"_s);
+        QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), one);
+        QCOMPARE(w<QLineEdit>(u"txtOrgSheet"_s)->text(), u"前のシート"_s);
+        f->files.next << one;
+        click(u"cmdCpyFile"_s);
+        QCOMPARE(w<QLineEdit>(u"txtCpyPath"_s)->text(), one);
+        QVERIFY(w<QLineEdit>(u"txtCpySheet"_s)->text().isEmpty());
+        // Cancelled dialog and a missing file change nothing.
+        click(u"cmdOrgFile"_s);
+        QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), one);
+        f->files.next << f->dir.path() + u"/無い.xlsx"_s;
+        click(u"cmdOrgFile"_s);
+        QCOMPARE(f->codes(), QStringList{u"E114"_s});
+        QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), one);
+        QCOMPARE(QApplication::overrideCursor(), nullptr);
+    }
+
+    void newCustomerDialog()
+    {
+        int opened = 0;
+        whenDialog(u"KVRCAD0102"_s, [&](QWidget* d) {
+            ++opened;
+            QCOMPARE(d->windowTitle(), u"新規客先登録"_s);
+            auto* name = d->findChild<QLineEdit*>(u"txtUserName"_s);
+            QVERIFY(name->text().isEmpty());
+            QTest::keyClicks(name, u"   "_s);
+            d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
+            QVERIFY(d->isVisible());
+            name->setText(u"新しい客先"_s);
+            d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
+        });
+        click(u"cmdNewUser"_s);
+        QCOMPARE(opened, 1);
+        QCOMPARE(f->messages.shown.size(), 1);
+        QCOMPARE(f->messages.shown.first().title, u"注意"_s);
+        QCOMPARE(f->messages.shown.first().icon, MsgIcon::Exclamation);
+        QCOMPARE(f->messages.shown.first().text, u"客先名が空欄です。登録できません。"_s);
+        QCOMPARE(f->ctx.ini->find(u"USER"_s, u"MAX"_s), u"3"_s);
+        QCOMPARE(f->ctx.ini->find(u"USER"_s, u"3"_s), u"新しい客先"_s);
+        QComboBox* user = combo(u"cboUser"_s);
+        QCOMPARE(user->count(), 3);
+        QCOMPARE(user->currentText(), u"新しい客先"_s);
+        QCOMPARE(user->currentIndex(), 2);
+
+        // Leading blanks pass the check and are written as typed.
+        whenDialog(u"KVRCAD0102"_s, [](QWidget* d) {
+            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"  空白付き"_s);
+            d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
+        });
+        click(u"cmdNewUser"_s);
+        QVERIFY(readFileBytes(f->ctx.IniPath).contains(*IniFile::encodeCp932(u"4=  空白付き"_s)));
+        QCOMPARE(user->count(), 4);
+
+        // An existing name changes nothing; cancel writes nothing.
+        user->setCurrentIndex(0);
+        whenDialog(u"KVRCAD0102"_s, [](QWidget* d) {
+            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"客先B"_s);
+            d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
+        });
+        click(u"cmdNewUser"_s);
+        whenDialog(u"KVRCAD0102"_s, [](QWidget* d) {
+            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"取り消す客先"_s);
+            d->findChild<QPushButton*>(u"cmdButton1"_s)->click();
+        });
+        click(u"cmdNewUser"_s);
+        QCOMPARE(f->ctx.ini->find(u"USER"_s, u"MAX"_s), u"4"_s);
+        QCOMPARE(user->count(), 4);
+        QCOMPARE(user->currentIndex(), 0);
+    }
+
+    void previewRunsTestPrint()
+    {
+        combo(u"cboUser"_s)->setEditText(u"客先A"_s);
+        click(u"cmdPreview"_s);
+        QCOMPARE(f->messages.shown.size(), 1);
+        QVERIFY(f->messages.shown.first().text.contains(u"プレビューできません"_s));
+
+        PrintRequest seen;
+        int runs = 0;
+        f->ctx.printRun = [&](const PrintRequest& r) {
+            seen = r;
+            ++runs;
+            // The button row is disabled while the run lasts.
+            QVERIFY(!w<QPushButton>(u"cmdSave"_s)->isEnabled());
+        };
+        w<QRadioButton>(u"optKounyu"_s)->click();
+        click(u"cmdPreview"_s);
+        QCOMPARE(runs, 1);
+        QCOMPARE(seen.runMode, u"TEST"_s);
+        QCOMPARE(seen.dwgNo, u"TEST"_s);
+        QCOMPARE(seen.assy, u"TEST"_s);
+        QCOMPARE(seen.customer, u"客先A"_s);
+        QCOMPARE(seen.kind, u"2"_s);
+        QCOMPARE(seen.caller, static_cast<QWidget*>(screen));
+        QVERIFY(w<QPushButton>(u"cmdSave"_s)->isEnabled());
+    }
+
+    // With BUHINHYO_SCREENSHOT_DIR set (run under Xvfb), saves pictures of the three screens.
+    void screenshots()
+    {
+        const QString out = qEnvironmentVariable("BUHINHYO_SCREENSHOT_DIR");
+        if (out.isEmpty())
+            QSKIP("BUHINHYO_SCREENSHOT_DIR not set");
+        fillScreen(u"サンプル工業株式会社"_s, SettingsFixture::workbook(u"three_sheets.xlsx"_s));
+        w<QCheckBox>(u"chkH_SHEET"_s)->click();
+        w<QCheckBox>(u"chkM_KING"_s)->click();
+        click(u"cmdSave"_s);
+        w<QCheckBox>(u"chkH_SHEET"_s)->click();
+        click(u"cmdSearch"_s);
+        QTest::qWait(200);
+        QVERIFY(screen->grab().save(out + u"/KVRCAD0003.png"_s));
+        f->files.next << SettingsFixture::workbook(u"three_sheets.xlsx"_s);
+        whenDialog(u"KVRCAD0004"_s, [out](QWidget* d) {
+            QTest::qWait(200);
+            d->grab().save(out + u"/KVRCAD0004.png"_s);
+            d->close();
+        });
+        click(u"cmdOrgFile"_s);
+        whenDialog(u"KVRCAD0102"_s, [out](QWidget* d) {
+            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"新しい客先"_s);
+            QTest::qWait(200);
+            d->grab().save(out + u"/KVRCAD0102.png"_s);
+            d->close();
+        });
+        click(u"cmdNewUser"_s);
+    }
+
+    void closingGivesBackMenuAndConnection()
+    {
+        QList<bool> menu;
+        f->ctx.enableMenuButtons = [&](bool on) { menu << on; };
+        QVERIFY(f->ctx.DbConnection);
+        QTest::keyClick(screen, Qt::Key_F12);
+        QVERIFY(!screen->isVisible());
+        QCOMPARE(menu, QList<bool>{true});
+        QVERIFY(!f->ctx.DbConnection);
+
+        // Opened through the menu's entry: the menu is disabled while it is open.
+        menu.clear();
+        QWidget* s = createOutputSettings(f->ctx, nullptr);
+        QCOMPARE(menu, QList<bool>{false});
+        QPointer<QWidget> guard(s);
+        s->close();
+        QTRY_VERIFY(guard.isNull());
+        QCOMPARE(menu, (QList<bool>{false, true}));
+    }
+};
+
+QTEST_MAIN(TestOutputSettings)
+#include "TestOutputSettings.moc"

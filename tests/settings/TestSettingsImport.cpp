@@ -1,0 +1,216 @@
+#include "Database.h"
+#include "IniAccess.h"
+#include "OutputSettingsScreen.h"
+#include "SettingsFixture.h"
+#include "SettingsRecord.h"
+#include "SettingsSave.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QtTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+// The layout of tests/settings/data/filled_list.xlsx (see make_workbooks.py).
+SettingsRecord filledListLayout(const QString& user)
+{
+    SettingsRecord s;
+    s.user = user;
+    s.kind = u"1"_s;
+    s.orgPath = SettingsFixture::workbook(u"one_sheet.xlsx"_s);
+    s.pageMax = u"20"_s;
+    const QStringList cols{u"B"_s, u"D"_s, u"B"_s, u"D"_s, u"F"_s, u"F"_s};
+    const QStringList rows{u"2"_s, u"2"_s, u"3"_s, u"3"_s, u"3"_s, u"2"_s};
+    for (int i = 0; i < kHeaderItemCount; ++i)
+        s.header[size_t(i)] = {rows.at(i), cols.at(i), true};
+    for (int i = 0; i < kDetailItemCount; ++i) {
+        const QString letter(QChar(u'A' + i));
+        s.detail[size_t(i)] = {u"6"_s, letter, u"15"_s, letter, true, QString()};
+    }
+    return s;
+}
+} // namespace
+
+class TestSettingsImport : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<SettingsFixture> f;
+    OutputSettingsScreen* screen = nullptr;
+
+    template <class T> T* w(const QString& name) { return screen->findChild<T*>(name); }
+
+    struct StoredLine {
+        QString zno, hinmei, zaishitu, biko, tani, tani2, maker, upd;
+        QString suryo, suryo2, tanka, kingk;
+        bool haishi, kakko;
+    };
+    QList<StoredLine> lines(const QString& dwgNo)
+    {
+        std::unique_ptr<Recordset> rs;
+        OpenRecordset(*f->ctx.DbConnection, rs,
+                      u"SELECT * FROM BUHINHYO_M WHERE CH_DWGNO = '"_s + dwgNo + u"' ORDER BY INT_NUMBER"_s);
+        QList<StoredLine> out;
+        for (; !rs->Eof(); rs->MoveNext())
+            out.append({rs->Field(u"CH_ZNO"_s), rs->Field(u"CH_HINMEI"_s), rs->Field(u"CH_ZAISHITU"_s),
+                        rs->Field(u"CH_BIKO"_s), rs->Field(u"CH_TANI"_s), rs->Field(u"CH_TANI2"_s),
+                        rs->Field(u"CH_MAKER"_s), rs->Field(u"CH_UPDDATE"_s), rs->Field(u"INT_SURYO"_s),
+                        rs->Field(u"INT_SURYO2"_s), rs->Field(u"INT_TANKA"_s), rs->Field(u"INT_KINGK"_s),
+                        rs->Bool(u"CH_HAISHI"_s), rs->Bool(u"CH_KAKKO"_s)});
+        rs->Close();
+        return out;
+    }
+    QStringList header(const QString& dwgNo, const QString& assy)
+    {
+        std::unique_ptr<Recordset> rs;
+        OpenRecordset(*f->ctx.DbConnection, rs,
+                      u"SELECT * FROM BUHINHYO WHERE CH_ASSY  = '"_s + assy + u"' AND CH_DWGNO = '"_s +
+                          dwgNo + u"' AND CH_BUHIN = '1'"_s);
+        if (rs->RecordCount() == 0)
+            return {};
+        return {rs->Field(u"CH_USER"_s), rs->Field(u"CH_NAME"_s), rs->Field(u"CH_HDATE"_s),
+                rs->Field(u"CH_DESINED"_s)};
+    }
+    void runImport() { QTest::mouseClick(w<QPushButton>(u"cmdImport"_s), Qt::LeftButton); }
+
+private Q_SLOTS:
+    void init()
+    {
+        f = std::make_unique<SettingsFixture>();
+        screen = new OutputSettingsScreen(f->ctx, nullptr);
+        screen->show();
+        w<QComboBox>(u"cboUser"_s)->setEditText(u"客先A"_s);
+    }
+    void cleanup()
+    {
+        delete screen;
+        f.reset();
+    }
+
+    void refusals()
+    {
+        runImport();
+        QCOMPARE(f->codes(), QStringList{u"E111"_s});
+        // A path but no saved layout for the customer and kind.
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(SettingsFixture::workbook(u"filled_list.xlsx"_s));
+        runImport();
+        QCOMPARE(f->codes(), (QStringList{u"E111"_s, u"E150"_s}));
+        // A workbook that is not one: the error box, nothing written, the screen usable.
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(f->ctx.IniPath);
+        f->messages.clear();
+        runImport();
+        QCOMPARE(f->messages.shown.size(), 1);
+        QVERIFY(w<QPushButton>(u"cmdImport"_s)->isEnabled());
+        QVERIFY(lines(u"D-500"_s).isEmpty());
+    }
+
+    void importCreatesTables()
+    {
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(SettingsFixture::workbook(u"filled_list.xlsx"_s));
+        w<QLineEdit>(u"txtCpySheet"_s)->setText(u"部品表"_s);
+        f->messages.clear();
+        f->messages.setNextAnswer(MsgAnswer::No); // the summary answered No: nothing written
+        runImport();
+        QCOMPARE(f->messages.shown.size(), 1);
+        const QString summary = f->messages.shown.first().text;
+        QVERIFY2(summary.contains(u"新規登録：2件（明細13行）"_s), qPrintable(summary));
+        QVERIFY2(summary.contains(u"3頁目"_s), qPrintable(summary)); // the page without a drawing number
+        QVERIFY(header(u"D-500"_s, u"10"_s).isEmpty());
+
+        f->messages.clear();
+        runImport();
+        QCOMPARE(f->codes().last(), u"I100"_s);
+        QCOMPARE(header(u"D-500"_s, u"10"_s),
+                 (QStringList{u"客先A"_s, u"ベースユニット"_s, u"2026/10/01"_s, u"山田"_s}));
+        // An unreadable date becomes today's.
+        QCOMPARE(header(u"D-600"_s, QString()).value(2), u"2026/11/21"_s);
+        const auto read = lines(u"D-500"_s);
+        QCOMPARE(read.size(), 12);
+        QCOMPARE(read.at(0).zno, u"001"_s);
+        QCOMPARE(read.at(0).hinmei, u"部品1"_s);
+        QCOMPARE(read.at(0).zaishitu, u"SS400"_s);
+        QCOMPARE(read.at(0).suryo.toDouble(), 1.0);
+        QCOMPARE(read.at(0).tani, u"個"_s);
+        QCOMPARE(read.at(0).tanka.toDouble(), 1000.0);
+        QCOMPARE(read.at(0).maker, u"ミスミ"_s);
+        QCOMPARE(read.at(0).upd, u"20261121"_s);
+        QVERIFY(!read.at(0).haishi);
+        QVERIFY(read.at(3).haishi); // struck through on the sheet
+        QCOMPARE(read.at(9).kingk.toDouble(), 100000.0);
+        const StoredLine& cover = read.at(10);
+        QCOMPARE(cover.zno, u"011"_s);
+        QVERIFY(cover.kakko);
+        QCOMPARE(cover.biko, u"黒アルマイト"_s);
+        QCOMPARE(cover.suryo.toDouble(), 2.0);
+        QCOMPARE(cover.tani, u"R"_s);
+        QCOMPARE(cover.suryo2.toDouble(), 2.0);
+        QCOMPARE(cover.tani2, u"L"_s);
+        QCOMPARE(cover.tanka.toDouble(), 4500.0);
+        QCOMPARE(cover.kingk.toDouble(), 18000.0);
+        QCOMPARE(read.at(11).tani, u"計"_s);
+        QCOMPARE(read.at(11).suryo.toDouble(), 4.0);
+        QCOMPARE(lines(u"D-600"_s).size(), 1);
+    }
+
+    void aFailureWritesNothing()
+    {
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(SettingsFixture::workbook(u"filled_list.xlsx"_s));
+        // The database refuses the lines of the second table, after the first has been written.
+        f->ctx.DbConnection->Execute(
+            u"CREATE TRIGGER refuse BEFORE INSERT ON BUHINHYO_M "
+            "WHEN NEW.CH_DWGNO = 'D-600' BEGIN SELECT RAISE(ABORT, 'refused'); END"_s);
+        f->messages.clear();
+        runImport();
+        QCOMPARE(f->messages.shown.size(), 2); // the summary, then the error box
+        QCOMPARE(f->messages.shown.last().icon, MsgIcon::Stop);
+        QVERIFY(header(u"D-500"_s, u"10"_s).isEmpty());
+        QVERIFY(lines(u"D-500"_s).isEmpty());
+        QVERIFY(w<QPushButton>(u"cmdImport"_s)->isEnabled());
+    }
+
+    void existingTablesAreAskedAbout()
+    {
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(SettingsFixture::workbook(u"filled_list.xlsx"_s));
+        runImport(); // both created (default answer Yes)
+        QCOMPARE(lines(u"D-500"_s).size(), 12);
+
+        // D-500: not replaced, not added (skip); D-600: replaced; then the summary answered No.
+        f->messages.clear();
+        for (MsgAnswer a : {MsgAnswer::No, MsgAnswer::No, MsgAnswer::Yes, MsgAnswer::No})
+            f->messages.setNextAnswer(a);
+        runImport();
+        QCOMPARE(f->messages.shown.size(), 4);
+        QVERIFY(f->messages.shown.at(0).text.contains(u"既に登録されています（明細12行）"_s));
+        QVERIFY(f->messages.shown.at(3).text.contains(u"取り込まない：1件"_s));
+        QVERIFY(f->messages.shown.at(3).text.contains(u"明細の置き換え：1件（明細1行）"_s));
+        QCOMPARE(lines(u"D-500"_s).size(), 12);
+        QCOMPARE(lines(u"D-600"_s).size(), 1);
+
+        // D-500 replaced, D-600 added to; summary Yes.
+        f->messages.clear();
+        for (MsgAnswer a : {MsgAnswer::Yes, MsgAnswer::No, MsgAnswer::Yes, MsgAnswer::Yes})
+            f->messages.setNextAnswer(a);
+        runImport();
+        QCOMPARE(f->codes().last(), u"I100"_s);
+        QCOMPARE(lines(u"D-500"_s).size(), 12);
+        QCOMPARE(lines(u"D-600"_s).size(), 2);
+
+        // Everything skipped: said so, nothing asked further.
+        f->messages.clear();
+        for (MsgAnswer a : {MsgAnswer::No, MsgAnswer::No, MsgAnswer::No, MsgAnswer::No})
+            f->messages.setNextAnswer(a);
+        runImport();
+        QCOMPARE(f->messages.shown.size(), 5);
+        QVERIFY(f->messages.shown.last().text.contains(u"取り込む部品表はありません"_s));
+    }
+};
+
+QTEST_MAIN(TestSettingsImport)
+#include "TestSettingsImport.moc"

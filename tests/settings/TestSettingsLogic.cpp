@@ -1,0 +1,292 @@
+#include "ColumnLetters.h"
+#include "ImportParser.h"
+#include "JapaneseEra.h"
+#include "MemorySheet.h"
+#include "QuantityNotation.h"
+#include "RuntimeError.h"
+#include "SettingsRecord.h"
+
+#include <QtTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+// A layout like the shipped sample: heading in B1, header cells in row 2 and 3, detail lines in rows
+// 5 to 14 of every 16-row page.
+SettingsRecord sampleLayout()
+{
+    SettingsRecord s;
+    s.user = QStringLiteral("サンプル工業");
+    s.kind = QStringLiteral("1");
+    s.pageMax = QStringLiteral("16");
+    s.header[HDwgNo] = {QStringLiteral("2"), QStringLiteral("B"), true};
+    s.header[HName] = {QStringLiteral("2"), QStringLiteral("D"), true};
+    s.header[HAssy] = {QStringLiteral("3"), QStringLiteral("B"), true};
+    s.header[HDate] = {QStringLiteral("3"), QStringLiteral("D"), true};
+    s.header[HDesigner] = {QStringLiteral("3"), QStringLiteral("F"), true};
+    s.header[HSheet] = {QStringLiteral("2"), QStringLiteral("F"), true};
+    const char* cols[] = {"A", "B", "C", "D", "E", "F", "G", "H"};
+    for (int i = 0; i < kDetailItemCount; ++i) {
+        DetailColumn& d = s.detail[size_t(i)];
+        d.on = true;
+        d.startCol = d.endCol = QString::fromLatin1(cols[i]);
+        d.startRow = QStringLiteral("5");
+        d.endRow = QStringLiteral("14");
+    }
+    // Remarks printed in column D, quantity in E: the sample prints them in list order.
+    return s;
+}
+
+void putHeader(MemorySheet& sh, int base, const QString& dwg, const QString& assy, const QString& date)
+{
+    sh.set(base + 2, 2, dwg);
+    sh.set(base + 2, 4, QStringLiteral("名前"));
+    sh.set(base + 3, 2, assy);
+    sh.set(base + 3, 4, date);
+    sh.set(base + 3, 6, QStringLiteral("設計者"));
+    sh.set(base + 2, 6, QStringLiteral("1 / 2"));
+}
+} // namespace
+
+class TestSettingsLogic : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void columnLetters()
+    {
+        const QStringList names = GeneratedColumnNames();
+        QCOMPARE(names.size(), 256);
+        QCOMPARE(names.first(), QStringLiteral("A"));
+        QCOMPARE(names.at(25), QStringLiteral("Z"));
+        QCOMPARE(names.at(26), QStringLiteral("AA"));
+        QCOMPARE(names.last(), QStringLiteral("IV"));
+        for (const char* ok : {"", "A", "Z", "AA", "HZ", "IA", "IV"})
+            QVERIFY2(IsValidColumnLetter(QString::fromLatin1(ok)), ok);
+        for (const char* bad : {"IW", "IZ", "JA", "ZZ", "a", "iv", "A1", "1", "AAA", " A", "A "})
+            QVERIFY2(!IsValidColumnLetter(QString::fromLatin1(bad)), bad);
+        QCOMPARE(ColumnNumberOfName(QStringLiteral("A")), 1);
+        QCOMPARE(ColumnNumberOfName(QStringLiteral("AA")), 27);
+        QCOMPARE(ColumnNumberOfName(QStringLiteral("IV")), 256);
+        QCOMPARE(ColumnNumberOfName(QStringLiteral("a")), 0);
+        QCOMPARE(ColumnDropDownItems().size(), 26);
+        QCOMPARE(RowDropDownItems().first(), QStringLiteral("2"));
+        QCOMPARE(RowDropDownItems().last(), QStringLiteral("100"));
+        QCOMPARE(RowDropDownItems().size(), 99);
+    }
+
+    void eraBoundaries_data()
+    {
+        QTest::addColumn<QDate>("date");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("before Meiji") << QDate(1868, 1, 24) << QStringLiteral("1868年1月24日 09:30:05");
+        QTest::newRow("Meiji first day") << QDate(1868, 1, 25) << QStringLiteral("明治元年1月25日 09:30:05");
+        QTest::newRow("Meiji 45 last day")
+            << QDate(1912, 7, 29) << QStringLiteral("明治45年7月29日 09:30:05");
+        QTest::newRow("Taisho first day") << QDate(1912, 7, 30) << QStringLiteral("大正元年7月30日 09:30:05");
+        QTest::newRow("Taisho 15 last day")
+            << QDate(1926, 12, 24) << QStringLiteral("大正15年12月24日 09:30:05");
+        QTest::newRow("Showa first day")
+            << QDate(1926, 12, 25) << QStringLiteral("昭和元年12月25日 09:30:05");
+        QTest::newRow("Showa 2") << QDate(1927, 1, 1) << QStringLiteral("昭和2年1月1日 09:30:05");
+        QTest::newRow("Showa 64 last day") << QDate(1989, 1, 7) << QStringLiteral("昭和64年1月7日 09:30:05");
+        QTest::newRow("Heisei first day") << QDate(1989, 1, 8) << QStringLiteral("平成元年1月8日 09:30:05");
+        QTest::newRow("Heisei 31 last day")
+            << QDate(2019, 4, 30) << QStringLiteral("平成31年4月30日 09:30:05");
+        QTest::newRow("Reiwa first day") << QDate(2019, 5, 1) << QStringLiteral("令和元年5月1日 09:30:05");
+        QTest::newRow("Reiwa 2 new year") << QDate(2020, 1, 1) << QStringLiteral("令和2年1月1日 09:30:05");
+        QTest::newRow("Reiwa 8") << QDate(2026, 11, 21) << QStringLiteral("令和8年11月21日 09:30:05");
+    }
+    void eraBoundaries()
+    {
+        QFETCH(QDate, date);
+        QFETCH(QString, expected);
+        QCOMPARE(JapaneseEraDateTime(QDateTime(date, QTime(9, 30, 5))), expected);
+    }
+    void eraTimeIs24Hour()
+    {
+        QCOMPARE(JapaneseEraDateTime(QDateTime(QDate(2026, 2, 3), QTime(23, 4, 59))),
+                 QStringLiteral("令和8年2月3日 23:04:59"));
+        QCOMPARE(JapaneseEra(QDate(2019, 4, 30)).year, 31);
+    }
+
+    void quantityNotation_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("expected"); // qty1, unit1, qty2, unit2
+        QTest::newRow("empty") << QString() << QStringList{{}, {}, {}, {}};
+        QTest::newRow("plain") << QStringLiteral("3") << QStringList{QStringLiteral("3"), {}, {}, {}};
+        QTest::newRow("with unit") << QStringLiteral("3個")
+                                   << QStringList{QStringLiteral("3"), QStringLiteral("個"), {}, {}};
+        QTest::newRow("R and L") << QStringLiteral("R=2 L=2") << QStringList{u"2"_s, u"R"_s, u"2"_s, u"L"_s};
+        QTest::newRow("total") << QStringLiteral("計4")
+                               << QStringList{QStringLiteral("4"), QStringLiteral("計"), {}, {}};
+        QTest::newRow("pair times") << QStringLiteral("R/L×2")
+                                    << QStringList{QStringLiteral("2"), QStringLiteral("R/L×"), {}, {}};
+        QTest::newRow("two units") << QStringLiteral("3個 2本")
+                                   << QStringList{u"3"_s, u"個"_s, u"2"_s, u"本"_s};
+        QTest::newRow("first half left out")
+            << QStringLiteral(" L=3") << QStringList{{}, {}, QStringLiteral("3"), QStringLiteral("L")};
+        QTest::newRow("decimal") << QStringLiteral("1.5m")
+                                 << QStringList{QStringLiteral("1.5"), QStringLiteral("m"), {}, {}};
+        QTest::newRow("unit with a blank")
+            << QStringLiteral("2 ケース入")
+            << QStringList{QStringLiteral("2"), QStringLiteral(" ケース入"), {}, {}};
+    }
+    void quantityNotation()
+    {
+        QFETCH(QString, text);
+        QFETCH(QStringList, expected);
+        QuantityPair p;
+        QVERIFY(ParseQuantityText(text, p));
+        QCOMPARE((QStringList{p.qty1, p.unit1, p.qty2, p.unit2}), expected);
+    }
+    void quantityNotationRefused()
+    {
+        QuantityPair p;
+        QVERIFY(!ParseQuantityText(QStringLiteral("一式"), p));
+        QCOMPARE(p, QuantityPair{});
+        QVERIFY(!ParseQuantityText(QStringLiteral("R=x"), p));
+    }
+
+    void readBackValues()
+    {
+        QCOMPARE(ReadDateText(QStringLiteral("2026/11/21")), QStringLiteral("2026/11/21"));
+        QCOMPARE(ReadDateText(QStringLiteral("2026-1-2")), QStringLiteral("2026/01/02"));
+        QCOMPARE(ReadDateText(QStringLiteral("20261121")), QStringLiteral("2026/11/21"));
+        QCOMPARE(ReadDateText(QStringLiteral("46347")), QStringLiteral("2026/11/21")); // spreadsheet serial
+        QCOMPARE(ReadDateText(QStringLiteral("2026/13/01")), QString());
+        QCOMPARE(ReadDateText(QStringLiteral("きのう")), QString());
+        QCOMPARE(ReadNumberText(QStringLiteral("4,500")), QStringLiteral("4500"));
+        QCOMPARE(ReadNumberText(QStringLiteral(" 12.5 ")), QStringLiteral("12.5"));
+        QCOMPARE(ReadNumberText(QStringLiteral("abc")), QString());
+    }
+
+    void recordColumns()
+    {
+        QStringList c = SettingsRecord::ColumnNames();
+        QCOMPARE(c.size(), 76);
+        QCOMPARE(c.mid(0, 10), (QStringList{u"CH_USER"_s, u"CH_BUHIN"_s, u"CH_ORGPATH"_s, u"CH_ORGSHEET"_s,
+                                            u"CH_CPYPATH"_s, u"CH_CPYSHEET"_s, u"INT_PAGEMAX"_s,
+                                            u"CH_HMIDASHI_R"_s, u"CH_HMIDASHI_C"_s, u"CH_HMIDASHI"_s}));
+        QCOMPARE(c.mid(10, 3), (QStringList{u"CH_HDWGNO_R"_s, u"CH_HDWGNO_C"_s, u"YN_HDWGNO"_s}));
+        QCOMPARE(c.mid(22, 3), (QStringList{u"CH_HDESINED_R"_s, u"CH_HDESINED_C"_s, u"YN_HDESINED"_s}));
+        QCOMPARE(c.mid(28, 6), (QStringList{u"CH_MZUBAN_SR"_s, u"CH_MZUBAN_SC"_s, u"CH_MZUBAN_ER"_s,
+                                            u"CH_MZUBAN_EC"_s, u"YN_MZUBAN"_s, u"CH_MMZUBAN"_s}));
+        QCOMPARE(c.last(), QStringLiteral("CH_MMMAKER"));
+        QCOMPARE(c.removeDuplicates(), 0);
+        QCOMPARE(SettingsRecord::LookupSql(QStringLiteral("A社 "), QStringLiteral("2")),
+                 QStringLiteral("SELECT * FROM SETTEI WHERE CH_USER  = 'A社 ' AND CH_BUHIN = '2'"));
+        QCOMPARE(PageMaxValue(QStringLiteral(" 50 ")), 50);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, PageMaxValue(QStringLiteral("5a")));
+    }
+
+    void importPages()
+    {
+        const SettingsRecord s = sampleLayout();
+        MemorySheet sh;
+        // Page 1 and 2: one table over two pages; page 3 without drawing number; page 4 another table.
+        putHeader(sh, 0, QStringLiteral("D-100"), QStringLiteral("250"), QStringLiteral("2026/11/21"));
+        sh.set(5, 1, QStringLiteral("001"));
+        sh.set(5, 2, QStringLiteral("ベース"));
+        sh.set(5, 3, QStringLiteral("SS400"));
+        sh.set(5, 4, QStringLiteral("備考1"));
+        sh.set(5, 5, QStringLiteral("R=2 L=2"));
+        sh.set(5, 6, QStringLiteral("4500"));
+        sh.set(5, 7, QStringLiteral("18,000"));
+        sh.set(5, 8, QStringLiteral("ミスミ"));
+        sh.set(6, 1, QStringLiteral("(002)"), true);
+        sh.set(6, 2, QStringLiteral("カバー"), true);
+        sh.set(6, 5, QStringLiteral("3個"), true);
+        sh.set(14, 2, QStringLiteral("最終行"));
+        putHeader(sh, 16, QStringLiteral("D-100"), QStringLiteral("250"), QStringLiteral("2026/11/21"));
+        sh.set(16 + 5, 1, QStringLiteral("011"));
+        sh.set(16 + 5, 5, QStringLiteral("一式"));
+        sh.set(32 + 5, 2, QStringLiteral("見出しのない頁"));
+        putHeader(sh, 48, QStringLiteral("D-200"), QString(), QStringLiteral("令和"));
+        sh.set(48 + 7, 2, QStringLiteral("ボルト"));
+
+        const ImportPlan plan = ParseImportSheet(s, sh, QDate(2026, 12, 1));
+        QCOMPARE(plan.pageStride, 16);
+        QCOMPARE(plan.pageCount, 4);
+        QCOMPARE(plan.tables.size(), 2);
+        const ImportTable& t = plan.tables.at(0);
+        QCOMPARE(t.dwgNo, QStringLiteral("D-100"));
+        QCOMPARE(t.assy, QStringLiteral("250"));
+        QCOMPARE(t.name, QStringLiteral("名前"));
+        QCOMPARE(t.designer, QStringLiteral("設計者"));
+        QCOMPARE(t.date, QStringLiteral("2026/11/21"));
+        QCOMPARE(t.pages, (QList<int>{1, 2}));
+        QCOMPARE(t.lines.size(), 4);
+        const ImportLine& a = t.lines.at(0);
+        QCOMPARE(a.zno, QStringLiteral("001"));
+        QCOMPARE(a.hinmei, QStringLiteral("ベース"));
+        QCOMPARE(a.quantity, (QuantityPair{u"2"_s, u"R"_s, u"2"_s, u"L"_s}));
+        QCOMPARE(a.tanka, QStringLiteral("4500"));
+        QCOMPARE(a.kingk, QStringLiteral("18000"));
+        QCOMPARE(a.maker, QStringLiteral("ミスミ"));
+        QVERIFY(!a.haishi);
+        QVERIFY(!a.kakko);
+        const ImportLine& b = t.lines.at(1);
+        QCOMPARE(b.zno, QStringLiteral("002"));
+        QVERIFY(b.kakko);
+        QVERIFY(b.haishi);
+        QCOMPARE(b.quantity, (QuantityPair{u"3"_s, u"個"_s, {}, {}}));
+        QCOMPARE(t.lines.at(2).hinmei, QStringLiteral("最終行"));
+        QCOMPARE(t.lines.at(2).sheetRow, 14);
+        // An unreadable quantity is kept in the remarks and reported.
+        QCOMPARE(t.lines.at(3).biko, QStringLiteral("一式"));
+        QCOMPARE(t.lines.at(3).quantity, QuantityPair{});
+        const ImportTable& u = plan.tables.at(1);
+        QCOMPARE(u.dwgNo, QStringLiteral("D-200"));
+        QCOMPARE(u.date, QStringLiteral("2026/12/01"));
+        QCOMPARE(u.lines.size(), 1);
+        QCOMPARE(u.lines.at(0).sheetRow, 48 + 7);
+        QCOMPARE(plan.lineCount(), 5);
+        QVERIFY(plan.notes.join(u'\n').contains(QStringLiteral("3頁目")));
+        QVERIFY(plan.notes.join(u'\n').contains(QStringLiteral("一式")));
+    }
+
+    void importUpwardLinesAndUnticked()
+    {
+        SettingsRecord s = sampleLayout();
+        for (DetailColumn& d : s.detail) {
+            d.startRow = QStringLiteral("14");
+            d.endRow = QStringLiteral("12");
+        }
+        s.detail[MMaker].on = false;
+        s.header[HName].on = false;
+        MemorySheet sh;
+        putHeader(sh, 0, QStringLiteral("D-1"), QStringLiteral("A"), QStringLiteral("2026/01/02"));
+        sh.set(14, 2, QStringLiteral("一行目"));
+        sh.set(13, 2, QStringLiteral("二行目"));
+        sh.set(12, 2, QStringLiteral("三行目"));
+        sh.set(12, 8, QStringLiteral("読まないメーカー"));
+        sh.set(11, 2, QStringLiteral("範囲外"));
+        const ImportPlan plan = ParseImportSheet(s, sh, QDate(2026, 1, 3));
+        QCOMPARE(plan.tables.size(), 1);
+        const ImportTable& t = plan.tables.at(0);
+        QCOMPARE(t.name, QString());
+        QCOMPARE(t.lines.size(), 3);
+        QCOMPARE(t.lines.at(0).hinmei, QStringLiteral("一行目"));
+        QCOMPARE(t.lines.at(2).hinmei, QStringLiteral("三行目"));
+        QCOMPARE(t.lines.at(2).maker, QString());
+    }
+
+    void importWithoutDrawingNumberCell()
+    {
+        SettingsRecord s = sampleLayout();
+        s.header[HDwgNo].on = false;
+        MemorySheet sh;
+        putHeader(sh, 0, QStringLiteral("D-1"), QStringLiteral("A"), QString());
+        sh.set(5, 2, QStringLiteral("品"));
+        const ImportPlan plan = ParseImportSheet(s, sh, QDate(2026, 1, 3));
+        QCOMPARE(plan.tables.size(), 0);
+        QCOMPARE(plan.notes.size(), 1);
+        s.pageMax = QStringLiteral("0");
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, ParseImportSheet(s, sh, QDate(2026, 1, 3)));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSettingsLogic)
+#include "TestSettingsLogic.moc"
