@@ -8,7 +8,7 @@
 #include "Connect.h"
 #include "Database.h"
 #include "NewCustomerDialog.h"
-#include "OutputSettings.h"
+#include "OutputSettingsEntry.h"
 #include "RuntimeError.h"
 #include "SettingsSave.h"
 #include "SettingsWorkbooks.h"

@@ -2,7 +2,7 @@
 #include "IniAccess.h"
 #include "IniFile.h"
 #include "NewCustomerDialog.h"
-#include "OutputSettings.h"
+#include "OutputSettingsEntry.h"
 #include "OutputSettingsScreen.h"
 #include "SettingsFixture.h"
 #include "SettingsRecord.h"
