@@ -25,15 +25,16 @@ constexpr int kFirstNameList = 1;
 constexpr int kFirstMaterialList = 5;
 constexpr int kListsPerField = 4;
 
-// One numbered input list as the editor uses it: its items, and the item its "INDEX" preselects.
+// One numbered input list: its items, and its default entry named by "INDEX".
 struct InputList {
     QString section;
     QStringList items;
-    // "INDEX" is the 1-based number of the item a fresh input area shows in the field; 0 (or a
-    // number past the end of the list) leaves the field empty. It is read strictly: a missing or
-    // non-numeric "INDEX" ends the operation like a bad "MAX".
+    // "INDEX" is the 1-based number of the list's default entry: the list picker selects it first
+    // when the field it fills is still empty. 0 (or a number past the end of the list) names none,
+    // and the first entry is selected. It is read strictly: a missing or non-numeric "INDEX" ends
+    // the operation like a bad "MAX".
     int index = 0;
-    // The preselected text, empty when "INDEX" selects nothing.
+    // The default entry, empty when "INDEX" names none.
     QString preselected() const;
 };
 InputList ReadInputList(IniAccess& ini, int n);

@@ -18,23 +18,6 @@ QList<int> group(IniAccess& ini, int first)
     return lists;
 }
 
-void preselect(IniAccess& ini, QComboBox* field, const QList<int>& lists)
-{
-    if (!field)
-        return;
-    for (int n : lists) {
-        const QString text = ReadInputList(ini, n).preselected();
-        if (text.isEmpty())
-            continue;
-        const int i = field->findText(text, Qt::MatchExactly);
-        if (i >= 0)
-            field->setCurrentIndex(i);
-        if (field->isEditable())
-            field->setEditText(text);
-        return;
-    }
-}
-
 // Offers the item in the drop-down (appended to its items when missing); the field keeps its own text.
 void offer(QComboBox* field, const QString& item)
 {
@@ -84,12 +67,6 @@ QList<int> NameLists(IniAccess& ini)
 QList<int> MaterialLists(IniAccess& ini)
 {
     return group(ini, kFirstMaterialList);
-}
-
-void PreselectInputFields(IniAccess& ini, const InputListFields& fields)
-{
-    preselect(ini, fields.name, NameLists(ini));
-    preselect(ini, fields.material, MaterialLists(ini));
 }
 
 void RememberInputFields(IniAccess& ini, const InputListFields& fields)

@@ -20,11 +20,6 @@ struct InputListFields {
 QList<int> NameLists(IniAccess& ini);
 QList<int> MaterialLists(IniAccess& ini);
 
-// Sets each field to the item that the "INDEX" of its lists preselects: the first list of the field
-// whose "INDEX" names one of its items (1-based) gives the text; "INDEX" 0 or past the end of its
-// list preselects nothing. Fields that no list preselects are left as they are.
-void PreselectInputFields(IniAccess& ini, const InputListFields& fields);
-
 // After a line was taken into the grid: each field's typed text that is not yet in its list is
 // appended to it (never twice; "MAX" first, then the item), and the drop-down offers it from then
 // on, its text unchanged. A name or material already in any of the field's numbered lists is not
