@@ -4,7 +4,8 @@
 
 void AppContext::setPaths(const QString& programFolder)
 {
-    AppPath = QDir::fromNativeSeparators(programFolder);
+    // One separator between the folder and every name, however the folder was given.
+    AppPath = QDir::cleanPath(QDir::fromNativeSeparators(programFolder));
     if (!AppPath.endsWith(u'/'))
         AppPath += u'/';
     DataFolder = AppPath;

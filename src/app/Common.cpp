@@ -1,9 +1,11 @@
 #include "Common.h"
 
+#include "AppContext.h"
 #include "IniAccess.h"
 #include "RuntimeError.h"
 
 #include <cmath>
+#include <limits>
 
 int StrictInt(const QString& text)
 {
@@ -20,27 +22,42 @@ int StrictInt(const QString& text)
 long long LenientInt(const QString& text)
 {
     const QString t = text.trimmed();
+    const auto isDigit = [&t](qsizetype i) { return i < t.size() && t[i] >= u'0' && t[i] <= u'9'; };
     qsizetype end = 0;
     if (end < t.size() && (t[end] == u'-' || t[end] == u'+'))
         ++end;
     bool digits = false;
-    while (end < t.size() && t[end].isDigit() && t[end].unicode() < 128) {
+    while (isDigit(end)) {
         ++end;
         digits = true;
     }
     if (end < t.size() && t[end] == u'.') {
         ++end;
-        while (end < t.size() && t[end].unicode() >= u'0' && t[end].unicode() <= u'9') {
+        while (isDigit(end)) {
             ++end;
             digits = true;
         }
     }
     if (!digits)
         return 0;
+    // An exponent belongs to the number only when digits follow it ("1e2" is 100, "1e" is 1).
+    if (end < t.size() && (t[end] == u'e' || t[end] == u'E')) {
+        qsizetype e = end + 1;
+        if (e < t.size() && (t[e] == u'-' || t[e] == u'+'))
+            ++e;
+        if (isDigit(e)) {
+            while (isDigit(e))
+                ++e;
+            end = e;
+        }
+    }
     const double d = t.left(end).toDouble();
-    if (d > 9.0e18 || d < -9.0e18)
-        return 0;
-    return static_cast<long long>(std::nearbyint(d));
+    // Far too large numbers stay far too large, so a checked conversion after this reports them.
+    if (d >= 9.0e18)
+        return std::numeric_limits<long long>::max();
+    if (d <= -9.0e18)
+        return std::numeric_limits<long long>::min();
+    return static_cast<long long>(std::nearbyint(d)); // the default rounding mode rounds halves to even
 }
 
 QStringList ReadList(IniAccess& ini, const QString& section)
@@ -73,7 +90,9 @@ bool CheckNumberText(QString& text)
         const char16_t c = text[i].unicode();
         const bool rejected = (c == u'-' && i > 0) || (c >= 32 && c < 45) || c == u'/' || c > u'9';
         if (rejected) {
-            text.remove(i, 1);
+            // A character outside the basic plane is one character to the user: remove both halves.
+            const bool pair = text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate();
+            text.remove(i, pair ? 2 : 1);
             return true;
         }
     }
@@ -129,4 +148,10 @@ bool TextIsTrue(const QString& text)
     bool ok = false;
     const double d = t.toDouble(&ok);
     return ok && d != 0.0;
+}
+
+void EnableMenuButtons(const AppContext& ctx, bool enabled)
+{
+    if (ctx.enableMenuButtons)
+        ctx.enableMenuButtons(enabled);
 }

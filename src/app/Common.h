@@ -4,6 +4,7 @@
 
 #include <QString>
 
+struct AppContext;
 class IniAccess;
 
 // Small rules shared by the screens. Flags follow the old convention: true is -1.
@@ -18,8 +19,8 @@ QString AddToList(IniAccess& ini, const QString& section, const QString& value);
 QStringList ReadList(IniAccess& ini, const QString& section);
 // The strict integer reading of a settings value ("MAX", "INDEX"): a run-time error when it is not one.
 int StrictInt(const QString& text);
-// The lenient number reading: the numeric prefix of the text (0 when there is none), rounded to the
-// nearest integer with halves to even.
+// The lenient number reading: the numeric prefix of the text (sign, digits, decimal point, exponent;
+// 0 when there is none), rounded to the nearest integer with halves to even.
 long long LenientInt(const QString& text);
 
 // The number check: looks at the characters from the first and stops at the first rejected one
@@ -42,3 +43,7 @@ Int16 LastIndex(Int16 start, const QString& countText);
 // How the yes/no values of the grid and the database read: "1", "-1", "True" (any case) and any
 // non-zero number are true; "", "0", "False" are false.
 bool TextIsTrue(const QString& text);
+
+// Enables or disables all buttons of the main menu (when the program has one): a screen opened from
+// the menu calls it with false while it works and with true when it closes.
+void EnableMenuButtons(const AppContext& ctx, bool enabled);

@@ -85,7 +85,8 @@ void ApplyCheckColor(const QCheckBox* box, QWidget* field, const QString& mode)
 
 void ShowScreen(QWidget* screen, QWidget* owner)
 {
-    if (owner && owner != screen && owner->objectName() != screen->objectName()) {
+    if (owner && owner != screen && owner->objectName() != screen->objectName() &&
+        screen->parentWidget() != owner) {
         screen->setParent(owner, screen->windowFlags() | Qt::Window);
     }
     screen->show();

@@ -29,6 +29,28 @@ QString toCp932Forms(QString text)
     return text;
 }
 
+bool isValidUtf8(const QByteArray& bytes)
+{
+    QStringDecoder dec(QStringDecoder::Utf8);
+    (void)dec.decode(bytes);
+    return !dec.hasError();
+}
+
+bool hasNonAscii(const QByteArray& bytes)
+{
+    for (char c : bytes)
+        if (static_cast<unsigned char>(c) >= 0x80)
+            return true;
+    return false;
+}
+
+// A file without a byte-order mark is UTF-8 when it has non-ASCII bytes that form valid UTF-8:
+// Shift-JIS text with any kanji or kana in it practically never does.
+bool looksLikeUtf8(const QByteArray& bytes)
+{
+    return hasNonAscii(bytes) && isValidUtf8(bytes);
+}
+
 } // namespace
 
 IniFile::IniFile(QString path) : m_path(std::move(path)) {}
@@ -109,7 +131,8 @@ void IniFile::reloadIfChanged()
     QByteArray all = f.readAll();
     m_mtime = fi.lastModified();
     m_size = fi.size();
-    m_utf8 = all.startsWith(kBom);
+    m_bom = all.startsWith(kBom);
+    m_utf8 = m_bom || looksLikeUtf8(all);
     m_lines.clear();
     qsizetype start = 0;
     while (start < all.size()) {
@@ -140,7 +163,7 @@ void IniFile::parse()
     Section* current = nullptr;
     for (int i = 0; i < m_lines.size(); ++i) {
         QByteArray raw = m_lines[i].raw;
-        if (i == 0 && m_utf8)
+        if (i == 0 && m_bom)
             raw = raw.mid(kBom.size());
         const QString text = decodeLine(raw).trimmed();
         if (text.isEmpty())
@@ -189,7 +212,19 @@ IniFile::WriteResult IniFile::write(const QString& section, const QString& key, 
     const QString sectionName = section.trimmed();
     const QString keyName = key.trimmed();
     if (!encodeLine(value) || !encodeLine(keyName) || !encodeLine(sectionName)) {
-        m_error = QStringLiteral("設定ファイルの文字コード(Shift-JIS)で表せない文字が含まれています。");
+        QString bad;
+        for (const QString& text : {value, keyName, sectionName}) {
+            for (qsizetype i = 0; i < text.size(); ++i) {
+                const qsizetype n = text[i].isHighSurrogate() && i + 1 < text.size() ? 2 : 1;
+                const QString ch = text.mid(i, n);
+                if (!encodeLine(ch) && !bad.contains(ch))
+                    bad += ch;
+                i += n - 1;
+            }
+        }
+        m_error = QStringLiteral("「%1」は設定ファイルの文字コード(Shift-JIS)で表せない文字です。"
+                                 "この文字を使わずに入力し直して下さい。")
+                      .arg(bad);
         return WriteResult::NotEncodable;
     }
     QFileInfo fi(m_path);
@@ -227,7 +262,7 @@ IniFile::WriteResult IniFile::write(const QString& section, const QString& key, 
         if (!lines.isEmpty() && lines.last().eol.isEmpty())
             lines.last().eol = eol;
         QByteArray header = *encodeLine(u'[' + sectionName + u']');
-        if (lines.isEmpty() && m_utf8)
+        if (lines.isEmpty() && m_bom)
             header.prepend(kBom);
         lines.append(Line{header, eol});
         lines.append(Line{newLine, eol});
@@ -250,4 +285,46 @@ bool IniFile::saveLines(QList<Line> lines)
     }
     m_loaded = false; // parse again on the next read
     return true;
+}
+
+QString IniFile::describeDamage(const QString& path)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return QStringLiteral("ファイルを開けません（%1）。").arg(f.errorString());
+    if (f.size() > kMaxFileSize)
+        return QStringLiteral("ファイルが大きすぎます（%1 バイト）。設定ファイルではありません。").arg(f.size());
+    QByteArray all = f.readAll();
+    const bool bom = all.startsWith(kBom);
+    if (bom)
+        all = all.mid(kBom.size());
+    const bool utf8 = bom || looksLikeUtf8(all);
+    int lineNo = 1;
+    qsizetype start = 0;
+    while (start <= all.size()) {
+        qsizetype end = all.indexOf('\n', start);
+        if (end < 0)
+            end = all.size();
+        const QByteArray line = all.mid(start, end - start);
+        for (char c : line) {
+            const auto u = static_cast<unsigned char>(c);
+            // Text files hold no control bytes but tab, carriage return, form feed and end-of-file.
+            if (u < 0x20 && u != '\t' && u != '\r' && u != '\f' && u != 0x1A)
+                return QStringLiteral("%1 行目にテキストではないデータ（制御文字 0x%2）があります。")
+                    .arg(lineNo)
+                    .arg(u, 2, 16, QLatin1Char('0'));
+        }
+        bool bad = false;
+        if (utf8)
+            bad = !isValidUtf8(line);
+        else
+            decodeCp932(line, &bad);
+        if (bad)
+            return QStringLiteral("%1 行目に %2 として読めない文字があります。")
+                .arg(lineNo)
+                .arg(utf8 ? QStringLiteral("UTF-8") : QStringLiteral("Shift-JIS"));
+        ++lineNo;
+        start = end + 1;
+    }
+    return {};
 }

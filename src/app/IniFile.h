@@ -8,8 +8,9 @@
 #include <optional>
 
 // A settings file with the classic private-profile rules:
-// - bytes are CP932 (Shift-JIS); a file that starts with a UTF-8 byte-order mark is read and written
-//   as UTF-8 instead, so a file saved by a modern editor keeps the user's texts;
+// - bytes are CP932 (Shift-JIS); a file that starts with a UTF-8 byte-order mark, or whose bytes are
+//   valid UTF-8 with some non-ASCII text and not valid CP932, is read and written as UTF-8 instead,
+//   so a file saved by a modern editor keeps the user's texts;
 // - section and key names match without regard to case; blanks around names and values are trimmed;
 //   one pair of surrounding quotes is removed from a value; the first of duplicate keys wins;
 // - a write edits the one line in place and keeps every other byte (comments, order, line ends);
@@ -40,6 +41,12 @@ public:
     // Cuts a text to at most maxBytes bytes of CP932, never in the middle of a double-byte character.
     static QString cutToBytes(const QString& text, int maxBytes);
 
+    // Why a file cannot serve as a settings file (unreadable, far too large, binary bytes, text in
+    // neither CP932 nor UTF-8), naming the first bad line; empty when it can.
+    static QString describeDamage(const QString& path);
+    // Files larger than this are not settings files.
+    static constexpr qint64 kMaxFileSize = 16 * 1024 * 1024;
+
 private:
     struct Line {
         QByteArray raw; // without the line end
@@ -65,6 +72,7 @@ private:
     QString m_path;
     bool m_loaded = false;
     bool m_utf8 = false;
+    bool m_bom = false;
     QDateTime m_mtime;
     qint64 m_size = -1;
     QList<Line> m_lines;
