@@ -9,15 +9,6 @@
 namespace
 {
 
-QList<int> group(IniAccess& ini, int first)
-{
-    const int count = InputListCount(ini);
-    QList<int> lists;
-    for (int n = first; n < first + kListsPerField && n <= count; ++n)
-        lists << n;
-    return lists;
-}
-
 // Offers the item in the drop-down (appended to its items when missing); the field keeps its own text.
 void offer(QComboBox* field, const QString& item)
 {
@@ -29,17 +20,17 @@ void offer(QComboBox* field, const QString& item)
         field->setEditText(own);
 }
 
-void rememberNumbered(IniAccess& ini, QComboBox* field, const QList<int>& lists)
+void rememberNumbered(IniAccess& ini, QComboBox* field, const QList<InputList>& lists)
 {
     if (!field || lists.isEmpty())
         return;
     const QString text = field->currentText();
     if (text.trimmed().isEmpty())
         return;
-    for (int n : lists)
-        if (ReadList(ini, InputListSection(n)).contains(text))
+    for (const InputList& list : lists)
+        if (list.items.contains(text))
             return;
-    AddToList(ini, InputListSection(lists.front()), text);
+    AddToList(ini, lists.front().section, text);
     offer(field, text);
 }
 
@@ -59,20 +50,10 @@ void rememberPlain(IniAccess& ini, const QString& section, QComboBox* field, con
 
 } // namespace
 
-QList<int> NameLists(IniAccess& ini)
-{
-    return group(ini, kFirstNameList);
-}
-
-QList<int> MaterialLists(IniAccess& ini)
-{
-    return group(ini, kFirstMaterialList);
-}
-
 void RememberInputFields(IniAccess& ini, const InputListFields& fields)
 {
-    rememberNumbered(ini, fields.name, NameLists(ini));
-    rememberNumbered(ini, fields.material, MaterialLists(ini));
+    rememberNumbered(ini, fields.name, NameInputLists(ini));
+    rememberNumbered(ini, fields.material, MaterialInputLists(ini));
     rememberPlain(ini, QStringLiteral("STANI"), fields.unit, {fields.unit, fields.unit2});
     rememberPlain(ini, QStringLiteral("STANI"), fields.unit2, {fields.unit, fields.unit2});
     rememberPlain(ini, QStringLiteral("MAKER"), fields.maker, {fields.maker});

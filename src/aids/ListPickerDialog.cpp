@@ -96,24 +96,14 @@ void ListPickerDialog::loadTab(int tab)
         return;
     QListWidget* list = m_lists[tab];
     list->clear();
-    QString preferred;
-    if (info.section.startsWith(u"KVRCAD0002COMBO")) {
-        const InputList input = ReadInputList(m_ini, info.section.mid(15).toInt());
-        list->addItems(input.items);
-        preferred = input.preselected();
-    } else {
-        list->addItems(ReadList(m_ini, info.section));
-    }
+    list->addItems(ReadList(m_ini, info.section));
     m_loaded[tab] = true;
-    // The entry already in the field is selected, so Enter keeps it; an empty field starts on the
-    // list's default entry, else on the first.
+    // The entry already in the field is selected, so Enter keeps it; otherwise the first.
     QString current;
     if (auto* edit = qobject_cast<QLineEdit*>(m_target))
         current = edit->text();
     else if (auto* combo = qobject_cast<QComboBox*>(m_target))
         current = combo->currentText();
-    if (current.isEmpty())
-        current = preferred;
     const auto hits = current.isEmpty() ? QList<QListWidgetItem*>() : list->findItems(current, Qt::MatchExactly);
     if (!hits.isEmpty())
         list->setCurrentRow(list->row(hits.front()));

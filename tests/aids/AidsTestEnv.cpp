@@ -80,14 +80,14 @@ QString AidsTestEnv::iniText()
                           "[STANI]\r\nMAX=3\r\n1=個\r\n2=本\r\n3=ｍ\r\n"
                           "[DESINED]\r\nMAX=1\r\n1=山田\r\n"
                           "[KVRCAD0002COMBOMAX]\r\nMAX=8\r\n"
-                          "[KVRCAD0002COMBO1]\r\nMAX=3\r\nINDEX=2\r\n1=ボルト\r\n2=ナット\r\n3=ワッシャ\r\n"
-                          "[KVRCAD0002COMBO2]\r\nMAX=1\r\nINDEX=0\r\n1=ベアリング\r\n"
-                          "[KVRCAD0002COMBO3]\r\nMAX=0\r\nINDEX=0\r\n"
-                          "[KVRCAD0002COMBO4]\r\nMAX=0\r\nINDEX=0\r\n"
-                          "[KVRCAD0002COMBO5]\r\nMAX=2\r\nINDEX=0\r\n1=SS400\r\n2=S45C\r\n"
-                          "[KVRCAD0002COMBO6]\r\nMAX=1\r\nINDEX=1\r\n1=SUS304\r\n"
-                          "[KVRCAD0002COMBO7]\r\nMAX=0\r\nINDEX=0\r\n"
-                          "[KVRCAD0002COMBO8]\r\nMAX=0\r\nINDEX=0\r\n");
+                          "[KVRCAD0002COMBO1]\r\nMAX=3\r\nINDEX=0\r\n1=ボルト\r\n2=ナット\r\n3=ワッシャ\r\n"
+                          "[KVRCAD0002COMBO2]\r\nMAX=1\r\nINDEX=1\r\n1=ベアリング\r\n"
+                          "[KVRCAD0002COMBO3]\r\nMAX=0\r\nINDEX=9\r\n"
+                          "[KVRCAD0002COMBO4]\r\nMAX=1\r\nINDEX=3\r\n1=ピン\r\n"
+                          "[KVRCAD0002COMBO5]\r\nMAX=2\r\nINDEX=5\r\n1=SS400\r\n2=S45C\r\n"
+                          "[KVRCAD0002COMBO6]\r\nMAX=1\r\nINDEX=4\r\n1=SUS304\r\n"
+                          "[KVRCAD0002COMBO7]\r\nMAX=0\r\nINDEX=6\r\n"
+                          "[KVRCAD0002COMBO8]\r\nMAX=0\r\nINDEX=7\r\n");
 }
 
 AidsTestEnv::AidsTestEnv()

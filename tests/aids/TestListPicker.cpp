@@ -110,12 +110,17 @@ private Q_SLOTS:
         QCOMPARE(ToggleBrackets(QStringLiteral(" （M10） ")), QStringLiteral("M10"));
         QCOMPARE(ToggleBrackets(QStringLiteral("(M10")), QStringLiteral("((M10)"));
         QCOMPARE(ToggleBrackets(QString()), QStringLiteral("()"));
-        InputList names = ReadInputList(*env->ctx.ini, 1);
-        QCOMPARE(names.section, QStringLiteral("KVRCAD0002COMBO1"));
-        QCOMPARE(names.items.size(), 3);
-        QCOMPARE(names.preselected(), QStringLiteral("ナット"));
-        QCOMPARE(ReadInputList(*env->ctx.ini, 5).preselected(), QString());
-        QCOMPARE(ReadInputList(*env->ctx.ini, 6).preselected(), QStringLiteral("SUS304"));
+        // "INDEX" puts each list in a field's slot: 0 to 3 the name field, 4 to 7 the material
+        // field, ordered by slot; a slot outside them feeds nothing.
+        auto numbers = [](const QList<InputList>& lists) {
+            QList<int> out;
+            for (const auto& l : lists)
+                out << l.number;
+            return out;
+        };
+        QCOMPARE(numbers(NameInputLists(*env->ctx.ini)), (QList<int>{1, 2, 4}));
+        QCOMPARE(numbers(MaterialInputLists(*env->ctx.ini)), (QList<int>{6, 5, 7, 8}));
+        QCOMPARE(NameInputLists(*env->ctx.ini).front().items.size(), 3);
         QCOMPARE(InputListCount(*env->ctx.ini), 8);
     }
 };
