@@ -1,0 +1,186 @@
+#include "Database.h"
+
+#include "RuntimeError.h"
+
+#include <QAtomicInt>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSqlQuery>
+
+namespace
+{
+
+QAtomicInt connectionCounter;
+
+QString nativePath(const QString& path)
+{
+    return QFileInfo(path).absoluteFilePath();
+}
+
+RuntimeError cannotOpenFile(const QString& path, const QString& what, int number)
+{
+    return RuntimeError(
+        number, QStringLiteral("データベース ファイル '%1' を開けません。\n%2").arg(nativePath(path), what));
+}
+
+} // namespace
+
+QString TranslateJetSql(const QString& sql)
+{
+    // Jet accepts "DELETE * FROM t"; the other engines know only "DELETE FROM t".
+    static const QRegularExpression deleteStar(QStringLiteral("^(\\s*DELETE)\\s+\\*\\s+(FROM\\b)"),
+                                               QRegularExpression::CaseInsensitiveOption);
+    QString out = sql;
+    out.replace(deleteStar, QStringLiteral("\\1 \\2"));
+    return out;
+}
+
+RuntimeError DatabaseError(const QSqlError& error, const QString& statement)
+{
+    QString description = error.databaseText().trimmed();
+    if (description.isEmpty())
+        description = error.driverText().trimmed();
+    if (description.isEmpty())
+        description = QStringLiteral("データベースの操作に失敗しました。");
+    if (!statement.isEmpty())
+        description += QStringLiteral("\n(") + statement + u')';
+    bool ok = false;
+    // ODBC drivers may report several native codes separated by ';': the first one is the error.
+    const int native = error.nativeErrorCode().section(u';', 0, 0).trimmed().toInt(&ok);
+    return RuntimeError(ok && native != 0 ? native : kProviderErrorNumber, description);
+}
+
+bool IsYesNoColumn(const QString& name)
+{
+    return name.startsWith(u"YN_", Qt::CaseInsensitive) ||
+           name.compare(u"CH_HAISHI", Qt::CaseInsensitive) == 0 ||
+           name.compare(u"CH_KAKKO", Qt::CaseInsensitive) == 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Database
+
+Database::Database(QSqlDatabase db) : m_db(std::move(db)), m_name(m_db.connectionName())
+{
+    if (!m_db.isOpen() && !m_db.open()) {
+        const QSqlError error = m_db.lastError();
+        m_db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(m_name);
+        throw DatabaseError(error);
+    }
+    if (m_db.driverName() == u"QSQLITE") {
+        m_dialect = Dialect::Sqlite;
+    } else {
+        // Only used to read back a new row's auto-number; any failure just means "not PostgreSQL".
+        QSqlQuery q(m_db);
+        if (q.exec(QStringLiteral("SELECT version()")) && q.next() &&
+            q.value(0).toString().startsWith(u"PostgreSQL"))
+            m_dialect = Dialect::PostgreSql;
+    }
+}
+
+Database::~Database()
+{
+    m_db.close();
+    m_db = QSqlDatabase();
+    QSqlDatabase::removeDatabase(m_name);
+}
+
+QSqlDatabase Database::newConnection(const QString& driver)
+{
+    const QString name = QStringLiteral("bh_db_%1").arg(connectionCounter.fetchAndAddRelaxed(1) + 1);
+    return QSqlDatabase::addDatabase(driver, name);
+}
+
+std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busyTimeoutMs)
+{
+    const QFileInfo file(path);
+    if (!file.exists())
+        throw cannotOpenFile(path, QStringLiteral("ファイルが見つかりません。"), kProviderErrorNumber);
+    if (!file.isFile() || file.size() == 0)
+        throw cannotOpenFile(path, QStringLiteral("データベース ファイルではありません。"),
+                             kProviderErrorNumber);
+
+    QSqlDatabase db = newConnection(QStringLiteral("QSQLITE"));
+    const QString name = db.connectionName();
+    db.setDatabaseName(path);
+    db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyTimeoutMs));
+
+    QSqlError error;
+    bool opened = db.open();
+    if (!opened) {
+        error = db.lastError();
+    } else {
+        // WAL: a crash or a killed process never leaves a half-written table, readers (the output)
+        // do not block the writer, and each autocommitted row costs no sync of the main file.
+        // synchronous=NORMAL: with WAL this stays consistent after a power cut (the last commits
+        // may be lost, never the file); FULL would sync on every one of the editor's row saves.
+        // The busy timeout lets a second program instance or a tool finish its write instead of
+        // failing at once. Reading the schema proves the file really is a database.
+        QSqlQuery q(db);
+        for (const QString& statement :
+             {QStringLiteral("PRAGMA journal_mode=WAL"), QStringLiteral("PRAGMA synchronous=NORMAL"),
+              QStringLiteral("SELECT count(*) FROM sqlite_master")}) {
+            if (!q.exec(statement)) {
+                error = q.lastError();
+                opened = false;
+                break;
+            }
+        }
+    }
+    if (!opened) {
+        db.close();
+        db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(name);
+        const RuntimeError base = DatabaseError(error);
+        throw cannotOpenFile(path, base.description(), base.number());
+    }
+    return std::make_shared<Database>(std::move(db));
+}
+
+std::shared_ptr<Database> Database::openOdbc(const QString& dsn, const QString& user, const QString& password)
+{
+    QSqlDatabase db = newConnection(QStringLiteral("QODBC"));
+    db.setDatabaseName(dsn);
+    db.setUserName(user);
+    db.setPassword(password);
+    if (!db.open()) {
+        const QSqlError error = db.lastError();
+        const QString name = db.connectionName();
+        db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(name);
+        throw DatabaseError(error);
+    }
+    return std::make_shared<Database>(std::move(db));
+}
+
+bool Database::isSqlite() const
+{
+    return m_dialect == Dialect::Sqlite;
+}
+
+void Database::Execute(const QString& sql)
+{
+    const QString statement = TranslateJetSql(sql);
+    QSqlQuery q(m_db);
+    if (!q.exec(statement))
+        throw DatabaseError(q.lastError(), statement);
+}
+
+void Database::BeginTrans()
+{
+    if (!m_db.transaction())
+        throw DatabaseError(m_db.lastError());
+}
+
+void Database::CommitTrans()
+{
+    if (!m_db.commit())
+        throw DatabaseError(m_db.lastError());
+}
+
+void Database::RollbackTrans()
+{
+    if (!m_db.rollback())
+        throw DatabaseError(m_db.lastError());
+}
