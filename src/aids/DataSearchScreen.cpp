@@ -121,8 +121,10 @@ DataSearchScreen::DataSearchScreen(AppContext& ctx, const QString& kind, QWidget
     connect(m_select, &QPushButton::clicked, this,
             [this, &messages] { guardCommand(messages, [this] { choose(); }); });
     connect(m_close, &QPushButton::clicked, this, &QDialog::reject);
-    connect(m_grid, &QTableWidget::cellDoubleClicked, this,
-            [this, &messages] { guardCommand(messages, [this] { choose(); }); });
+    connect(m_grid, &QTableWidget::cellDoubleClicked, this, [this, &messages](int row, int col) {
+        m_grid->setCurrentCell(row, col);
+        guardCommand(messages, [this] { choose(); });
+    });
     connect(m_grid, &QTableWidget::itemSelectionChanged, this, [this] { updateButtons(); });
     OnListEnter(m_grid, [this, &messages] { guardCommand(messages, [this] { choose(); }); });
 

@@ -19,7 +19,8 @@
 #include <QPointer>
 #include <QPushButton>
 
-namespace {
+namespace
+{
 
 const char* const kLastFieldProperty = "aidsLastInputField";
 
@@ -159,8 +160,8 @@ void InstallEditorAids(EditorScreen& screen)
     if (auto* bracket = screen.findChild<QPushButton*>(QStringLiteral("cmdKakkoInput")))
         bracket->setFocusPolicy(Qt::NoFocus);
     QList<QPointer<QWidget>> fields;
-    for (const char* name : {"cboHinmei", "cboZaishitu", "txtSuryo", "cboTani", "txtSuryo2", "cboTani2", "txtTanka",
-                             "txtBiko", "cboMaker"})
+    for (const char* name : {"cboHinmei", "cboZaishitu", "txtSuryo", "cboTani", "txtSuryo2", "cboTani2",
+                             "txtTanka", "txtBiko", "cboMaker"})
         if (QWidget* w = screen.findChild<QWidget*>(QString::fromLatin1(name)))
             fields << w;
     QPointer<EditorScreen> guard(&screen);

@@ -91,7 +91,10 @@ HistorySearchDialog::HistorySearchDialog(AppContext& ctx, const HistoryFilter& f
     connect(m_typed, &QLineEdit::returnPressed, m_search, &QPushButton::click);
     connect(m_select, &QPushButton::clicked, this, [this] { choose(); });
     connect(m_close, &QPushButton::clicked, this, &QDialog::reject);
-    connect(m_table, &QTableWidget::cellDoubleClicked, this, [this] { choose(); });
+    connect(m_table, &QTableWidget::cellDoubleClicked, this, [this](int row, int col) {
+        m_table->setCurrentCell(row, col);
+        choose();
+    });
     connect(m_table, &QTableWidget::itemSelectionChanged, this, [this] { updateButtons(); });
     OnListEnter(m_table, [this] { choose(); });
 

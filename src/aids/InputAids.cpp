@@ -53,7 +53,8 @@ int InputListCount(IniAccess& ini)
     return qBound(0, count, kFirstMaterialList + kListsPerField - 1);
 }
 
-namespace {
+namespace
+{
 
 QList<InputList> feeding(IniAccess& ini, bool names)
 {

@@ -33,7 +33,10 @@ ListPickerDialog::ListPickerDialog(IniAccess& ini, const QString& section, QWidg
         m_tabs->setTabToolTip(i, tabs[i].section);
         m_lists.append(list);
         m_loaded.append(false);
-        connect(list, &QListWidget::itemDoubleClicked, this, [this] { choose(); });
+        connect(list, &QListWidget::itemDoubleClicked, this, [this, list](QListWidgetItem* item) {
+            list->setCurrentItem(item);
+            choose();
+        });
         connect(list, &QListWidget::itemSelectionChanged, this, [this] { updateButtons(); });
         OnListEnter(list, [this] { choose(); });
     }
@@ -104,7 +107,8 @@ void ListPickerDialog::loadTab(int tab)
         current = edit->text();
     else if (auto* combo = qobject_cast<QComboBox*>(m_target))
         current = combo->currentText();
-    const auto hits = current.isEmpty() ? QList<QListWidgetItem*>() : list->findItems(current, Qt::MatchExactly);
+    const auto hits =
+        current.isEmpty() ? QList<QListWidgetItem*>() : list->findItems(current, Qt::MatchExactly);
     if (!hits.isEmpty())
         list->setCurrentRow(list->row(hits.front()));
     else if (list->count() > 0)

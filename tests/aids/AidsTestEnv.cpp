@@ -95,8 +95,7 @@ AidsTestEnv::AidsTestEnv()
     ctx.messages = &messages;
     ctx.clock = &testClock();
     ctx.setPaths(m_dir.path());
-    writeCp932File(ctx.IniPath, iniText());
-    ctx.makeIni();
+    writeIni(iniText());
     QDir(m_dir.path()).mkpath(QStringLiteral("DB"));
     QString error;
     if (!MakeDatabaseFile(m_dir.filePath(QStringLiteral("DB/CADDB.sqlite")), &error)) {
@@ -105,6 +104,17 @@ AidsTestEnv::AidsTestEnv()
     }
     const ConnectResult r = ConnectDatabase(ctx);
     m_ok = !r.endProgram && ctx.DbConnection != nullptr;
+}
+
+// The settings are written as UTF-8 with a byte-order mark, which the settings reader takes as it
+// takes Shift-JIS; the aids only read and append through it, so the encoding is not what they test.
+void AidsTestEnv::writeIni(const QString& text)
+{
+    QFile f(ctx.IniPath);
+    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write("\xEF\xBB\xBF" + text.toUtf8());
+    f.close();
+    ctx.makeIni();
 }
 
 AidsTestEnv::~AidsTestEnv()

@@ -29,8 +29,9 @@ public:
                  const QString& maker);
     int count(const QString& sql);
 
-    // The settings file's text the environment was made with (CP932 on disk).
+    // The settings file's text the environment was made with, and a rewrite of the file.
     static QString iniText();
+    void writeIni(const QString& text);
 
 private:
     QTemporaryDir m_dir;

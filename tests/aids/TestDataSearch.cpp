@@ -10,6 +10,15 @@
 #include <QTableWidget>
 #include <QtTest>
 
+namespace
+{
+void show(QWidget& w)
+{
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+}
+} // namespace
+
 // The data search KVRCAD0101 on a real database: the query, the stored tables it finds, the screen
 // in its two uses, and the lines a copy takes from its source.
 class TestDataSearch : public QObject
@@ -102,6 +111,7 @@ private Q_SLOTS:
     {
         env->ctx.DataSearchFlag = Int16::from(DataSearchScreen::kFromSearch);
         DataSearchScreen screen(env->ctx, QStringLiteral("1"));
+        show(screen);
         QCOMPARE(screen.windowTitle(), QStringLiteral("データ検索"));
         QCOMPARE(screen.objectName(), QStringLiteral("KVRCAD0101"));
         QVERIFY(screen.findChild<QRadioButton*>(QStringLiteral("optKind1"))->isEnabled());
@@ -131,6 +141,7 @@ private Q_SLOTS:
     {
         env->ctx.DataSearchFlag = Int16::from(DataSearchScreen::kCopySource);
         DataSearchScreen screen(env->ctx, QStringLiteral("1"));
+        show(screen);
         QCOMPARE(screen.windowTitle(), QStringLiteral("コピー元データ検索"));
         QVERIFY(!screen.findChild<QRadioButton*>(QStringLiteral("optKind2"))->isEnabled());
         auto* select = screen.findChild<QPushButton*>(QStringLiteral("cmdSelect"));
@@ -140,8 +151,9 @@ private Q_SLOTS:
         screen.search();
         auto* grid = screen.findChild<QTableWidget*>(QStringLiteral("grdTables"));
         grid->setCurrentCell(0, 0);
-        QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {},
-                           grid->visualItemRect(grid->item(0, 1)).center());
+        const QPoint at = grid->visualItemRect(grid->item(0, 1)).center();
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, at);
+        QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, at);
         QCOMPARE(asked, 1);
         QCOMPARE(screen.result(), int(QDialog::Rejected));
         QTest::keyClick(grid, Qt::Key_Return);

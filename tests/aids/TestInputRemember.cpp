@@ -1,6 +1,7 @@
 #include "AidsTestEnv.h"
 #include "Common.h"
 #include "InputRemember.h"
+#include "TestSupport.h"
 
 #include <QComboBox>
 #include <QtTest>

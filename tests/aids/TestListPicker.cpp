@@ -2,6 +2,7 @@
 #include "Common.h"
 #include "InputAids.h"
 #include "ListPickerDialog.h"
+#include "TestSupport.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -9,6 +10,15 @@
 #include <QPushButton>
 #include <QTabWidget>
 #include <QtTest>
+
+namespace
+{
+void show(QWidget& w)
+{
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+}
+} // namespace
 
 // The list picker over the settings file: its eleven tabs, the tab it opens on, moving an entry into
 // the field, and appending without ever editing what is listed.
@@ -29,6 +39,7 @@ private Q_SLOTS:
     {
         QLineEdit field;
         ListPickerDialog picker(*env->ctx.ini, QStringLiteral("KVRCAD0002COMBO6"), &field);
+        show(picker);
         QTabWidget* tabs = picker.tabs();
         QCOMPARE(tabs->count(), 11);
         QStringList captions;
@@ -60,12 +71,14 @@ private Q_SLOTS:
         maker.addItems({QStringLiteral("ミスミ"), QStringLiteral("オリエンタル")});
         maker.setEditText(QStringLiteral("オリエンタル"));
         ListPickerDialog picker(*env->ctx.ini, QStringLiteral("MAKER"), &maker);
+        show(picker);
         QListWidget* list = picker.list(5);
         QCOMPARE(picker.tabs()->currentIndex(), 5);
         // The field's entry is the one selected at first.
         QCOMPARE(list->currentRow(), 1);
-        QTest::mouseDClick(list->viewport(), Qt::LeftButton, {},
-                           list->visualItemRect(list->item(0)).center());
+        const QPoint at = list->visualItemRect(list->item(0)).center();
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, at);
+        QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, at);
         QCOMPARE(maker.currentText(), QStringLiteral("ミスミ"));
         QCOMPARE(picker.chosenValue(), QStringLiteral("ミスミ"));
     }
@@ -74,11 +87,12 @@ private Q_SLOTS:
     {
         QLineEdit field;
         ListPickerDialog picker(*env->ctx.ini, QStringLiteral("USER"), &field);
+        show(picker);
         auto* entry = picker.findChild<QLineEdit*>(QStringLiteral("txtNewEntry"));
         auto* add = picker.findChild<QPushButton*>(QStringLiteral("cmdAdd"));
         QVERIFY(!add->isEnabled());
         for (int i = 0; i < 2; ++i) {
-            QTest::keyClicks(entry, QStringLiteral("北海産業"));
+            entry->setText(QStringLiteral("北海産業"));
             QTest::keyClick(entry, Qt::Key_Return);
         }
         QCOMPARE(ReadList(*env->ctx.ini, QStringLiteral("USER")),
@@ -92,11 +106,10 @@ private Q_SLOTS:
 
     void missingListShowsTheSettingsErrorAndStaysUp()
     {
-        writeCp932File(env->ctx.IniPath,
-                       AidsTestEnv::iniText().remove(QStringLiteral("[STANI]\r\nMAX=3\r\n")));
-        env->ctx.makeIni();
+        env->writeIni(AidsTestEnv::iniText().remove(QStringLiteral("[STANI]\r\nMAX=3\r\n")));
         QLineEdit field;
         ListPickerDialog picker(*env->ctx.ini, QStringLiteral("STANI"), &field);
+        show(picker);
         QCOMPARE(picker.list(10)->count(), 0);
         QVERIFY(!env->messages.shown.isEmpty());
         QCOMPARE(env->messages.shown.front().title, QStringLiteral("ＩＮＩファイルエラー"));
