@@ -1,0 +1,9 @@
+#pragma once
+
+#include <Qt>
+
+class QAbstractButton;
+class QWidget;
+
+// A function key that presses a screen's button, only while the button is enabled (and visible).
+void BindFunctionKey(QWidget* screen, Qt::Key key, QAbstractButton* button);
