@@ -55,10 +55,29 @@ void runHistory(EditorScreen& screen, bool names)
         field->setFocus();
 }
 
+const char* const kInputFields[] = {"cboHinmei", "cboZaishitu", "txtSuryo", "cboTani", "txtSuryo2",
+                                    "cboTani2",  "txtTanka",    "txtBiko",  "cboMaker"};
+
+// The input field that holds or contains the widget, or null.
+QWidget* inputFieldOf(EditorScreen& screen, QWidget* w)
+{
+    if (!w)
+        return nullptr;
+    for (const char* name : kInputFields)
+        if (QWidget* f = screen.findChild<QWidget*>(QString::fromLatin1(name)))
+            if (w == f || f->isAncestorOf(w))
+                return f;
+    return nullptr;
+}
+
 void toggleBracket(EditorScreen& screen)
 {
-    QWidget* field = qvariant_cast<QWidget*>(screen.property(kLastFieldProperty));
-    if (!field || !screen.isAncestorOf(field))
+    // The field with the focus (the button takes none), else the input field that last had it,
+    // else the name field.
+    QWidget* field = inputFieldOf(screen, screen.focusWidget());
+    if (!field)
+        field = inputFieldOf(screen, qvariant_cast<QWidget*>(screen.property(kLastFieldProperty)));
+    if (!field)
         field = combo(screen, "cboHinmei");
     if (auto* c = qobject_cast<QComboBox*>(field))
         c->setEditText(ToggleBrackets(c->currentText()));
@@ -144,6 +163,7 @@ EditorAids MakeEditorAids()
     aids.materialHistory = [](EditorScreen& s) { runHistory(s, false); };
     aids.bracket = [](EditorScreen& s) { toggleBracket(s); };
     aids.copyAll = [](EditorScreen& s) { copyAll(s); };
+    aids.install = [](EditorScreen& s) { InstallEditorAids(s); };
     return aids;
 }
 
@@ -159,18 +179,12 @@ void InstallEditorAids(EditorScreen& screen)
     // "ｶｯｺ" acts on the input field that last had the focus, so the button must not take it.
     if (auto* bracket = screen.findChild<QPushButton*>(QStringLiteral("cmdKakkoInput")))
         bracket->setFocusPolicy(Qt::NoFocus);
-    QList<QPointer<QWidget>> fields;
-    for (const char* name : {"cboHinmei", "cboZaishitu", "txtSuryo", "cboTani", "txtSuryo2", "cboTani2",
-                             "txtTanka", "txtBiko", "cboMaker"})
-        if (QWidget* w = screen.findChild<QWidget*>(QString::fromLatin1(name)))
-            fields << w;
     QPointer<EditorScreen> guard(&screen);
-    QObject::connect(qApp, &QApplication::focusChanged, &screen, [guard, fields](QWidget*, QWidget* now) {
-        if (!guard || !now)
+    QObject::connect(qApp, &QApplication::focusChanged, &screen, [guard](QWidget*, QWidget* now) {
+        if (!guard)
             return;
-        for (const auto& f : fields)
-            if (f && (now == f || f->isAncestorOf(now)))
-                guard->setProperty(kLastFieldProperty, QVariant::fromValue<QWidget*>(f));
+        if (QWidget* f = inputFieldOf(*guard, now))
+            guard->setProperty(kLastFieldProperty, QVariant::fromValue<QWidget*>(f));
     });
 
     // After the transfer button has written the input area into the line (it refuses when a number
