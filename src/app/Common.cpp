@@ -79,6 +79,10 @@ QString AddToList(IniAccess& ini, const QString& section, const QString& value)
     }
     if (hit)
         return QStringLiteral("OK");
+    // A typed text that the settings file cannot hold is refused before anything is written, so the
+    // list never gains a count without its item. Nothing changed: the drop-down stays as it is.
+    if (!ini.CheckStorable(ini.iniPath(), value))
+        return QStringLiteral("OK");
     ini.put(section, QStringLiteral("MAX"), QString::number(count + 1));
     ini.put(section, QString::number(count + 1), value);
     return QStringLiteral("REWRITE");
@@ -91,7 +95,8 @@ bool CheckNumberText(QString& text)
         const bool rejected = (c == u'-' && i > 0) || (c >= 32 && c < 45) || c == u'/' || c > u'9';
         if (rejected) {
             // A character outside the basic plane is one character to the user: remove both halves.
-            const bool pair = text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate();
+            const bool pair =
+                text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate();
             text.remove(i, pair ? 2 : 1);
             return true;
         }

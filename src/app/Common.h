@@ -14,6 +14,7 @@ constexpr int kFalse = 0;
 // Remembered lists: a settings section with "MAX" and the items "1" to MAX, only ever appended to.
 // Returns "OK" when the value is listed already (nothing written), "REWRITE" when it was appended
 // ("MAX" is written first, then the item). A missing or non-numeric "MAX" is a run-time error.
+// A value the settings file cannot hold (no Shift-JIS form) is refused with a box: "OK", nothing written.
 QString AddToList(IniAccess& ini, const QString& section, const QString& value);
 // Items 1 to "MAX" of a list, in order. A missing or non-numeric "MAX" is a run-time error.
 QStringList ReadList(IniAccess& ini, const QString& section);

@@ -69,7 +69,8 @@ void SetFieldEnabled(bool enabled, QWidget* field)
     field->setEnabled(enabled);
     QPalette pal = field->palette();
     const QPalette system = QApplication::palette();
-    pal.setColor(QPalette::Active, QPalette::Base, enabled ? system.color(QPalette::Base) : system.color(QPalette::Button));
+    pal.setColor(QPalette::Active, QPalette::Base,
+                 enabled ? system.color(QPalette::Base) : system.color(QPalette::Button));
     pal.setColor(QPalette::Inactive, QPalette::Base,
                  enabled ? system.color(QPalette::Base) : system.color(QPalette::Button));
     pal.setColor(QPalette::Disabled, QPalette::Base, system.color(QPalette::Button));

@@ -2,12 +2,14 @@
 
 #include "MessageService.h"
 
-namespace {
+namespace
+{
 const QString kIniErrorTitle = QStringLiteral("ＩＮＩファイルエラー");
 constexpr int kValueBytes = 99;
 } // namespace
 
-IniAccess::IniAccess(MessageService& messages, QString iniPath) : m_messages(messages), m_iniPath(std::move(iniPath))
+IniAccess::IniAccess(MessageService& messages, QString iniPath)
+    : m_messages(messages), m_iniPath(std::move(iniPath))
 {
 }
 
@@ -19,7 +21,8 @@ IniFile& IniAccess::file(const QString& path)
     return *it->second;
 }
 
-QString IniAccess::IniGet(const QString& file, const QString& section, const QString& key, const QString& mode)
+QString IniAccess::IniGet(const QString& file, const QString& section, const QString& key,
+                          const QString& mode)
 {
     const QString fallback = mode == u"GET" ? QStringLiteral("EOF") + QStringLiteral("タグ：") + section +
                                                   QStringLiteral("　キー：") + key
@@ -40,16 +43,32 @@ bool IniAccess::IniPut(const QString& file, const QString& section, const QStrin
     IniFile& ini = this->file(file);
     switch (ini.write(section, key, value)) {
     case IniFile::WriteResult::Ok:
+        if (onWrite)
+            onWrite(file, section, key, value);
         return true;
     case IniFile::WriteResult::NotEncodable:
-        m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
-                        QStringLiteral("ＩＮＩファイル書き込みエラー") + u'\n' + ini.lastError() + u'\n' + value);
+        showUnstorable(ini.lastError(), value);
         return false;
     case IniFile::WriteResult::IoError:
         break;
     }
-    m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle, QStringLiteral("ＩＮＩファイル書き込みエラー"));
+    m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
+                    QStringLiteral("ＩＮＩファイル書き込みエラー"));
     return false;
+}
+
+bool IniAccess::CheckStorable(const QString& file, const QString& text)
+{
+    if (this->file(file).canHold(text))
+        return true;
+    showUnstorable(IniFile::unencodableText(text), text);
+    return false;
+}
+
+void IniAccess::showUnstorable(const QString& reason, const QString& value)
+{
+    m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
+                    QStringLiteral("ＩＮＩファイル書き込みエラー") + u'\n' + reason + u'\n' + value);
 }
 
 QString IniAccess::ShowMessage(const QString& code, const QString& extra)

@@ -3,6 +3,7 @@
 #include "IniFile.h"
 
 #include <QString>
+#include <functional>
 #include <map>
 #include <memory>
 
@@ -24,11 +25,17 @@ public:
     // At most 99 bytes (Shift-JIS) of a value are returned.
     QString IniGet(const QString& file, const QString& section, const QString& key, const QString& mode);
     bool IniPut(const QString& file, const QString& section, const QString& key, const QString& value);
+    // False, after the write error box naming the characters, when the file cannot hold the text;
+    // lets a caller refuse a typed value before it writes anything.
+    bool CheckStorable(const QString& file, const QString& text);
     // Shows the message of the code with the extra text appended; returns "OK", "YES" or "NO".
     QString ShowMessage(const QString& code, const QString& extra);
 
     // Shortcuts on the program's own settings file.
-    QString get(const QString& section, const QString& key) { return IniGet(m_iniPath, section, key, QStringLiteral("GET")); }
+    QString get(const QString& section, const QString& key)
+    {
+        return IniGet(m_iniPath, section, key, QStringLiteral("GET"));
+    }
     QString find(const QString& section, const QString& key)
     {
         return IniGet(m_iniPath, section, key, QStringLiteral("FIND"));
@@ -40,7 +47,13 @@ public:
 
     IniFile& file(const QString& path);
 
+    // Called after every successful write, in order (a log of what the program changed).
+    std::function<void(const QString& file, const QString& section, const QString& key, const QString& value)>
+        onWrite;
+
 private:
+    void showUnstorable(const QString& reason, const QString& value);
+
     MessageService& m_messages;
     QString m_iniPath;
     std::map<QString, std::unique_ptr<IniFile>> m_files;

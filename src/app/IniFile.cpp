@@ -6,13 +6,15 @@
 #include <QStringDecoder>
 #include <QStringEncoder>
 
-namespace {
+namespace
+{
 
 const QByteArray kBom("\xEF\xBB\xBF");
 
 QString unquote(QString v)
 {
-    if (v.size() >= 2 && ((v.front() == u'"' && v.back() == u'"') || (v.front() == u'\'' && v.back() == u'\'')))
+    if (v.size() >= 2 &&
+        ((v.front() == u'"' && v.back() == u'"') || (v.front() == u'\'' && v.back() == u'\'')))
         v = v.mid(1, v.size() - 2);
     return v;
 }
@@ -32,7 +34,8 @@ QString toCp932Forms(QString text)
 bool isValidUtf8(const QByteArray& bytes)
 {
     QStringDecoder dec(QStringDecoder::Utf8);
-    (void)dec.decode(bytes);
+    const QString decoded = dec.decode(bytes); // decoding happens when the result is taken
+    Q_UNUSED(decoded);
     return !dec.hasError();
 }
 
@@ -205,6 +208,27 @@ std::optional<QString> IniFile::read(const QString& section, const QString& key)
     return k->value;
 }
 
+bool IniFile::canHold(const QString& text)
+{
+    reloadIfChanged();
+    return encodeLine(text).has_value();
+}
+
+QString IniFile::unencodableText(const QString& text)
+{
+    QString bad;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const qsizetype n = text[i].isHighSurrogate() && i + 1 < text.size() ? 2 : 1;
+        const QString ch = text.mid(i, n);
+        if (!encodeCp932(ch) && !bad.contains(ch))
+            bad += ch;
+        i += n - 1;
+    }
+    return QStringLiteral("「%1」は設定ファイルの文字コード(Shift-JIS)で表せない文字です。"
+                          "この文字を使わずに入力し直して下さい。")
+        .arg(bad);
+}
+
 IniFile::WriteResult IniFile::write(const QString& section, const QString& key, const QString& value)
 {
     m_error.clear();
@@ -212,19 +236,7 @@ IniFile::WriteResult IniFile::write(const QString& section, const QString& key, 
     const QString sectionName = section.trimmed();
     const QString keyName = key.trimmed();
     if (!encodeLine(value) || !encodeLine(keyName) || !encodeLine(sectionName)) {
-        QString bad;
-        for (const QString& text : {value, keyName, sectionName}) {
-            for (qsizetype i = 0; i < text.size(); ++i) {
-                const qsizetype n = text[i].isHighSurrogate() && i + 1 < text.size() ? 2 : 1;
-                const QString ch = text.mid(i, n);
-                if (!encodeLine(ch) && !bad.contains(ch))
-                    bad += ch;
-                i += n - 1;
-            }
-        }
-        m_error = QStringLiteral("「%1」は設定ファイルの文字コード(Shift-JIS)で表せない文字です。"
-                                 "この文字を使わずに入力し直して下さい。")
-                      .arg(bad);
+        m_error = unencodableText(value + keyName + sectionName);
         return WriteResult::NotEncodable;
     }
     QFileInfo fi(m_path);
@@ -279,6 +291,8 @@ bool IniFile::saveLines(QList<Line> lines)
         out += l.raw + l.eol;
     // Written beside the file and renamed over it: a failure part-way never leaves half a file.
     QSaveFile f(m_path);
+    // A folder the user may not write in, holding a file the user may write: write in place.
+    f.setDirectWriteFallback(true);
     if (!f.open(QIODevice::WriteOnly) || f.write(out) != out.size() || !f.commit()) {
         m_error = f.errorString();
         return false;
@@ -293,7 +307,8 @@ QString IniFile::describeDamage(const QString& path)
     if (!f.open(QIODevice::ReadOnly))
         return QStringLiteral("ファイルを開けません（%1）。").arg(f.errorString());
     if (f.size() > kMaxFileSize)
-        return QStringLiteral("ファイルが大きすぎます（%1 バイト）。設定ファイルではありません。").arg(f.size());
+        return QStringLiteral("ファイルが大きすぎます（%1 バイト）。設定ファイルではありません。")
+            .arg(f.size());
     QByteArray all = f.readAll();
     const bool bom = all.startsWith(kBom);
     if (bom)

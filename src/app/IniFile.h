@@ -32,6 +32,10 @@ public:
     // (NotEncodable) rather than written as some other text.
     WriteResult write(const QString& section, const QString& key, const QString& value);
     QString lastError() const { return m_error; }
+    // True when the file's encoding can hold the text (always for a UTF-8 file).
+    bool canHold(const QString& text);
+    // The message for a text that Shift-JIS cannot hold, naming the characters.
+    static QString unencodableText(const QString& text);
 
     bool isUtf8() const { return m_utf8; }
 
@@ -59,7 +63,7 @@ private:
     struct Section {
         QString name;
         int headerLine;
-        int lastLine; // last non-blank line of the section (the header when empty)
+        int lastLine;               // last non-blank line of the section (the header when empty)
         QHash<QString, Entry> keys; // lower-case key -> first occurrence
     };
 

@@ -12,7 +12,8 @@
 #include <QLockFile>
 #include <QStandardPaths>
 
-namespace {
+namespace
+{
 
 // Blanks around the halves of a button entry: spaces and tabs, not the full-width blank, which a
 // site may use on purpose to indent a caption.
@@ -79,7 +80,8 @@ bool LoadMenuSettings(IniAccess& ini, MenuState& state, MenuView& view)
 
         // The colour is read leniently ("abc" is 0, "2.5" is 2), but a number beyond 16 bits stops
         // the load like any other run-time error.
-        state.MenuColorIndex = Int16::from(LenientInt(ini.get(QStringLiteral("HEAD"), QStringLiteral("COLOR"))));
+        state.MenuColorIndex =
+            Int16::from(LenientInt(ini.get(QStringLiteral("HEAD"), QStringLiteral("COLOR"))));
         if (state.MenuColorIndex >= 1 && state.MenuColorIndex <= 16)
             view.setMenuColor(state.MenuPalette[state.MenuColorIndex.value()]);
 
@@ -128,8 +130,8 @@ QString Startup::defaultLockFilePath()
 {
     QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
     if (folder.isEmpty() || !QFileInfo(folder).isDir())
-        return QDir::tempPath() + QStringLiteral("/buhinhyo-") + qEnvironmentVariable("USER", QStringLiteral("user")) +
-               QStringLiteral(".lock");
+        return QDir::tempPath() + QStringLiteral("/buhinhyo-") +
+               qEnvironmentVariable("USER", QStringLiteral("user")) + QStringLiteral(".lock");
     return folder + QStringLiteral("/buhinhyo.lock");
 }
 

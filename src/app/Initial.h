@@ -21,8 +21,8 @@ struct MenuButtonEntry {
     QString Extra;   // never filled by the start-up; the main menu reads it
 };
 
-constexpr int kMenuGroups = 10;      // groups 0 to 9 are filled (the table has room for 11)
-constexpr int kMenuSlots = 24;       // slots 0 to 23 are filled (the table has room for 25)
+constexpr int kMenuGroups = 10; // groups 0 to 9 are filled (the table has room for 11)
+constexpr int kMenuSlots = 24;  // slots 0 to 23 are filled (the table has room for 25)
 constexpr int kRightGroupButtons = 10;
 
 using ButtonTableType = std::array<std::array<MenuButtonEntry, kMenuSlots + 1>, kMenuGroups + 1>;
@@ -73,11 +73,11 @@ class Startup
 {
 public:
     enum class Result {
-        Run,            // go on: load the menu and show it
-        NoSettingsFile, // the settings file is missing ("E003" was shown)
-        DamagedSettings, // the settings file cannot be read as a settings file (a box said so)
+        Run,              // go on: load the menu and show it
+        NoSettingsFile,   // the settings file is missing ("E003" was shown)
+        DamagedSettings,  // the settings file cannot be read as a settings file (a box said so)
         WorkFolderFailed, // the work folder could not be made (an error box said so)
-        SecondInstance, // another copy of the program is running ("E001" was shown)
+        SecondInstance,   // another copy of the program is running ("E001" was shown)
     };
 
     // lockFilePath: the per-user single-instance lock; empty takes the user's runtime folder.

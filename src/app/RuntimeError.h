@@ -17,9 +17,9 @@ public:
     const char* what() const noexcept override { return m_what.c_str(); }
 
     // Well-known errors of the program.
-    static RuntimeError overflow();      // 6
-    static RuntimeError typeMismatch();  // 13: a text that must be a number is not one
-    static RuntimeError outOfRange();    // 9: an index outside its table
+    static RuntimeError overflow();     // 6
+    static RuntimeError typeMismatch(); // 13: a text that must be a number is not one
+    static RuntimeError outOfRange();   // 9: an index outside its table
 
 private:
     int m_number;

@@ -5,7 +5,8 @@
 #include <QMessageBox>
 #include <QWidget>
 
-MsgAnswer WidgetMessageService::show(MsgIcon icon, MsgButtons buttons, const QString& title, const QString& text)
+MsgAnswer WidgetMessageService::show(MsgIcon icon, MsgButtons buttons, const QString& title,
+                                     const QString& text)
 {
     QMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(title);

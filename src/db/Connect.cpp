@@ -105,6 +105,8 @@ ConnectResult ConnectDatabase(AppContext& ctx, int busyTimeoutMs)
         // relative to the program folder.
         r.dbFilePath = ctx.AppPath + ini.get(QStringLiteral("LOCAL"), QStringLiteral("MDB"));
         r.connectionText = LocalConnectionText(r.dbFilePath);
+        // The previous connection is let go first, as a new connection object replaces it.
+        ctx.DbConnection.reset();
         try {
             ctx.DbConnection = Database::openSqliteFile(filePathOf(r.dbFilePath), busyTimeoutMs);
         } catch (const RuntimeError& e) {

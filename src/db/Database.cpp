@@ -42,8 +42,13 @@ RuntimeError DatabaseError(const QSqlError& error, const QString& statement)
         description = error.driverText().trimmed();
     if (description.isEmpty())
         description = QStringLiteral("データベースの操作に失敗しました。");
-    if (!statement.isEmpty())
+    if (!statement.isEmpty()) {
+        // Values are pasted into the text as they are: an apostrophe in one leaves a quote open.
+        if (statement.count(u'\'') % 2 != 0)
+            description =
+                QStringLiteral("入力値に「'」が含まれているため、SQL 文を実行できません。\n") + description;
         description += QStringLiteral("\n(") + statement + u')';
+    }
     bool ok = false;
     // ODBC drivers may report several native codes separated by ';': the first one is the error.
     const int native = error.nativeErrorCode().section(u';', 0, 0).trimmed().toInt(&ok);

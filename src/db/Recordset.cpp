@@ -352,10 +352,17 @@ Recordset::Recordset(Database& db, const QString& sql) : d(std::make_unique<Impl
     if (m.hasMatch())
         d->table = m.captured(1);
 
+    // A SELECT runs exactly as it was built. A DELETE or UPDATE opened as a record set (the old
+    // tool did that) is executed like Database::Execute and leaves an empty set.
+    static const QRegularExpression selectStatement(QStringLiteral("^\\s*(SELECT|WITH)\\b"),
+                                                    QRegularExpression::CaseInsensitiveOption);
+    const QString statement = selectStatement.match(sql).hasMatch() ? sql : TranslateJetSql(sql);
     QSqlQuery q(db.sql());
     q.setForwardOnly(true);
-    if (!q.exec(sql))
-        throw DatabaseError(q.lastError(), sql);
+    if (!q.exec(statement))
+        throw DatabaseError(q.lastError(), statement);
+    if (!q.isSelect())
+        return;
     const QSqlRecord record = q.record();
     const int n = record.count();
     d->names.reserve(n);

@@ -48,12 +48,15 @@ void KVRInfo::paintEvent(QPaintEvent*)
     p.setFont(screenFont(22));
     p.drawText(QRect(textArea.left(), textArea.top(), textArea.width(), 44), Qt::AlignLeft | Qt::AlignVCenter,
                QStringLiteral("部品表システム"));
+    QString version = QCoreApplication::applicationVersion();
+    if (version.isEmpty())
+        version = QStringLiteral(BUHINHYO_VERSION);
     p.setPen(QColor(60, 60, 60));
     p.setFont(screenFont(11));
     p.drawText(QRect(textArea.left(), textArea.top() + 50, textArea.width(), 24), Qt::AlignLeft,
                QStringLiteral("製作部品表・購入部品表の作成と印刷"));
     p.drawText(QRect(textArea.left(), textArea.top() + 78, textArea.width(), 24), Qt::AlignLeft,
-               QStringLiteral("バージョン %1").arg(QCoreApplication::applicationVersion()));
+               QStringLiteral("バージョン %1").arg(version));
     p.setFont(screenFont(9));
     p.drawText(QRect(20, height() - 34, width() - 40, 20), Qt::AlignRight | Qt::AlignVCenter,
                QStringLiteral("Copyright (C) 2026 buhinhyo 開発チーム　設計部門向けツール"));

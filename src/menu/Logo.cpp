@@ -7,7 +7,8 @@
 #include <QTimer>
 #include <QtMath>
 
-namespace {
+namespace
+{
 
 // A gear of n teeth around a centre, as one path.
 QPainterPath gearPath(QPointF c, double outer, double inner, int teeth)

@@ -19,7 +19,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-namespace {
+namespace
+{
 
 QColor fromBgr(quint32 bgr)
 {
@@ -51,6 +52,10 @@ MainMenu::MainMenu(AppContext& ctx, QWidget* parent) : QWidget(parent), m_ctx(ct
         b->setMinimumSize(280, 34);
         b->setAutoDefault(false);
         b->setFocusPolicy(Qt::TabFocus);
+        // A hidden slot keeps its place, so every button stays where the settings file puts it.
+        QSizePolicy policy = b->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        b->setSizePolicy(policy);
         connect(b, &QPushButton::clicked, this, [this, k] { leftClicked(k); });
         // Two columns of twelve, read top to bottom.
         leftBox->addWidget(b, k % 12, k / 12);
@@ -93,6 +98,8 @@ MainMenu::MainMenu(AppContext& ctx, QWidget* parent) : QWidget(parent), m_ctx(ct
     top->addWidget(m_logo);
     top->addSpacing(8);
     top->addLayout(body, 1);
+
+    resize(860, 680);
 
     printerSetup = [this] { showPrinterSetup(); };
     endProgram = [] { QCoreApplication::exit(0); };

@@ -286,6 +286,7 @@ private Q_SLOTS:
             QFAIL("a drawing number with an apostrophe must fail");
         } catch (const RuntimeError& e) {
             QVERIFY(e.number() != 0);
+            QVERIFY(e.description().startsWith(QStringLiteral("入力値に「'」が含まれているため")));
             QVERIFY2(e.description().contains(QStringLiteral("CH_DWGNO = 'K-24'01'")),
                      qPrintable(e.description()));
         }

@@ -209,6 +209,72 @@ private Q_SLOTS:
         QVERIFY_THROWS_EXCEPTION(RuntimeError,
                                  OpenRecordset(db, rs, QStringLiteral("SELECT * FROM NO_SUCH_TABLE")));
         QVERIFY_THROWS_EXCEPTION(RuntimeError, db.Execute(QStringLiteral("DELETE FROM NO_SUCH_TABLE")));
+
+        // A delete opened as a record set runs (Jet form included) and leaves an empty set.
+        addLine(db, QStringLiteral("251"), QStringLiteral("カラー"), 1, false);
+        OpenRecordset(db, rs, QStringLiteral("DELETE * FROM BUHINHYO_M WHERE CH_DWGNO = 'K-1'"));
+        QCOMPARE(rs->RecordCount(), 0);
+        QVERIFY(rs->Eof());
+        rs->Close();
+        QCOMPARE(count(db), 0);
+    }
+
+    void settingsTableHasItsColumnsInOrder()
+    {
+        // Written from the item lists the output settings screen works with.
+        QStringList expected{QStringLiteral("CH_USER"),       QStringLiteral("CH_BUHIN"),
+                             QStringLiteral("CH_ORGPATH"),    QStringLiteral("CH_ORGSHEET"),
+                             QStringLiteral("CH_CPYPATH"),    QStringLiteral("CH_CPYSHEET"),
+                             QStringLiteral("INT_PAGEMAX"),   QStringLiteral("CH_HMIDASHI_R"),
+                             QStringLiteral("CH_HMIDASHI_C"), QStringLiteral("CH_HMIDASHI")};
+        for (const char* item : {"DWGNO", "NAME", "ASSY", "DATE", "DESINED", "SHEET"}) {
+            const QString i = QLatin1StringView(item);
+            expected << QStringLiteral("CH_H") + i + QStringLiteral("_R")
+                     << QStringLiteral("CH_H") + i + QStringLiteral("_C") << QStringLiteral("YN_H") + i;
+        }
+        for (const char* item : {"ZUBAN", "HINMEI", "ZAISHITU", "BIKO", "SURYO", "TANKA", "KING", "MAKER"}) {
+            const QString i = QLatin1StringView(item);
+            expected << QStringLiteral("CH_M") + i + QStringLiteral("_SR")
+                     << QStringLiteral("CH_M") + i + QStringLiteral("_SC")
+                     << QStringLiteral("CH_M") + i + QStringLiteral("_ER")
+                     << QStringLiteral("CH_M") + i + QStringLiteral("_EC") << QStringLiteral("YN_M") + i
+                     << QStringLiteral("CH_MM") + i;
+        }
+        QCOMPARE(expected.size(), 76);
+        Database& db = *m_t.db;
+        Recordset rs(db,
+                     QStringLiteral("SELECT * FROM SETTEI WHERE CH_USER  = 'ABC精機' AND CH_BUHIN = '1'"));
+        QStringList names = rs.FieldNames();
+        for (QString& n : names)
+            n = n.toUpper();
+        QCOMPARE(names, expected);
+
+        // A new row as the settings screen writes it: keys, then every other column; unticked
+        // items are no, empty fields empty text; the row is then found by its two keys.
+        rs.AddNew();
+        rs.SetField(QStringLiteral("CH_USER"), QStringLiteral("ABC精機"));
+        rs.SetField(QStringLiteral("CH_BUHIN"), QStringLiteral("1"));
+        for (const QString& c : expected.mid(2)) {
+            if (c.startsWith(u"YN_"))
+                rs.SetField(c, c == u"YN_HDWGNO" ? QStringLiteral("1") : QStringLiteral("0"));
+            else if (c == u"INT_PAGEMAX")
+                rs.SetField(c, QStringLiteral("20"));
+            else
+                rs.SetField(c, QString());
+        }
+        rs.Update();
+        rs.Close();
+        Recordset back(db,
+                       QStringLiteral("SELECT * FROM SETTEI WHERE CH_USER  = 'ABC精機' AND CH_BUHIN = '1'"));
+        QCOMPARE(back.RecordCount(), 1);
+        QCOMPARE(back.Field(QStringLiteral("INT_PAGEMAX")), QStringLiteral("20"));
+        QVERIFY(back.Bool(QStringLiteral("YN_HDWGNO")));
+        QVERIFY(!back.Bool(QStringLiteral("YN_MMAKER")));
+        QCOMPARE(back.Field(QStringLiteral("CH_MMAKER_SC")), QString());
+        QCOMPARE(Recordset(
+                     db, QStringLiteral("SELECT * FROM SETTEI WHERE CH_USER  = 'ABC精機' AND CH_BUHIN = '2'"))
+                     .RecordCount(),
+                 0);
     }
 
     void jetFormsAreTranslated()

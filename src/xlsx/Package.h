@@ -1,0 +1,85 @@
+// The zip package of a workbook: parts read lazily with size limits, changed parts written back.
+#pragma once
+
+#include <pugixml.hpp>
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+typedef struct zip zip_t;
+
+namespace xlsx::detail {
+
+struct Relationship {
+    std::string id;
+    std::string type;   // full type URI
+    std::string target; // as written
+    bool external = false;
+    std::string resolved; // part name for internal targets
+};
+
+class Package {
+public:
+    explicit Package(const std::filesystem::path& path);
+    ~Package();
+    Package(const Package&) = delete;
+    Package& operator=(const Package&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+    bool has(const std::string& name) const;
+    std::vector<std::string> partNames() const;
+    const std::string& read(const std::string& name);
+    void write(const std::string& name, std::string bytes);
+    void remove(const std::string& name);
+    bool modified() const;
+
+    // Writes the changed parts into target (the opened file itself or a new file).
+    void saveTo(const std::filesystem::path& target);
+
+    // Content types
+    std::string contentType(const std::string& name);
+    void setOverride(const std::string& name, const std::string& type);
+    void removeOverride(const std::string& name);
+
+    // Relationships of a part ("" for the package itself).
+    static std::string relsName(const std::string& source);
+    std::vector<Relationship> relationships(const std::string& source);
+    std::string addRelationship(const std::string& source, const std::string& type,
+                                const std::string& target, bool external = false);
+    void removeRelationship(const std::string& source, const std::string& id);
+
+    // XML helpers shared by the engine.
+    static void parseXml(pugi::xml_document& doc, const std::string& bytes, const std::string& name);
+    static std::string serialize(const pugi::xml_document& doc);
+
+private:
+    struct Entry {
+        std::string name; // as in the zip
+        long long index = -1;
+        std::string bytes;
+        bool loaded = false;
+        bool dirty = false;
+        bool added = false;
+        bool removed = false;
+    };
+    Entry* find(const std::string& name);
+    const Entry* find(const std::string& name) const;
+    pugi::xml_document& contentTypes();
+    pugi::xml_document& relsDoc(const std::string& source);
+
+    std::filesystem::path path_;
+    zip_t* zip_ = nullptr;
+    std::map<std::string, Entry> entries_; // key: lower-case name
+    std::unique_ptr<pugi::xml_document> contentTypes_;
+    std::map<std::string, std::unique_ptr<pugi::xml_document>> rels_;
+    std::map<std::string, bool> relsDirty_;
+    bool contentTypesDirty_ = false;
+};
+
+std::string lowerAscii(std::string s);
+std::string resolveTarget(const std::string& source, const std::string& target);
+
+} // namespace xlsx::detail

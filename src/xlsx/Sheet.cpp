@@ -1,0 +1,528 @@
+// Worksheet model: rows and cells held compactly, the rest of the sheet kept as XML.
+#include "Internal.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+namespace xlsx::detail {
+
+namespace {
+
+const char* kMarker = "BH-SHEETDATA-5c1e9a";
+
+struct NodeWriter : pugi::xml_writer {
+    std::string s;
+    void write(const void* d, size_t z) override { s.append(static_cast<const char*>(d), z); }
+};
+
+CellType parseType(const char* t, const std::string& where)
+{
+    if (!*t || std::strcmp(t, "n") == 0)
+        return TNone;
+    if (std::strcmp(t, "s") == 0)
+        return TShared;
+    if (std::strcmp(t, "str") == 0)
+        return TStr;
+    if (std::strcmp(t, "inlineStr") == 0)
+        return TInline;
+    if (std::strcmp(t, "b") == 0)
+        return TBool;
+    if (std::strcmp(t, "e") == 0)
+        return TError;
+    if (std::strcmp(t, "d") == 0)
+        return TDate;
+    throw Error("セルの型 \"" + std::string(t) + "\" が不正です: " + where);
+}
+
+const char* typeName(CellType t)
+{
+    switch (t) {
+    case TShared: return "s";
+    case TStr: return "str";
+    case TInline: return "inlineStr";
+    case TBool: return "b";
+    case TError: return "e";
+    case TDate: return "d";
+    default: return nullptr;
+    }
+}
+
+int parseIntAttr(const char* s, int lo, int hi, const std::string& what)
+{
+    int v = 0;
+    auto len = std::strlen(s);
+    auto res = std::from_chars(s, s + len, v);
+    if (res.ec != std::errc() || res.ptr != s + len || v < lo || v > hi)
+        throw Error(what + " の値 \"" + std::string(s) + "\" が不正です。");
+    return v;
+}
+
+} // namespace
+
+void SheetImpl::checkRow(int r) const
+{
+    if (r < 1 || r > kMaxRow)
+        throw Error("行番号 " + std::to_string(r) + " が範囲外です（シート " + name + "）。");
+}
+
+void SheetImpl::checkCol(int c) const
+{
+    if (c < 1 || c > kMaxCol)
+        throw Error("列番号 " + std::to_string(c) + " が範囲外です（シート " + name + "）。");
+}
+
+void SheetImpl::load()
+{
+    Package& pkg = *book->pkg;
+    Package::parseXml(doc, pkg.read(part), part);
+    auto root = doc.document_element();
+    if (std::strcmp(lname(root), "worksheet") != 0)
+        throw Error("パーツ " + part + " はワークシートではありません（シート " + name + "）。");
+    auto sd = childL(root, "sheetData");
+    if (!sd)
+        sd = ensureChild(root, "sheetData", kWorksheetOrder);
+    int prevRow = 0;
+    for (auto rn : sd.children()) {
+        if (rn.type() != pugi::node_element || std::strcmp(lname(rn), "row") != 0)
+            continue;
+        Row row;
+        auto ra = rn.attribute("r");
+        row.r = ra ? parseIntAttr(ra.value(), 1, kMaxRow, part + " の行番号") : prevRow + 1;
+        if (row.r <= prevRow || row.r > kMaxRow)
+            throw Error("パーツ " + part + " の行の順序が不正です（行 " + std::to_string(row.r) + "）。");
+        prevRow = row.r;
+        auto attrs = std::make_shared<Attrs>();
+        for (auto a : rn.attributes()) {
+            if (std::strcmp(a.name(), "r") == 0 || std::strcmp(a.name(), "spans") == 0)
+                continue;
+            attrs->emplace_back(a.name(), a.value());
+        }
+        row.attrs = std::move(attrs);
+        int prevCol = 0;
+        for (auto cn : rn.children()) {
+            if (cn.type() != pugi::node_element || std::strcmp(lname(cn), "c") != 0)
+                continue;
+            Cell c;
+            auto cr = cn.attribute("r");
+            if (cr) {
+                int rr = 0, cc = 0;
+                if (!parseCellRef(cr.value(), rr, cc) || rr != row.r)
+                    throw Error("パーツ " + part + " のセル番地 \"" + std::string(cr.value()) + "\" が不正です。");
+                c.col = cc;
+            } else {
+                c.col = prevCol + 1;
+            }
+            if (c.col <= prevCol || c.col > kMaxCol)
+                throw Error("パーツ " + part + " のセルの順序が不正です（行 " + std::to_string(row.r) + "）。");
+            prevCol = c.col;
+            std::shared_ptr<CellExtra> x;
+            for (auto a : cn.attributes()) {
+                const char* an = a.name();
+                if (std::strcmp(an, "r") == 0)
+                    continue;
+                if (std::strcmp(an, "s") == 0)
+                    c.style = parseIntAttr(a.value(), 0, 1 << 24, part + " のスタイル番号");
+                else if (std::strcmp(an, "t") == 0)
+                    c.type = parseType(a.value(), part);
+                else {
+                    if (!x)
+                        x = std::make_shared<CellExtra>();
+                    x->attrs.emplace_back(an, a.value());
+                }
+            }
+            for (auto ch : cn.children()) {
+                if (ch.type() != pugi::node_element)
+                    continue;
+                const char* ln = lname(ch);
+                if (std::strcmp(ln, "v") == 0) {
+                    c.hasV = true;
+                    c.v = ch.text().get();
+                } else if (std::strcmp(ln, "f") == 0) {
+                    if (!x)
+                        x = std::make_shared<CellExtra>();
+                    x->hasF = true;
+                    x->f = ch.text().get();
+                    for (auto a : ch.attributes())
+                        x->fAttrs.emplace_back(a.name(), a.value());
+                } else {
+                    if (!x)
+                        x = std::make_shared<CellExtra>();
+                    NodeWriter w;
+                    ch.print(w, "", pugi::format_raw);
+                    x->raw += w.s;
+                }
+            }
+            if (x && x->hasF)
+                hasFormulas = true;
+            c.x = std::move(x);
+            row.cells.push_back(std::move(c));
+        }
+        rows.push_back(std::move(row));
+    }
+    sd.remove_children();
+
+    // Shared formulas become plain ones so that rows can move freely.
+    struct Master {
+        int r, c;
+        std::string f;
+    };
+    std::map<std::string, Master> masters;
+    for (auto& row : rows)
+        for (auto& c : row.cells)
+            if (c.hasFormula()) {
+                std::string t, si;
+                bool hasRef = false;
+                for (auto& [k, v] : c.x->fAttrs) {
+                    if (k == "t")
+                        t = v;
+                    else if (k == "si")
+                        si = v;
+                    else if (k == "ref")
+                        hasRef = true;
+                }
+                if (t == "shared" && hasRef && !c.x->f.empty())
+                    masters[si] = {row.r, c.col, c.x->f};
+            }
+    if (!masters.empty() || true) {
+        for (auto& row : rows)
+            for (auto& c : row.cells) {
+                if (!c.hasFormula())
+                    continue;
+                bool shared = false;
+                std::string si;
+                for (auto& [k, v] : c.x->fAttrs) {
+                    if (k == "t" && v == "shared")
+                        shared = true;
+                    if (k == "si")
+                        si = v;
+                }
+                if (!shared)
+                    continue;
+                auto it = masters.find(si);
+                if (it == masters.end())
+                    throw Error("パーツ " + part + " の共有数式（si=" + si + "）に元の数式がありません。");
+                auto nx = std::make_shared<CellExtra>(*c.x);
+                Attrs fa;
+                for (auto& kv : nx->fAttrs)
+                    if (kv.first != "t" && kv.first != "si" && kv.first != "ref")
+                        fa.push_back(kv);
+                nx->fAttrs = std::move(fa);
+                if (!(it->second.r == row.r && it->second.c == c.col)) {
+                    auto shifted = shiftForCopy(it->second.f, row.r - it->second.r, c.col - it->second.c);
+                    nx->f = shifted ? *shifted : it->second.f;
+                }
+                c.x = std::move(nx);
+            }
+    }
+
+    if (auto mc = childL(root, "mergeCells")) {
+        for (auto m : mc.children()) {
+            if (m.type() != pugi::node_element)
+                continue;
+            CellRange cr;
+            if (!parseRange(m.attribute("ref").value(), cr.firstRow, cr.firstCol, cr.lastRow, cr.lastCol))
+                throw Error("パーツ " + part + " の結合セル \"" + std::string(m.attribute("ref").value()) +
+                            "\" が不正です。");
+            merges.push_back(cr);
+        }
+    }
+    if (auto rb = childL(root, "rowBreaks")) {
+        for (auto a : rb.attributes())
+            if (std::strcmp(a.name(), "count") != 0 && std::strcmp(a.name(), "manualBreakCount") != 0)
+                breaksAttrs.emplace_back(a.name(), a.value());
+        for (auto b : rb.children()) {
+            if (b.type() != pugi::node_element)
+                continue;
+            Break br;
+            br.id = b.attribute("id").as_int(0);
+            for (auto a : b.attributes())
+                if (std::strcmp(a.name(), "id") != 0)
+                    br.attrs.emplace_back(a.name(), a.value());
+            breaks.push_back(std::move(br));
+        }
+        std::sort(breaks.begin(), breaks.end(), [](auto& a, auto& b) { return a.id < b.id; });
+    }
+    if (auto cols = childL(root, "cols"))
+        for (auto c : cols.children())
+            if (c.attribute("style"))
+                colStyles.push_back({{c.attribute("min").as_int(0), c.attribute("max").as_int(0)},
+                                     c.attribute("style").as_int(0)});
+    for (auto& rel : pkg.relationships(part))
+        if (!rel.external && rel.type.size() > 8 && rel.type.compare(rel.type.size() - 8, 8, "/drawing") == 0)
+            drawingPart = rel.resolved;
+    loaded = true;
+}
+
+pugi::xml_document& SheetImpl::drawingDoc()
+{
+    if (!drawing) {
+        drawing = std::make_unique<pugi::xml_document>();
+        Package::parseXml(*drawing, book->pkg->read(drawingPart), drawingPart);
+    }
+    return *drawing;
+}
+
+Row* SheetImpl::findRow(int r)
+{
+    auto it = std::lower_bound(rows.begin(), rows.end(), r, [](const Row& a, int v) { return a.r < v; });
+    return it != rows.end() && it->r == r ? &*it : nullptr;
+}
+
+const Row* SheetImpl::findRow(int r) const
+{
+    auto it = std::lower_bound(rows.begin(), rows.end(), r, [](const Row& a, int v) { return a.r < v; });
+    return it != rows.end() && it->r == r ? &*it : nullptr;
+}
+
+Row& SheetImpl::rowFor(int r)
+{
+    auto it = std::lower_bound(rows.begin(), rows.end(), r, [](const Row& a, int v) { return a.r < v; });
+    if (it != rows.end() && it->r == r)
+        return *it;
+    Row nr;
+    nr.r = r;
+    nr.attrs = std::make_shared<Attrs>();
+    return *rows.insert(it, std::move(nr));
+}
+
+const Cell* SheetImpl::findCell(int r, int c) const
+{
+    const Row* row = findRow(r);
+    if (!row)
+        return nullptr;
+    auto it = std::lower_bound(row->cells.begin(), row->cells.end(), c,
+                               [](const Cell& a, int v) { return a.col < v; });
+    return it != row->cells.end() && it->col == c ? &*it : nullptr;
+}
+
+int SheetImpl::defaultStyle(int r, int c)
+{
+    if (const Row* row = findRow(r)) {
+        std::string s, custom;
+        for (auto& [k, v] : *row->attrs) {
+            if (k == "s")
+                s = v;
+            else if (k == "customFormat")
+                custom = v;
+        }
+        if (!s.empty() && (custom == "1" || custom == "true"))
+            return std::atoi(s.c_str());
+    }
+    for (auto& [range, style] : colStyles)
+        if (c >= range.first && c <= range.second)
+            return style;
+    return -1;
+}
+
+Cell& SheetImpl::cellFor(int r, int c)
+{
+    checkRow(r);
+    checkCol(c);
+    int style = -1;
+    if (!findCell(r, c))
+        style = defaultStyle(r, c);
+    Row& row = rowFor(r);
+    auto it = std::lower_bound(row.cells.begin(), row.cells.end(), c,
+                               [](const Cell& a, int v) { return a.col < v; });
+    if (it != row.cells.end() && it->col == c)
+        return *it;
+    Cell nc;
+    nc.col = c;
+    nc.style = style;
+    return *row.cells.insert(it, std::move(nc));
+}
+
+int SheetImpl::lastUsedRow() const
+{
+    for (auto it = rows.rbegin(); it != rows.rend(); ++it)
+        if (!it->cells.empty())
+            return it->r;
+    return 0;
+}
+
+void SheetImpl::applyStyle(int r, int c, const StylePatch& p)
+{
+    Cell& cell = cellFor(r, c);
+    int base = cell.style < 0 ? 0 : cell.style;
+    cell.style = book->styles.derive(base, p);
+    dirty = true;
+}
+
+std::string SheetImpl::serialize()
+{
+    auto root = doc.document_element();
+    // dimension
+    int minR = 0, maxR = 0, minC = 0, maxC = 0;
+    for (auto& row : rows) {
+        if (row.cells.empty())
+            continue;
+        if (!minR)
+            minR = row.r;
+        maxR = row.r;
+        int c1 = row.cells.front().col, c2 = row.cells.back().col;
+        if (!minC || c1 < minC)
+            minC = c1;
+        if (c2 > maxC)
+            maxC = c2;
+    }
+    if (auto dim = childL(root, "dimension")) {
+        std::string ref = minR ? cellName(minR, minC) : "A1";
+        if (minR && (maxR != minR || maxC != minC))
+            ref += ":" + cellName(maxR, maxC);
+        dim.attribute("ref") ? dim.attribute("ref").set_value(ref.c_str())
+                             : dim.append_attribute("ref").set_value(ref.c_str());
+    }
+    std::string prefix;
+    std::string rn = root.name();
+    if (auto colon = rn.find(':'); colon != std::string::npos)
+        prefix = rn.substr(0, colon + 1);
+    // merges
+    if (auto mc = childL(root, "mergeCells"))
+        root.remove_child(mc);
+    if (!merges.empty()) {
+        auto mc = ensureChild(root, "mergeCells", kWorksheetOrder);
+        mc.append_attribute("count") = static_cast<unsigned long long>(merges.size());
+        for (auto& m : merges) {
+            std::string ref = cellName(m.firstRow, m.firstCol) + ":" + cellName(m.lastRow, m.lastCol);
+            mc.append_child((prefix + "mergeCell").c_str()).append_attribute("ref") = ref.c_str();
+        }
+    }
+    // row breaks
+    if (auto rb = childL(root, "rowBreaks"))
+        root.remove_child(rb);
+    if (!breaks.empty()) {
+        auto rb = ensureChild(root, "rowBreaks", kWorksheetOrder);
+        int manual = 0;
+        for (auto& b : breaks) {
+            bool man = false;
+            for (auto& [k, v] : b.attrs)
+                if (k == "man" && (v == "1" || v == "true"))
+                    man = true;
+            manual += man;
+        }
+        rb.append_attribute("count") = static_cast<unsigned long long>(breaks.size());
+        rb.append_attribute("manualBreakCount") = manual;
+        for (auto& [k, v] : breaksAttrs)
+            rb.append_attribute(k.c_str()) = v.c_str();
+        for (auto& b : breaks) {
+            auto n = rb.append_child((prefix + "brk").c_str());
+            n.append_attribute("id") = b.id;
+            for (auto& [k, v] : b.attrs)
+                n.append_attribute(k.c_str()) = v.c_str();
+        }
+    }
+    auto sd = childL(root, "sheetData");
+    sd.remove_children();
+    sd.append_child(pugi::node_pcdata).set_value(kMarker);
+    std::string xml = Package::serialize(doc);
+    sd.remove_children();
+    std::string tag = "<" + prefix + "sheetData>" + kMarker + "</" + prefix + "sheetData>";
+    auto pos = xml.find(tag);
+    if (pos == std::string::npos)
+        throw Error("シート " + name + " を書き出せません（内部エラー）。");
+
+    std::size_t cellCount = 0;
+    for (auto& row : rows)
+        cellCount += row.cells.size();
+    std::string body;
+    body.reserve(xml.size() + rows.size() * 80 + cellCount * 40 + 64);
+    body.append(xml, 0, pos);
+    body += "<" + prefix + "sheetData>";
+    std::string rowTag = prefix + "row", cTag = prefix + "c", vTag = prefix + "v", fTag = prefix + "f";
+    char num[32];
+    for (auto& row : rows) {
+        body += '<';
+        body += rowTag;
+        body += " r=\"";
+        body.append(num, std::to_chars(num, num + sizeof num, row.r).ptr);
+        body += '"';
+        for (auto& [k, v] : *row.attrs) {
+            body += ' ';
+            body += k;
+            body += "=\"";
+            escapeXml(body, v, true);
+            body += '"';
+        }
+        if (row.cells.empty()) {
+            body += "/>";
+            continue;
+        }
+        body += '>';
+        for (auto& c : row.cells) {
+            body += '<';
+            body += cTag;
+            body += " r=\"";
+            body += columnName(c.col);
+            body.append(num, std::to_chars(num, num + sizeof num, row.r).ptr);
+            body += '"';
+            if (c.style >= 0) {
+                body += " s=\"";
+                body.append(num, std::to_chars(num, num + sizeof num, c.style).ptr);
+                body += '"';
+            }
+            if (const char* t = typeName(c.type)) {
+                body += " t=\"";
+                body += t;
+                body += '"';
+            }
+            if (c.x)
+                for (auto& [k, v] : c.x->attrs) {
+                    body += ' ';
+                    body += k;
+                    body += "=\"";
+                    escapeXml(body, v, true);
+                    body += '"';
+                }
+            bool hasF = c.hasFormula();
+            bool hasRaw = c.x && !c.x->raw.empty();
+            if (!hasF && !c.hasV && !hasRaw) {
+                body += "/>";
+                continue;
+            }
+            body += '>';
+            if (hasF) {
+                body += '<';
+                body += fTag;
+                for (auto& [k, v] : c.x->fAttrs) {
+                    body += ' ';
+                    body += k;
+                    body += "=\"";
+                    escapeXml(body, v, true);
+                    body += '"';
+                }
+                if (c.x->f.empty()) {
+                    body += "/>";
+                } else {
+                    body += '>';
+                    escapeXml(body, c.x->f, false);
+                    body += "</";
+                    body += fTag;
+                    body += '>';
+                }
+            }
+            if (c.hasV) {
+                body += '<';
+                body += vTag;
+                body += '>';
+                escapeXml(body, c.v, false);
+                body += "</";
+                body += vTag;
+                body += '>';
+            }
+            if (hasRaw)
+                body += c.x->raw;
+            body += "</";
+            body += cTag;
+            body += '>';
+        }
+        body += "</";
+        body += rowTag;
+        body += '>';
+    }
+    body += "</" + prefix + "sheetData>";
+    body.append(xml, pos + tag.size(), std::string::npos);
+    return body;
+}
+
+} // namespace xlsx::detail

@@ -1,0 +1,154 @@
+// Workbook engine: edits an existing .xlsx package in place.
+//
+// Only the parts that an edit touches are rewritten on save; every other part of the package
+// (images, printer settings, themes, macros, custom XML) is kept byte for byte. Rows and
+// columns are 1-based everywhere; sheet indices are 0-based (tab order).
+//
+// Every failure is an xlsx::Error with a message naming the file or the part. A refused edit
+// (one the engine cannot carry out correctly) throws before anything is changed.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace xlsx {
+
+namespace detail {
+struct BookImpl;
+struct SheetImpl;
+struct FormData;
+} // namespace detail
+
+// Every failure of the engine: unreadable or damaged packages, refused edits, bad arguments.
+class Error : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+enum class HAlign { General, Left, Center, Right };
+
+// A rectangle of cells, 1-based and inclusive.
+struct CellRange {
+    int firstRow = 0;
+    int firstCol = 0;
+    int lastRow = 0;
+    int lastCol = 0;
+    friend bool operator==(const CellRange&, const CellRange&) = default;
+};
+
+// A snapshot of the rows 1..N of a sheet (cells, styles, row heights, merges, page breaks,
+// conditional formats, validations, hyperlinks, drawing anchors), taken before the sheet is
+// filled and pasted again for every further page. Cheap to copy.
+class PageForm {
+public:
+    PageForm() = default;
+    int rowCount() const;
+    bool empty() const { return rowCount() == 0; }
+
+private:
+    friend class Worksheet;
+    std::shared_ptr<const detail::FormData> data_;
+};
+
+class Worksheet {
+public:
+    const std::string& name() const;
+    std::size_t index() const; // 0-based position in tab order
+
+    // Reading. cellText gives the stored value as text (shared, inline and formula strings,
+    // numbers in shortest form, booleans as TRUE/FALSE); empty text for an empty cell.
+    std::string cellText(int row, int col) const;
+    std::optional<double> cellNumber(int row, int col) const;
+    std::string cellFormula(int row, int col) const; // without the leading '='
+    bool hasCell(int row, int col) const;
+
+    // Writing a value keeps the cell's style; a new cell takes the row's or column's style.
+    void setText(int row, int col, std::string_view utf8);
+    void setNumber(int row, int col, double value);
+    void clearValue(int row, int col);
+
+    // Formatting: each derives a new cell format from the cell's current one.
+    void setNumberFormat(int row, int col, std::string_view code); // "@", "#,##0", "yyyy/mm/dd"
+    void setHorizontalAlignment(int row, int col, HAlign align);
+    void setStrike(int row, int col, bool strike);
+    void setFill(int row, int col, std::uint32_t rgb); // solid fill, 0xRRGGBB
+
+    // Reading the effective format of a cell (for checks and tests).
+    std::string numberFormat(int row, int col) const; // "General" when none
+    HAlign horizontalAlignment(int row, int col) const;
+    bool strike(int row, int col) const;
+    std::optional<std::uint32_t> fillRgb(int row, int col) const; // solid fill colour if any
+
+    // The highest row holding any cell, styled empty cells included; 0 for an empty sheet.
+    int lastUsedRow() const;
+    std::optional<double> rowHeight(int row) const; // custom or stored height in points
+
+    // Page forms: snapshot rows firstRow..lastRow (normally 1..page height) and insert a copy
+    // at topRow with everything from topRow on shifted down (cells, merges, row heights,
+    // breaks, validations, conditional formats, hyperlinks, drawing anchors, formulas on every
+    // sheet, defined names). Relative row references inside the copy move with it.
+    PageForm snapshotRows(int firstRow, int lastRow) const;
+    void pasteForm(const PageForm& form, int topRow);
+    // Insert count empty rows at row (everything from row on moves down).
+    void insertRows(int row, int count);
+
+    // Manual page breaks: a break above row (row >= 2). Duplicates are ignored.
+    void addRowBreakAbove(int row);
+    std::vector<int> rowBreaksAbove() const; // the rows that start a new page, ascending
+
+    std::vector<CellRange> mergedRanges() const;
+
+    void setPrintArea(const CellRange& area);
+    std::optional<CellRange> printArea() const;
+
+    // Rename the sheet, updating every reference to it. Throws Error for an invalid or
+    // duplicate name (at most 31 characters, none of : \ / ? * [ ], unique ignoring case).
+    void rename(std::string_view newName);
+
+private:
+    friend struct detail::BookImpl;
+    explicit Worksheet(detail::SheetImpl* impl) : impl_(impl) {}
+    detail::SheetImpl* impl_;
+};
+
+class Workbook {
+public:
+    // Opens the package at path (read lazily; the file is not locked). Throws Error.
+    static Workbook open(const std::filesystem::path& path);
+
+    Workbook(Workbook&&) noexcept;
+    Workbook& operator=(Workbook&&) noexcept;
+    ~Workbook();
+
+    const std::filesystem::path& path() const;
+    std::vector<std::string> sheetNames() const; // tab order
+    std::size_t sheetCount() const;
+    Worksheet& sheet(std::string_view name); // throws Error when there is no such sheet
+    Worksheet& sheet(std::size_t index);     // 0-based
+    std::optional<std::size_t> findSheet(std::string_view name) const;
+
+    // Things the user should know about the workbook (macros, external links, ...), in
+    // Japanese, one sentence each.
+    const std::vector<std::string>& warnings() const;
+
+    // Checks the structure the engine is responsible for; throws Error naming the first fault.
+    void validate() const;
+    bool modified() const;
+
+    // Validates, then writes the changed parts. save() replaces the file atomically; saveAs
+    // writes a new file (the opened one stays as it was) and makes it the workbook's path.
+    void save();
+    void saveAs(const std::filesystem::path& path);
+
+private:
+    Workbook();
+    std::unique_ptr<detail::BookImpl> impl_;
+};
+
+} // namespace xlsx

@@ -1,0 +1,311 @@
+#include "AppContext.h"
+#include "Common.h"
+#include "IniAccess.h"
+#include "Initial.h"
+#include "KVRInfo.h"
+#include "Logo.h"
+#include "MainMenu.h"
+#include "MenuTestSupport.h"
+#include "MessageService.h"
+#include "RuntimeError.h"
+#include "TestSupport.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QLabel>
+#include <QPushButton>
+#include <QtTest>
+
+class TestMainMenu : public QObject
+{
+    Q_OBJECT
+    std::unique_ptr<QTemporaryDir> m_dir;
+    ScriptedMessageService m_msgs;
+    std::unique_ptr<AppContext> m_ctx;
+    std::unique_ptr<MainMenu> m_menu;
+
+    QPushButton* left(int k) { return m_menu->findChild<QPushButton*>(QStringLiteral("cmdLeft_%1").arg(k)); }
+    QPushButton* right(int i)
+    {
+        return m_menu->findChild<QPushButton*>(QStringLiteral("cmdRight_%1").arg(i));
+    }
+
+    // Start-up as the program does it, on a settings file made for the test.
+    void startWith(const QString& iniText, const QString& iniPath = QString())
+    {
+        m_ctx = std::make_unique<AppContext>();
+        m_ctx->messages = &m_msgs;
+        m_ctx->setPaths(m_dir->path());
+        if (iniPath.isEmpty())
+            writeCp932File(m_ctx->IniPath, iniText);
+        else
+            m_ctx->IniPath = iniPath;
+        m_ctx->makeIni();
+        m_menu = std::make_unique<MainMenu>(*m_ctx);
+        LoadMenuSettings(*m_ctx->ini, m_menu->state(), *m_menu);
+        m_menu->state().CurrentButtonGroup = Int16();
+        ShowButtonGroup(m_menu->state(), m_menu->state().CurrentButtonGroup, *m_menu);
+        m_menu->show();
+    }
+
+    void setEntry(int group, int slot, const QString& value)
+    {
+        QCOMPARE(m_ctx->ini->file(m_ctx->IniPath)
+                     .write(QStringLiteral("BOTTANL%1").arg(group + 1), QString::number(slot + 1), value),
+                 IniFile::WriteResult::Ok);
+    }
+
+    bool allButtonsEnabled(bool enabled)
+    {
+        for (int k = 0; k < 24; ++k)
+            if (left(k)->isEnabled() != enabled)
+                return false;
+        for (int i = 0; i < 12; ++i)
+            if (right(i)->isEnabled() != enabled)
+                return false;
+        return true;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        m_msgs.clear();
+    }
+    void cleanup()
+    {
+        m_menu.reset();
+        m_ctx.reset();
+    }
+
+    void isDressedFromTheSettingsFile()
+    {
+        startWith(completeMenuText());
+        QCOMPARE(m_menu->windowTitle(), QStringLiteral("部品表"));
+        QCOMPARE(m_menu->findChild<QLabel*>(QStringLiteral("lblTitle"))->text(), QStringLiteral("部品表"));
+        QCOMPARE(m_menu->palette().color(QPalette::Window), QColor(255, 192, 192)); // index 3
+        QCOMPARE(right(0)->text(), QStringLiteral("グループ1"));
+        QVERIFY(right(2)->isVisible());
+        QVERIFY(!right(3)->isVisible());
+        QCOMPARE(right(10)->text(), QStringLiteral("プリンタ設定(F9)"));
+        QCOMPARE(right(11)->text(), QStringLiteral("終了(ESC)"));
+        QCOMPARE(left(0)->text(), QStringLiteral("G1ボタン1"));
+        QVERIFY(left(2)->isVisible());
+        QVERIFY(!left(3)->isVisible());
+        QVERIFY(m_msgs.shown.isEmpty());
+        QVERIFY(allButtonsEnabled(true));
+    }
+
+    void groupButtonsSwitchTheLeftBlock()
+    {
+        startWith(completeMenuText());
+        QTest::mouseClick(right(1), Qt::LeftButton);
+        QCOMPARE(m_menu->state().CurrentButtonGroup.value(), 1);
+        QCOMPARE(left(0)->text(), QStringLiteral("G2ボタン1"));
+        QVERIFY(right(1)->isChecked());
+        QCOMPARE(m_msgs.beeps, 1);
+        // The group already shown: nothing is re-labelled.
+        m_menu->state().ButtonTable[1][0].Caption = QStringLiteral("変更");
+        QTest::mouseClick(right(1), Qt::LeftButton);
+        QCOMPARE(left(0)->text(), QStringLiteral("G2ボタン1"));
+        QCOMPARE(m_msgs.beeps, 2);
+        QTest::mouseClick(right(0), Qt::LeftButton);
+        QCOMPARE(left(0)->text(), QStringLiteral("G1ボタン1"));
+        QVERIFY(m_msgs.shown.isEmpty());
+    }
+
+    void anEmptyTargetDoesNothing()
+    {
+        QString text = completeMenuText();
+        text.replace(QStringLiteral("1=G1ボタン1//T1_1"), QStringLiteral("1=見出しだけ//   "));
+        startWith(text);
+        int made = 0;
+        m_menu->registerScreen(0, [&made](QWidget*) -> QWidget* {
+            ++made;
+            return nullptr;
+        });
+        QVERIFY(left(0)->isVisible());
+        QTest::mouseClick(left(0), Qt::LeftButton);
+        QCOMPARE(made, 0);
+        QVERIFY(allButtonsEnabled(true));
+        QVERIFY(m_msgs.shown.isEmpty());
+        QCOMPARE(m_msgs.beeps, 1);
+    }
+
+    void aSlotOpensTheSameScreenInEveryGroup()
+    {
+        QString text = completeMenuText();
+        text.replace(QStringLiteral("4=\r\n5=\r\n"), QStringLiteral("4=グループ4\r\n5=\r\n"));
+        startWith(text);
+        int made = 0;
+        QPointer<QWidget> screen;
+        m_menu->registerScreen(0, [&](QWidget* owner) -> QWidget* {
+            ++made;
+            screen = new QWidget(owner, Qt::Window);
+            screen->setObjectName(QStringLiteral("KVRCAD0003"));
+            return screen;
+        });
+        QVERIFY(right(3)->isVisible());
+        QTest::mouseClick(right(3), Qt::LeftButton);
+        QCOMPARE(left(0)->text(), QStringLiteral("G4ボタン1"));
+        QTest::mouseClick(left(0), Qt::LeftButton);
+        QCOMPARE(made, 1);
+        QVERIFY(screen && screen->isVisible());
+        QCOMPARE(screen->parentWidget(), m_menu.get());
+        QVERIFY(allButtonsEnabled(false));
+        // While the work screen is open, the menu's keys do nothing either.
+        int ends = 0;
+        m_menu->endProgram = [&ends] { ++ends; };
+        QTest::keyClick(m_menu.get(), Qt::Key_Escape);
+        QCOMPARE(ends, 0);
+
+        // The screen re-enables the menu when it closes; slot 0 of group 0 shows the same screen.
+        m_ctx->enableMenuButtons(true);
+        screen->hide();
+        QVERIFY(allButtonsEnabled(true));
+        QTest::mouseClick(right(0), Qt::LeftButton);
+        QTest::mouseClick(left(0), Qt::LeftButton);
+        QCOMPARE(made, 1);
+        QVERIFY(screen->isVisible());
+        QCOMPARE(m_menu->openedScreen(0), screen.data());
+        // A screen that is gone cannot re-enable the menu: the menu does.
+        delete screen;
+        QVERIFY(allButtonsEnabled(true));
+        QVERIFY(m_msgs.shown.isEmpty());
+    }
+
+    void aSlotWithoutAScreenSaysSo()
+    {
+        startWith(completeMenuText());
+        QTest::mouseClick(left(2), Qt::LeftButton);
+        QCOMPARE(m_msgs.shown.size(), 1);
+        QCOMPARE(m_msgs.shown[0].icon, MsgIcon::Information);
+        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("G1ボタン3")));
+        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("[BOTTANL1] キー 3")));
+        QVERIFY(allButtonsEnabled(true));
+    }
+
+    void aScreenThatFailsToOpenLeavesTheMenuUsable()
+    {
+        startWith(completeMenuText());
+        m_menu->registerScreen(1, [](QWidget*) -> QWidget* {
+            throw RuntimeError(3704, QStringLiteral("データベースに接続できません。"));
+        });
+        QTest::mouseClick(left(1), Qt::LeftButton);
+        QCOMPARE(m_msgs.shown.size(), 1);
+        QCOMPARE(m_msgs.shown[0].title, QStringLiteral("エラー"));
+        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("3704")));
+        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("データベースに接続できません。")));
+        QVERIFY(allButtonsEnabled(true));
+    }
+
+    void functionKeysPressOnlyUsableButtons()
+    {
+        startWith(completeMenuText());
+        int setups = 0;
+        int ends = 0;
+        m_menu->printerSetup = [&setups] { ++setups; };
+        m_menu->endProgram = [&ends] { ++ends; };
+        QTest::keyClick(m_menu.get(), Qt::Key_F9);
+        QCOMPARE(setups, 1);
+        QCOMPARE(m_msgs.beeps, 1);
+        left(0)->setFocus();
+        QTest::keyClick(left(0), Qt::Key_F9); // from a focused button the key reaches the menu
+        QCOMPARE(setups, 2);
+        QCOMPARE(m_msgs.beeps, 2);
+        QTest::keyClick(m_menu.get(), Qt::Key_F5); // no other key is handled
+        QTest::keyClick(m_menu.get(), Qt::Key_F12);
+        QCOMPARE(m_msgs.beeps, 2);
+
+        EnableMenuButtons(*m_ctx, false);
+        QTest::keyClick(m_menu.get(), Qt::Key_F9);
+        QTest::keyClick(m_menu.get(), Qt::Key_Escape);
+        QCOMPARE(setups, 2);
+        QCOMPARE(ends, 0);
+        EnableMenuButtons(*m_ctx, true);
+        right(11)->hide();
+        QTest::keyClick(m_menu.get(), Qt::Key_Escape);
+        QCOMPARE(ends, 0);
+        right(11)->show();
+
+        QGuiApplication::clipboard()->setText(QStringLiteral("コピー中"));
+        QTest::keyClick(m_menu.get(), Qt::Key_Escape);
+        QCOMPARE(ends, 1);
+        QVERIFY(!m_menu->isVisible());
+        QVERIFY(QGuiApplication::clipboard()->text().isEmpty());
+    }
+
+    void printerSetUpOpensThePageSetupDialog()
+    {
+        startWith(completeMenuText());
+        QString seen;
+        QTimer::singleShot(200, this, [&seen] {
+            if (QWidget* dialog = QApplication::activeModalWidget()) {
+                seen = dialog->windowTitle();
+                dialog->close();
+            }
+        });
+        QTest::mouseClick(right(10), Qt::LeftButton);
+        QCOMPARE(seen, QStringLiteral("プリンタ設定"));
+        QVERIFY(m_menu->isVisible());
+    }
+
+    void theMenuCanGoWhileItsScreensLive()
+    {
+        startWith(completeMenuText());
+        QPointer<QWidget> screen;
+        m_menu->registerScreen(1, [&](QWidget* owner) -> QWidget* {
+            screen = new QWidget(owner, Qt::Window);
+            return screen;
+        });
+        QTest::mouseClick(left(1), Qt::LeftButton);
+        QVERIFY(screen);
+        auto enable = m_ctx->enableMenuButtons;
+        m_menu.reset();
+        QVERIFY(!screen);
+        QVERIFY(!m_ctx->enableMenuButtons);
+        enable(true); // a late call from a screen finds no menu and does nothing
+    }
+
+    void informationScreenClosesOnItsTimer()
+    {
+        startWith(completeMenuText());
+        QPointer<KVRInfo> info = new KVRInfo(m_menu.get(), 200);
+        info->show();
+        QVERIFY(info->isVisible());
+        QVERIFY(info->isWindow());
+        QTRY_VERIFY_WITH_TIMEOUT(!info, 5000); // closed and gone
+        QVERIFY(m_menu->isVisible());
+    }
+
+    void theLogoMoves()
+    {
+        LogoStrip strip;
+        strip.resize(600, 52);
+        const int x = strip.logoX();
+        strip.step();
+        strip.step();
+        QVERIFY(strip.logoX() != x);
+        QVERIFY(strip.timer()->isActive());
+        const QImage logo = DrawLogo(48).toImage();
+        QVERIFY(logo.pixelColor(26, 4).alpha() > 0); // the sheet is drawn
+    }
+
+    // With BUHINHYO_SCREENSHOT_DIR set, saves the menu as the shipped settings dress it.
+    void screenshots()
+    {
+        const QString dir = qEnvironmentVariable("BUHINHYO_SCREENSHOT_DIR");
+        if (dir.isEmpty())
+            QSKIP("BUHINHYO_SCREENSHOT_DIR not set");
+        startWith(QString(), shippedIniPath());
+        QVERIFY(m_msgs.shown.isEmpty());
+        QVERIFY(m_menu->grab().save(dir + QStringLiteral("/menu.png")));
+        QTest::mouseClick(right(1), Qt::LeftButton);
+        QVERIFY(m_menu->grab().save(dir + QStringLiteral("/menu-group2.png")));
+        KVRInfo info(nullptr, 100000);
+        QVERIFY(info.grab().save(dir + QStringLiteral("/info.png")));
+    }
+};
+
+QTEST_MAIN(TestMainMenu)
+#include "TestMainMenu.moc"

@@ -1,0 +1,289 @@
+#include "XlsxTestSupport.h"
+
+#include <zip.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+namespace xlsxtest {
+
+std::filesystem::path sourceDir()
+{
+    const char* s = std::getenv("BUHINHYO_SOURCE_DIR");
+    if (s && *s)
+        return s;
+    return std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
+}
+
+std::filesystem::path dataFile(const std::string& name) { return sourceDir() / "tests/data/xlsx" / name; }
+
+std::string readBytes(const std::filesystem::path& p)
+{
+    std::ifstream in(p, std::ios::binary);
+    if (!in)
+        throw std::runtime_error("cannot read " + p.string());
+    std::ostringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+void writeBytes(const std::filesystem::path& p, const std::string& bytes)
+{
+    std::ofstream out(p, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!out)
+        throw std::runtime_error("cannot write " + p.string());
+}
+
+TempDir::TempDir(const std::string& tag)
+{
+    const char* b = std::getenv("BUHINHYO_BINARY_DIR");
+    std::filesystem::path base = b && *b ? std::filesystem::path(b) / "tests/xlsx/tmp"
+                                         : std::filesystem::temp_directory_path() / "bh_xlsx_tests";
+    std::filesystem::create_directories(base);
+    std::random_device rd;
+    path_ = base / (tag + "_" + std::to_string(rd() % 1000000));
+    std::filesystem::remove_all(path_);
+    std::filesystem::create_directories(path_);
+}
+
+TempDir::~TempDir()
+{
+    if (!std::getenv("BH_KEEP_TEST_FILES")) {
+        std::error_code ec;
+        std::filesystem::remove_all(path_, ec);
+    }
+}
+
+std::vector<std::pair<std::string, std::string>> zipParts(const std::filesystem::path& p)
+{
+    int err = 0;
+    zip_t* z = zip_open(p.c_str(), ZIP_RDONLY, &err);
+    if (!z)
+        throw std::runtime_error("not a zip: " + p.string());
+    std::vector<std::pair<std::string, std::string>> out;
+    zip_int64_t n = zip_get_num_entries(z, 0);
+    for (zip_int64_t i = 0; i < n; ++i) {
+        zip_stat_t st;
+        zip_stat_index(z, static_cast<zip_uint64_t>(i), 0, &st);
+        std::string data(static_cast<std::size_t>(st.size), '\0');
+        zip_file_t* f = zip_fopen_index(z, static_cast<zip_uint64_t>(i), 0);
+        zip_fread(f, data.data(), st.size);
+        zip_fclose(f);
+        out.emplace_back(st.name, std::move(data));
+    }
+    zip_discard(z);
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+std::vector<Layout> templateLayouts()
+{
+    return {
+        {"plain.xlsx", "List", 25, 4, 23, 4, false},
+        {"header_boxes.xlsx", "部品表", 50, 8, 47, 8, true},
+        {"header_boxes_lo.xlsx", "部品表", 50, 8, 47, 8, true},
+        {"logo.xlsx", "部品表", 50, 8, 47, 8, true},
+        {"formulas.xlsx", "部品表", 50, 8, 47, 8, true},
+        {"validation.xlsx", "部品表", 50, 8, 47, 8, true},
+        {"japanese_names.xlsx", "製作部品表 A", 50, 8, 47, 8, true},
+    };
+}
+
+std::string cellRef(int row, int col)
+{
+    std::string s;
+    while (col > 0) {
+        s.insert(s.begin(), static_cast<char>('A' + (col - 1) % 26));
+        col = (col - 1) / 26;
+    }
+    return s + std::to_string(row);
+}
+
+static std::string jsonString(const std::string& s)
+{
+    std::string o = "\"";
+    for (char c : s) {
+        if (c == '"' || c == '\\') {
+            o += '\\';
+            o += c;
+        } else if (static_cast<unsigned char>(c) < 0x20) {
+            char buf[8];
+            std::snprintf(buf, sizeof buf, "\\u%04x", c);
+            o += buf;
+        } else
+            o += c;
+    }
+    return o + "\"";
+}
+
+static std::string rangeRef(const xlsx::CellRange& r)
+{
+    return cellRef(r.firstRow, r.firstCol) + ":" + cellRef(r.lastRow, r.lastCol);
+}
+
+std::string Expected::toJson() const
+{
+    std::ostringstream o;
+    o << "{\"sheet\":" << jsonString(sheet) << ",\"pages\":" << pages << ",\"cells\":[";
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        auto& c = cells[i];
+        if (i)
+            o << ",";
+        o << "{\"ref\":\"" << cellRef(c.row, c.col) << "\",";
+        if (c.text)
+            o << "\"text\":" << jsonString(*c.text) << ",";
+        if (c.number)
+            o << "\"number\":" << *c.number << ",";
+        if (c.fill) {
+            char buf[16];
+            std::snprintf(buf, sizeof buf, "%06X", *c.fill);
+            o << "\"fill\":\"" << buf << "\",";
+        }
+        if (!c.numFmt.empty())
+            o << "\"numFmt\":" << jsonString(c.numFmt) << ",";
+        if (c.align) {
+            static const char* names[] = {"general", "left", "center", "right"};
+            o << "\"align\":\"" << names[static_cast<int>(*c.align)] << "\",";
+        }
+        o << "\"strike\":" << (c.strike ? "true" : "false") << "}";
+    }
+    o << "],\"merges\":[";
+    for (std::size_t i = 0; i < merges.size(); ++i)
+        o << (i ? "," : "") << "\"" << rangeRef(merges[i]) << "\"";
+    o << "],\"breaks\":[";
+    for (std::size_t i = 0; i < breaks.size(); ++i)
+        o << (i ? "," : "") << breaks[i];
+    o << "],\"printArea\":\"" << rangeRef(printArea) << "\",\"rowHeights\":[";
+    for (std::size_t i = 0; i < rowHeights.size(); ++i)
+        o << (i ? "," : "") << "[" << rowHeights[i].first << "," << rowHeights[i].second << "]";
+    o << "]}";
+    return o.str();
+}
+
+Expected fillThreePages(const Layout& l, const std::filesystem::path& out)
+{
+    auto book = xlsx::Workbook::open(dataFile(l.file));
+    auto& ws = book.sheet(l.sheet);
+    Expected e;
+    e.pages = 3;
+    const auto form = ws.snapshotRows(1, l.pageRows);
+    const auto templateMerges = ws.mergedRanges();
+    std::vector<std::pair<int, double>> heights;
+    for (int r = 1; r <= l.pageRows; ++r)
+        if (auto h = ws.rowHeight(r))
+            heights.emplace_back(r, *h);
+    int line = 0;
+    const int perPage = l.lastDetail - l.firstDetail + 1;
+    const int lines = perPage * 2 + 5;
+    for (int p = 1; p <= 3; ++p) {
+        const int top = (p - 1) * l.pageRows + 1;
+        if (p > 1) {
+            ws.pasteForm(form, top);
+            ws.addRowBreakAbove(top);
+            e.breaks.push_back(top);
+        }
+        for (auto m : templateMerges) {
+            m.firstRow += top - 1;
+            m.lastRow += top - 1;
+            e.merges.push_back(m);
+        }
+        for (auto& [r, h] : heights)
+            e.rowHeights.emplace_back(r + top - 1, h);
+        std::string label = std::to_string(p) + " / 3";
+        if (l.headerBoxes) {
+            ws.setText(top + 2, 2, "DWG-2024-0815-A");
+            ws.setText(top + 3, 2, "搬送ユニット組立　（第" + std::to_string(p) + "版）");
+            ws.setNumber(top + 2, 8, 45519);
+            ws.setText(top + 3, 8, label);
+            e.cells.push_back({top + 2, 2, "DWG-2024-0815-A", {}, false, {}, "", {}});
+            e.cells.push_back({top + 3, 2, "搬送ユニット組立　（第" + std::to_string(p) + "版）", {}, false, {}, "", {}});
+            e.cells.push_back({top + 2, 8, {}, 45519.0, false, {}, "yyyy/mm/dd", {}});
+            e.cells.push_back({top + 3, 8, label, {}, false, {}, "", {}});
+            // the fixed customer name of the template comes along with every page
+            e.cells.push_back({top + 4, 2, "株式会社　東邦精機", {}, false, {}, "", {}});
+        } else {
+            ws.setText(top, 4, label);
+            e.cells.push_back({top, 4, label, {}, false, {}, "", {}});
+        }
+        for (int i = 0; i < perPage && line < lines; ++i, ++line) {
+            const int r = top + l.firstDetail - 1 + i;
+            const bool abolished = (line + 1) % 10 == 0;
+            char item[16];
+            std::snprintf(item, sizeof item, "%03d", line + 1);
+            ws.setNumberFormat(r, 1, "@");
+            ws.setHorizontalAlignment(r, 1, xlsx::HAlign::Right);
+            ws.setText(r, 1, item);
+            ExpectedCell c1{r, 1, std::string(item), {}, abolished, {}, "@", xlsx::HAlign::Right};
+            std::string name = line % 3 == 0 ? "ベースプレート" : line % 3 == 1 ? " Shaft φ20 " : "カバー<右>&\"左\"";
+            ws.setText(r, 2, name);
+            ExpectedCell c2{r, 2, name, {}, abolished, {}, "", {}};
+            double price = 1250.0 * (line + 1);
+            const int priceCol = l.cols < 8 ? 4 : 6;
+            ws.setNumberFormat(r, priceCol, "#,##0");
+            ws.setNumber(r, priceCol, price);
+            ExpectedCell c3{r, priceCol, {}, price, abolished, {}, "#,##0", {}};
+            if (abolished) {
+                ws.setFill(r, 1, 0x808080);
+                c1.fill = 0x808080;
+                ws.setStrike(r, 1, true);
+                ws.setStrike(r, 2, true);
+                ws.setStrike(r, priceCol, true);
+            }
+            e.cells.push_back(c1);
+            e.cells.push_back(c2);
+            e.cells.push_back(c3);
+        }
+    }
+    ws.setPrintArea({1, 1, 3 * l.pageRows, l.cols});
+    e.printArea = {1, 1, 3 * l.pageRows, l.cols};
+    ws.rename("DWG-2024-0815-A 01");
+    e.sheet = "DWG-2024-0815-A 01";
+    book.validate();
+    book.saveAs(out);
+    return e;
+}
+
+std::vector<std::string> compareWithEngine(const std::filesystem::path& file, const Expected& e)
+{
+    std::vector<std::string> diffs;
+    auto book = xlsx::Workbook::open(file);
+    book.validate();
+    auto& ws = book.sheet(e.sheet);
+    for (auto& c : e.cells) {
+        std::string at = cellRef(c.row, c.col) + ": ";
+        if (c.text && ws.cellText(c.row, c.col) != *c.text)
+            diffs.push_back(at + "text '" + ws.cellText(c.row, c.col) + "' != '" + *c.text + "'");
+        if (c.number && ws.cellNumber(c.row, c.col) != c.number)
+            diffs.push_back(at + "number differs");
+        if (ws.strike(c.row, c.col) != c.strike)
+            diffs.push_back(at + "strike differs");
+        if (c.fill && ws.fillRgb(c.row, c.col) != c.fill)
+            diffs.push_back(at + "fill differs");
+        if (!c.numFmt.empty() && ws.numberFormat(c.row, c.col) != c.numFmt)
+            diffs.push_back(at + "number format '" + ws.numberFormat(c.row, c.col) + "' != '" + c.numFmt + "'");
+        if (c.align && ws.horizontalAlignment(c.row, c.col) != *c.align)
+            diffs.push_back(at + "alignment differs");
+    }
+    auto merges = ws.mergedRanges();
+    for (auto& m : e.merges)
+        if (std::find(merges.begin(), merges.end(), m) == merges.end())
+            diffs.push_back("merge missing at row " + std::to_string(m.firstRow));
+    if (merges.size() != e.merges.size())
+        diffs.push_back("merge count " + std::to_string(merges.size()) + " != " + std::to_string(e.merges.size()));
+    if (ws.rowBreaksAbove() != e.breaks)
+        diffs.push_back("row breaks differ");
+    if (ws.printArea() != std::optional<xlsx::CellRange>(e.printArea))
+        diffs.push_back("print area differs");
+    for (auto& [r, h] : e.rowHeights)
+        if (ws.rowHeight(r) != h)
+            diffs.push_back("row height of row " + std::to_string(r) + " differs");
+    return diffs;
+}
+
+} // namespace xlsxtest

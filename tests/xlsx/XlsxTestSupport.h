@@ -1,0 +1,77 @@
+// Helpers shared by the workbook engine's tests: test files, temporary folders, and filling a
+// template with three pages the way the print run does.
+#pragma once
+
+#include "Workbook.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace xlsxtest {
+
+std::filesystem::path sourceDir();
+std::filesystem::path dataFile(const std::string& name); // tests/data/xlsx/<name>
+std::string readBytes(const std::filesystem::path& p);
+void writeBytes(const std::filesystem::path& p, const std::string& bytes);
+
+// A fresh folder under the build tree, removed when the object goes away.
+class TempDir {
+public:
+    explicit TempDir(const std::string& tag);
+    ~TempDir();
+    const std::filesystem::path& path() const { return path_; }
+    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// Every part of a package with its bytes, by name.
+std::vector<std::pair<std::string, std::string>> zipParts(const std::filesystem::path& p);
+
+struct Layout {
+    std::string file;
+    std::string sheet;
+    int pageRows;
+    int firstDetail;
+    int lastDetail;
+    int cols;
+    bool headerBoxes; // B3/B4/H3/H4 header cells and merges
+};
+std::vector<Layout> templateLayouts();
+
+struct ExpectedCell {
+    int row, col;
+    std::optional<std::string> text;
+    std::optional<double> number;
+    bool strike = false;
+    std::optional<std::uint32_t> fill;
+    std::string numFmt; // empty: not checked
+    std::optional<xlsx::HAlign> align;
+};
+
+struct Expected {
+    std::string sheet;
+    int pages = 0;
+    std::vector<ExpectedCell> cells;
+    std::vector<xlsx::CellRange> merges;
+    std::vector<int> breaks; // rows that start a page
+    xlsx::CellRange printArea;
+    std::vector<std::pair<int, double>> rowHeights;
+    std::string toJson() const;
+};
+
+// Fills three pages into a copy of the layout's template (form pasted twice, cells written,
+// breaks added, print area set, sheet renamed) and saves it as out.
+Expected fillThreePages(const Layout& layout, const std::filesystem::path& out);
+
+// Checks a workbook with the engine's own reader against what was written; returns the
+// differences (empty when everything matches).
+std::vector<std::string> compareWithEngine(const std::filesystem::path& file, const Expected& e);
+
+std::string cellRef(int row, int col);
+
+} // namespace xlsxtest
