@@ -14,7 +14,8 @@
 #include <QTemporaryDir>
 #include <cstdio>
 
-namespace {
+namespace
+{
 
 struct NullView : MenuView {
     void setMenuTitle(const QString&) override {}

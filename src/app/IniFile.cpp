@@ -229,9 +229,14 @@ QString IniFile::unencodableText(const QString& text)
         .arg(bad);
 }
 
-IniFile::WriteResult IniFile::write(const QString& section, const QString& key, const QString& value)
+IniFile::WriteResult IniFile::write(const QString& section, const QString& key, const QString& givenValue)
 {
     m_error.clear();
+    // A value is one line: line breaks pasted into a field become blanks rather than new lines.
+    QString value = givenValue;
+    value.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
+    value.replace(u'\r', u' ');
+    value.replace(u'\n', u' ');
     reloadIfChanged();
     const QString sectionName = section.trimmed();
     const QString keyName = key.trimmed();

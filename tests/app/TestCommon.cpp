@@ -141,9 +141,8 @@ private Q_SLOTS:
         writeCp932File(m_path, QStringLiteral("[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"));
         IniAccess ini(m_msgs, m_path);
         QStringList writes;
-        ini.onWrite = [&writes](const QString&, const QString& section, const QString& key, const QString& value) {
-            writes << section + u'/' + key + u'=' + value;
-        };
+        ini.onWrite = [&writes](const QString&, const QString& section, const QString& key,
+                                const QString& value) { writes << section + u'/' + key + u'=' + value; };
         QCOMPARE(AddToList(ini, QStringLiteral("user"), QStringLiteral("客先Ｂ")), QStringLiteral("REWRITE"));
         QCOMPARE(writes, QStringList({QStringLiteral("user/MAX=2"), QStringLiteral("user/2=客先Ｂ")}));
     }

@@ -147,6 +147,9 @@ private Q_SLOTS:
         IniAccess ini(m_msgs, m_path);
         QVERIFY(ini.put(QStringLiteral("A"), QStringLiteral("L"), QStringLiteral("2")));
         QCOMPARE(readFileBytes(m_path), QByteArray("[A]\nK=1\nL=2\n"));
+        // A value stays one line.
+        QVERIFY(ini.put(QStringLiteral("A"), QStringLiteral("M"), QStringLiteral("a\r\nb\nc")));
+        QCOMPARE(readFileBytes(m_path), QByteArray("[A]\nK=1\nL=2\nM=a b c\n"));
         // A missing file is made, in Shift-JIS.
         const QString fresh = m_dir.filePath(QStringLiteral("new.ini"));
         QVERIFY(ini.IniPut(fresh, QStringLiteral("USER"), QStringLiteral("1"), QStringLiteral("客先")));

@@ -132,6 +132,22 @@ private Q_SLOTS:
         QCOMPARE(third.prepare(m_folder), Startup::Result::SecondInstance);
     }
 
+    void aLockLeftByAnEndedCopyDoesNotKeepTheProgramOut()
+    {
+        writeCp932File(ini(), completeMenuText());
+        // The lock file of a copy that crashed: its process is gone.
+        QFile stale(m_lockPath);
+        QVERIFY(stale.open(QIODevice::WriteOnly));
+        stale.write(QByteArray::number(std::numeric_limits<int>::max()) + '\n' +
+                    QCoreApplication::applicationName().toUtf8() + '\n' +
+                    QSysInfo::machineHostName().toUtf8() + '\n');
+        stale.close();
+        auto ctx = makeContext();
+        Startup startup(*ctx, m_lockPath);
+        QCOMPARE(startup.prepare(m_folder), Startup::Result::Run);
+        QVERIFY(m_msgs.shown.isEmpty());
+    }
+
     void damagedSettingsFilesEndWithOneClearBox_data()
     {
         QTest::addColumn<QByteArray>("bytes");
