@@ -270,6 +270,35 @@ bool PartsTableEditor::setBracketed(bool on)
     return on;
 }
 
+void PartsTableEditor::appendCopiedLines(const QList<PartsLine>& lines)
+{
+    if (lines.isEmpty())
+        return;
+    const int last = m_grid.rows() - 1;
+    if (m_grid.isDataRow(last)) {
+        const auto& c = m_grid.line(last).cells;
+        bool empty = c[Number].isEmpty();
+        for (int col = Hinmei; col <= Maker && empty; ++col)
+            empty = c[size_t(col)].trimmed().isEmpty();
+        if (empty)
+            m_grid.removeLine(last);
+    }
+    const int first = m_grid.rows();
+    for (const PartsLine& l : lines) {
+        const int row = m_grid.appendLine();
+        const QString values[] = {l.zno,   l.hinmei, l.zaishitu, l.suryo, l.tani, l.suryo2,
+                                  l.tani2, l.biko,   l.tanka,    l.kingk, l.maker};
+        for (int col = Zno; col <= Maker; ++col)
+            m_grid.setCell(row, col, values[col - Zno]);
+        m_grid.setCell(row, Haishi, l.haishi ? QStringLiteral("1") : QStringLiteral("0"));
+        m_grid.setCell(row, Kakko, l.kakko ? QStringLiteral("1") : QStringLiteral("0"));
+        m_grid.setMarked(row, l.haishi);
+    }
+    m_grid.setCurrent(first);
+    renumber();
+    refreshInput();
+}
+
 InputValues PartsTableEditor::inputFromLine(int row) const
 {
     InputValues v;

@@ -87,6 +87,10 @@ public:
     void setStartNumber(int start);
     void renumber();
 
+    // Lines copied in from another table (the data search's whole-table copy): appended as new
+    // lines, never stored yet; a lone empty line at the bottom is replaced. Renumbers after.
+    void appendCopiedLines(const QList<PartsLine>& lines);
+
     // The input area and the current line.
     InputValues inputFromLine(int row) const;
     void writeInputToLine(const InputValues& values);

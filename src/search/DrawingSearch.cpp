@@ -2,6 +2,7 @@
 
 #include "AppContext.h"
 #include "CommandGuard.h"
+#include "Common.h"
 #include "CommonWidgets.h"
 #include "Connect.h"
 #include "Database.h"
@@ -112,7 +113,8 @@ void DrawingSearchScreen::buildUi()
     BindFunctionKey(this, Qt::Key_F12, m_cmd[1]);
     BindFunctionKey(this, Qt::Key_F1, m_cmd[2]);
     BindFunctionKey(this, Qt::Key_F4, m_cmd[3]);
-    resize(520, 380);
+    FitButtonsToCaptions(this);
+    resize(520, 340);
 }
 
 void DrawingSearchScreen::command(const std::function<void()>& body)
@@ -132,6 +134,8 @@ bool DrawingSearchScreen::load()
         FillComboFromList(*m_ctx.ini, m_designer, QStringLiteral("DESINED"));
         m_designer->setCurrentIndex(m_designer->count() > 0 ? 0 : -1);
         FillComboFromList(*m_ctx.ini, m_maker, QStringLiteral("MAKER"));
+        // No maker is chosen until the user picks one.
+        m_maker->setCurrentIndex(-1);
         ApplyCheckColor(m_makerCheck, m_maker, QStringLiteral("COLOR ON"));
         updateMakerFilter();
         if (ConnectDatabase(m_ctx).endProgram) {
@@ -161,6 +165,7 @@ void DrawingSearchScreen::makerCheckClicked()
     if (IsChecked(m_makerCheck)) {
         m_maker->clear();
         FillComboFromList(*m_ctx.ini, m_maker, QStringLiteral("MAKER"));
+        m_maker->setCurrentIndex(-1);
     }
     updateMakerFilter();
 }
@@ -208,10 +213,14 @@ void DrawingSearchScreen::openEditor()
         return;
     }
     ShowScreen(editor, this);
+    // A maker or designer typed here joins its list; an empty field is nothing typed and adds no
+    // empty entry to the lists.
     const QString maker = m_maker->currentText();
     const QString designer = m_designer->currentText();
-    RememberComboValue(*m_ctx.ini, m_maker, QStringLiteral("MAKER"), maker);
-    RememberComboValue(*m_ctx.ini, m_designer, QStringLiteral("DESINED"), designer);
+    if (!maker.trimmed().isEmpty())
+        RememberComboValue(*m_ctx.ini, m_maker, QStringLiteral("MAKER"), maker);
+    if (!designer.trimmed().isEmpty())
+        RememberComboValue(*m_ctx.ini, m_designer, QStringLiteral("DESINED"), designer);
     updateMakerFilter();
 }
 
@@ -257,8 +266,7 @@ void DrawingSearchScreen::closeEvent(QCloseEvent* event)
             return;
         }
     }
-    if (m_ctx.enableMenuButtons)
-        m_ctx.enableMenuButtons(true);
+    EnableMenuButtons(m_ctx, true);
     m_ctx.DbConnection.reset();
     event->accept();
 }
@@ -266,8 +274,7 @@ void DrawingSearchScreen::closeEvent(QCloseEvent* event)
 QWidget* createDrawingSearch(AppContext& ctx, QWidget* owner, SearchHooks hooks)
 {
     auto* screen = new DrawingSearchScreen(ctx, std::move(hooks), nullptr);
-    if (ctx.enableMenuButtons)
-        ctx.enableMenuButtons(false);
+    EnableMenuButtons(ctx, false);
     screen->load();
     ShowScreen(screen, owner);
     return screen;

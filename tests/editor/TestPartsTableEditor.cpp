@@ -1,7 +1,10 @@
 #include "Database.h"
+#include "EditorLists.h"
 #include "EditorTestEnv.h"
+#include "IniAccess.h"
 #include "PartsRecords.h"
 #include "PartsTableEditor.h"
+#include "TestSupport.h"
 
 #include <QtTest>
 
@@ -309,6 +312,45 @@ private Q_SLOTS:
         QCOMPARE(column(Suryo), (QStringList{u"1"_qs, u"1"_qs, u"1"_qs}));
         QCOMPARE(column(Tani), (QStringList{u"個"_qs, u"個"_qs, u"個"_qs}));
         QCOMPARE(column(Tanka), (QStringList{QString(), QString(), QString()}));
+    }
+
+    void copiedLinesComeInAsNewLines()
+    {
+        ed->open(values());
+        PartsLine a;
+        a.number = u"99"_qs;
+        a.zno = u"(7)"_qs;
+        a.hinmei = u"A"_qs;
+        a.suryo = u"2"_qs;
+        a.kakko = true;
+        PartsLine b;
+        b.hinmei = u"B"_qs;
+        b.haishi = true;
+        ed->appendCopiedLines({a, b});
+        // The lone empty line is replaced; the copies carry no stored number and are renumbered.
+        QCOMPARE(column(Hinmei), (QStringList{u"A"_qs, u"B"_qs}));
+        QCOMPARE(column(Number), (QStringList{QString(), QString()}));
+        QCOMPARE(column(Zno), (QStringList{u"(251)"_qs, u"252"_qs}));
+        QCOMPARE(column(No), (QStringList{u"1"_qs, u"廃止"_qs}));
+        QVERIFY(ed->grid().marked(2));
+        ed->appendCopiedLines({b});
+        QCOMPARE(column(Hinmei), (QStringList{u"A"_qs, u"B"_qs, u"B"_qs}));
+        QCOMPARE(ed->grid().currentRow(), 3);
+    }
+
+    void shippedSettingsFeedTheLists()
+    {
+        IniAccess shipped(env->messages, shippedIniPath());
+        const EditorLists lists = ReadEditorLists(shipped);
+        QVERIFY(env->messages.shown.isEmpty());
+        QVERIFY(!lists.customers.isEmpty());
+        QVERIFY(!lists.makers.isEmpty());
+        QVERIFY(!lists.units.isEmpty());
+        QCOMPARE(lists.inputs.size(), 8);
+        QVERIFY(!lists.nameItems().isEmpty());
+        QVERIFY(!lists.materialItems().isEmpty());
+        for (const char* code : {"E102", "E103", "I100", "Q001"})
+            QVERIFY(!shipped.find(u"MSGCD"_qs, QString::fromLatin1(code)).startsWith(u"NOT FOUND"_qs));
     }
 
     void printRequestCarriesHeaderAndOptions()
