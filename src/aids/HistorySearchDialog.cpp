@@ -39,16 +39,19 @@ HistorySearchDialog::HistorySearchDialog(AppContext& ctx, const HistoryFilter& f
     const QString fieldCaption = names ? QStringLiteral("品　名") : QStringLiteral("材　質");
 
     auto* conditions = new QGridLayout;
-    auto* kindLabel = new QLabel(QStringLiteral("部品種：") + kindText(filter.kind), this);
-    kindLabel->setObjectName(QStringLiteral("lblKind"));
-    auto* customerLabel = new QLabel(QStringLiteral("客先　：") + orAll(filter.customer), this);
-    customerLabel->setObjectName(QStringLiteral("lblCustomer"));
-    auto* makerLabel = new QLabel(QStringLiteral("ﾒｰｶｰ　：") + orAll(filter.maker), this);
-    makerLabel->setObjectName(QStringLiteral("lblMaker"));
-    conditions->addWidget(kindLabel, 0, 0, 1, 3);
-    conditions->addWidget(customerLabel, 1, 0, 1, 3);
-    conditions->addWidget(makerLabel, 2, 0, 1, 3);
-    conditions->addWidget(new QLabel(fieldCaption + QStringLiteral("："), this), 3, 0);
+    // Conditions taken from the editor, shown as captions and values; only the typed text can be
+    // changed here.
+    const QString values[] = {kindText(filter.kind), orAll(filter.customer), orAll(filter.maker)};
+    const QString captions[] = {QStringLiteral("部品種"), QStringLiteral("客　先"), QStringLiteral("ﾒｰｶｰ")};
+    const char* const names3[] = {"lblKind", "lblCustomer", "lblMaker"};
+    for (int i = 0; i < 3; ++i) {
+        conditions->addWidget(new QLabel(captions[i], this), i, 0);
+        auto* value = new QLabel(values[i], this);
+        value->setObjectName(QString::fromLatin1(names3[i]));
+        value->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+        conditions->addWidget(value, i, 1, 1, 2);
+    }
+    conditions->addWidget(new QLabel(fieldCaption, this), 3, 0);
     m_typed = new QLineEdit(filter.typed.trimmed(), this);
     m_typed->setObjectName(QStringLiteral("txtTyped"));
     m_typed->setToolTip(QStringLiteral("この文字で始まるものを探します（空欄はすべて）"));
