@@ -1,5 +1,6 @@
 // Saves pictures of the aid screens filled with sample data, for looking at them:
-//   BUHINHYO_SOURCE_DIR=$PWD xvfb-run -a -s "-screen 0 1600x1000x24" build/tests/aids/aids_screenshots <folder>
+//   BUHINHYO_SOURCE_DIR=$PWD xvfb-run -a -s "-screen 0 1600x1000x24" build/tests/aids/aids_screenshots
+//   <folder>
 
 #include "AidsTestEnv.h"
 #include "DataSearchScreen.h"

@@ -257,6 +257,22 @@ private Q_SLOTS:
             QVERIFY(ed->findChild<QPushButton*>(QString::fromLatin1(name)));
     }
 
+    void aDatabaseFailureEndsTheAidOnly()
+    {
+        auto ed = openEditor(QStringLiteral("T-1"), QStringLiteral("1-01"), QStringLiteral("新規ユニット"));
+        QVERIFY(ed);
+        env->db().Execute(QStringLiteral("DROP TABLE BUHINHYO_M"));
+        env->messages.clear();
+        click(ed.get(), "cmdHinmeiHistory");
+        click(ed.get(), "cmdCopyAll");
+        QCOMPARE(env->messages.shown.size(), 2);
+        for (const auto& box : env->messages.shown)
+            QCOMPARE(box.icon, MsgIcon::Stop);
+        QVERIFY(QApplication::activeModalWidget() == nullptr);
+        QVERIFY(ed->isVisible());
+        QCOMPARE(ed->editor().grid().lineCount(), 3);
+    }
+
     void dataSearchFillsTheSearchScreen()
     {
         DrawingSearchScreen search(env->ctx, MakeSearchHooks());
