@@ -8,6 +8,8 @@ packages=(
   cmake ninja-build g++ pkg-config
   qt6-base-dev qt6-pdf-dev libqt6sql6-sqlite libqt6sql6-odbc libgl-dev
   libzip-dev libpugixml-dev
+  # regenerating the workbook engine's test templates (tests/data/xlsx/make_templates.sh)
+  libxlsxwriter-dev
   libgtest-dev libbenchmark-dev
   # database: the embedded SQLite file, and a real server through ODBC for the tests
   sqlite3 unixodbc unixodbc-dev odbc-postgresql postgresql

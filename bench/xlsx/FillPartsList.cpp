@@ -7,9 +7,11 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace bench {
+namespace bench
+{
 
-namespace {
+namespace
+{
 constexpr int kPageRows = 50;
 constexpr int kFirstDetail = 8;
 constexpr int kDetailRows = 40;

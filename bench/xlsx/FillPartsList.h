@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-namespace bench {
+namespace bench
+{
 
 struct PartsLine {
     std::string item, name, material, qty, remarks;

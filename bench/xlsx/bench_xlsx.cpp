@@ -7,7 +7,8 @@
 
 #include <filesystem>
 
-namespace {
+namespace
+{
 
 std::filesystem::path templatePath()
 {

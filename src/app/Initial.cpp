@@ -165,6 +165,7 @@ Startup::Result Startup::prepare(const QString& programFolder)
     // 4: the work folder, one level, reused untouched when it exists.
     const QString work = m_ctx.AppPath + QStringLiteral("WORK");
     if (!QFileInfo(work).isDir() && !QDir(m_ctx.AppPath).mkdir(QStringLiteral("WORK"))) {
+        m_ctx.messages->beep();
         m_ctx.messages->show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("エラー"),
                              QStringLiteral("実行時エラー '75':\n\nパス/ファイル アクセス エラーです。\n") +
                                  QDir::toNativeSeparators(work));

@@ -1,13 +1,12 @@
 #include "WorkScreens.h"
 
 #include "AppContext.h"
+#include "DrawingSearch.h"
 #include "MainMenu.h"
 
-// Each screen is made the first time its slot is pressed, as a child window of the menu:
-//     menu.registerScreen(1, [&ctx](QWidget* owner) -> QWidget* { return new KVRCAD0001(ctx, owner); });
-// The screen calls EnableMenuButtons(ctx, true) when it closes.
+// Each screen is made the first time its slot is pressed, as a child window of the menu; it
+// enables the menu's buttons again when it closes.
 void RegisterWorkScreens(MainMenu& menu, AppContext& ctx)
 {
-    (void)menu;
-    (void)ctx;
+    menu.registerScreen(1, [&ctx](QWidget* owner) -> QWidget* { return createDrawingSearch(ctx, owner); });
 }

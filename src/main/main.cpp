@@ -1,9 +1,7 @@
-// The program's entry: the start-up steps, then the main menu and the information screen.
+// The program's entry: the start routine, then the event loop for as long as a screen is open.
+#include "Main.h"
 #include "AppContext.h"
-#include "CommandGuard.h"
-#include "IniAccess.h"
 #include "Initial.h"
-#include "KVRInfo.h"
 #include "MainMenu.h"
 #include "WidgetServices.h"
 #include "WorkScreens.h"
@@ -25,20 +23,11 @@ int main(int argc, char** argv)
     ctx.fileDialogs = &fileDialogs;
     ctx.clock = &clock;
 
-    // Paths, the settings file, the work folder, one copy per user: any refusal ends the program
-    // before a screen is shown.
+    // The lock against a second copy is held for as long as the program runs.
     Startup startup(ctx);
-    if (startup.prepare(QCoreApplication::applicationDirPath()) != Startup::Result::Run)
+    std::unique_ptr<MainMenu> menu = Main(ctx, startup, QCoreApplication::applicationDirPath(),
+                                          [&ctx](MainMenu& m) { RegisterWorkScreens(m, ctx); });
+    if (!menu)
         return 0;
-
-    MainMenu menu(ctx);
-    RegisterWorkScreens(menu, ctx);
-    LoadMenuSettings(*ctx.ini, menu.state(), menu);
-    menu.state().CurrentButtonGroup = Int16();
-    guardCommand(messages, [&] { ShowButtonGroup(menu.state(), menu.state().CurrentButtonGroup, menu); });
-    menu.show();
-
-    auto* info = new KVRInfo(&menu);
-    info->show();
     return app.exec();
 }

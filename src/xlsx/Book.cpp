@@ -7,15 +7,19 @@
 #include <cstring>
 #include <set>
 
-namespace xlsx {
+namespace xlsx
+{
 
 using namespace detail;
 
-namespace detail {
+namespace detail
+{
 
-namespace {
+namespace
+{
 
-const char* kRelOfficeDoc = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument";
+const char* kRelOfficeDoc =
+    "http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument";
 const char* kRelStrictDoc = "http://purl.oclc.org/ooxml/officeDocument/relationships/officeDocument";
 
 bool endsWith(const std::string& s, const char* suffix)
@@ -60,8 +64,9 @@ std::size_t utf16Length(std::string_view s)
 
 // Rewrites every formula-bearing node of a sheet's XML (conditional formats, validations,
 // hyperlink locations, extension lists) with fn; returns true when something changed.
-template <class Fn> bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
-                                         const std::function<std::optional<std::string>(std::string_view)>& sq)
+template <class Fn>
+bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
+                     const std::function<std::optional<std::string>(std::string_view)>& sq)
 {
     bool changed = false;
     auto text = [&](pugi::xml_node n) {
@@ -163,9 +168,12 @@ std::string cellText(const BookImpl& book, const Cell& c)
         }
         return decodeEscapes(out);
     }
-    case TBool: return c.v == "1" ? "TRUE" : "FALSE";
-    case TStr: return decodeEscapes(c.v);
-    default: return c.v;
+    case TBool:
+        return c.v == "1" ? "TRUE" : "FALSE";
+    case TStr:
+        return decodeEscapes(c.v);
+    default:
+        return c.v;
     }
 }
 
@@ -204,8 +212,8 @@ void BookImpl::open(const std::filesystem::path& path)
         }
         const Relationship* rel = relById(rid);
         if (!rel || rel->external)
-            throw Error("シート \"" + std::string(s.attribute("name").value()) + "\" のパーツが見つかりません: " +
-                        fileLabel(path));
+            throw Error("シート \"" + std::string(s.attribute("name").value()) +
+                        "\" のパーツが見つかりません: " + fileLabel(path));
         auto sh = std::make_unique<SheetImpl>();
         sh->book = this;
         sh->name = s.attribute("name").value();
@@ -215,7 +223,8 @@ void BookImpl::open(const std::filesystem::path& path)
         if (!endsWith(rel->type, "/worksheet"))
             sh->part.clear(); // chart sheets, dialog sheets: listed but not editable
         else if (!pkg->has(sh->part))
-            throw Error("シート \"" + sh->name + "\" のパーツ " + sh->part + " がありません: " + fileLabel(path));
+            throw Error("シート \"" + sh->name + "\" のパーツ " + sh->part +
+                        " がありません: " + fileLabel(path));
         if (!seen.insert(lowerAscii(sh->name)).second)
             throw Error("シート名 \"" + sh->name + "\" が重複しています: " + fileLabel(path));
         sh->handle.reset(new Worksheet(sh.get()));
@@ -310,7 +319,8 @@ void BookImpl::validate()
                     std::size_t idx = 0;
                     auto res = std::from_chars(c.v.data(), c.v.data() + c.v.size(), idx);
                     if (res.ec != std::errc() || idx >= sst.size())
-                        throw Error(where + " のセル " + cellName(row.r, c.col) + " の共有文字列番号が範囲外です。");
+                        throw Error(where + " のセル " + cellName(row.r, c.col) +
+                                    " の共有文字列番号が範囲外です。");
                 }
             }
         }
@@ -324,6 +334,19 @@ void BookImpl::validate()
                 if (!(m[j].lastCol < m[i].firstCol || m[j].firstCol > m[i].lastCol))
                     throw Error(where + " の結合セル " + cellName(m[i].firstRow, m[i].firstCol) + " と " +
                                 cellName(m[j].firstRow, m[j].firstCol) + " が重なっています。");
+        }
+        std::size_t lastPos = 0;
+        for (auto n : s.doc.document_element().children()) {
+            if (n.type() != pugi::node_element)
+                continue;
+            std::size_t pos = 0;
+            while (pos < kWorksheetOrder.size() && std::strcmp(kWorksheetOrder[pos], lname(n)) != 0)
+                ++pos;
+            if (pos == kWorksheetOrder.size())
+                continue; // unknown extension element: left where it is
+            if (pos < lastPos)
+                throw Error(where + " の要素 " + std::string(lname(n)) + " の位置が不正です。");
+            lastPos = pos;
         }
         if (s.breaks.size() > 1023)
             throw Error(where + " の改ページが1023を超えています。");
@@ -440,23 +463,31 @@ void SheetImpl::insertRows(int top, int count)
                         if (k2 == "ref")
                             ref = v2;
                     if (parseRange(ref, r1, c1, r2, c2) && r1 < top && top <= r2)
-                        throw Error(where + " の配列数式 " + ref + " が挿入位置にまたがるため行を挿入できません。");
+                        throw Error(where + " の配列数式 " + ref +
+                                    " が挿入位置にまたがるため行を挿入できません。");
                 }
             }
         }
     Package& pkg = *book->pkg;
+    std::vector<std::string> movingTables; // tables wholly below the insertion row
     for (auto& rel : pkg.relationships(part)) {
         if (rel.external)
             continue;
         if (rel.type.find("/pivotTable") != std::string::npos)
             throw Error(where + " にはピボットテーブルがあるため行を挿入できません。");
-        if (rel.type.size() >= 6 && rel.type.compare(rel.type.size() - 6, 6, "/table") == 0 && pkg.has(rel.resolved)) {
+        if (rel.type.size() >= 6 && rel.type.compare(rel.type.size() - 6, 6, "/table") == 0 &&
+            pkg.has(rel.resolved)) {
             pugi::xml_document t;
             Package::parseXml(t, pkg.read(rel.resolved), rel.resolved);
-            int r1, c1, r2, c2;
-            if (parseRange(t.document_element().attribute("ref").value(), r1, c1, r2, c2) && r2 >= top)
-                throw Error(where + " のテーブル（" + std::string(t.document_element().attribute("ref").value()) +
-                            "）が挿入位置以降にあるため行を挿入できません。");
+            int r1 = 0, c1 = 0, r2 = 0, c2 = 0;
+            if (!parseRange(t.document_element().attribute("ref").value(), r1, c1, r2, c2))
+                throw Error("パーツ " + rel.resolved + " のテーブル範囲が不正です。");
+            if (r1 < top && top <= r2)
+                throw Error(where + " のテーブル（" +
+                            std::string(t.document_element().attribute("ref").value()) +
+                            "）が挿入位置にまたがるため行を挿入できません。");
+            if (r2 >= top)
+                movingTables.push_back(rel.resolved);
         }
         if (rel.type.size() >= 9 && rel.type.compare(rel.type.size() - 9, 9, "/comments") == 0 &&
             pkg.has(rel.resolved)) {
@@ -504,7 +535,8 @@ void SheetImpl::insertRows(int top, int count)
                     "\" に行を挿入できません。");
 
     // --- apply
-    auto firstMoving = std::lower_bound(rows.begin(), rows.end(), top, [](const Row& a, int v) { return a.r < v; });
+    auto firstMoving =
+        std::lower_bound(rows.begin(), rows.end(), top, [](const Row& a, int v) { return a.r < v; });
     for (auto it = firstMoving; it != rows.end(); ++it)
         it->r += count;
     for (auto& p : pending) {
@@ -516,6 +548,20 @@ void SheetImpl::insertRows(int top, int count)
     }
     for (auto& [n, f] : pendingNames)
         n.text().set(f.c_str());
+    for (auto& tp : movingTables) {
+        pugi::xml_document t;
+        Package::parseXml(t, pkg.read(tp), tp);
+        auto root = t.document_element();
+        auto moveRef = [&](pugi::xml_node n) {
+            if (n && n.attribute("ref"))
+                if (auto r = shiftSqrefForInsert(n.attribute("ref").value(), top, count))
+                    n.attribute("ref").set_value(r->c_str());
+        };
+        moveRef(root);
+        moveRef(childL(root, "autoFilter"));
+        moveRef(childL(root, "sortState"));
+        pkg.write(tp, Package::serialize(t));
+    }
     if (!pendingNames.empty())
         book->wbDirty = true;
     for (auto it = firstMoving; hasFormulas && it != rows.end(); ++it)
@@ -596,13 +642,22 @@ void SheetImpl::insertRows(int top, int count)
 // ---------------------------------------------------------------------------------------------
 // PageForm
 
-int PageForm::rowCount() const { return data_ ? data_->lastRow - data_->firstRow + 1 : 0; }
+int PageForm::rowCount() const
+{
+    return data_ ? data_->lastRow - data_->firstRow + 1 : 0;
+}
 
 // ---------------------------------------------------------------------------------------------
 // Worksheet
 
-const std::string& Worksheet::name() const { return impl_->name; }
-std::size_t Worksheet::index() const { return impl_->index; }
+const std::string& Worksheet::name() const
+{
+    return impl_->name;
+}
+std::size_t Worksheet::index() const
+{
+    return impl_->index;
+}
 
 static SheetImpl& loadedSheet(SheetImpl* s)
 {
@@ -639,7 +694,10 @@ std::string Worksheet::cellFormula(int row, int col) const
     return c && c->hasFormula() ? c->x->f : std::string();
 }
 
-bool Worksheet::hasCell(int row, int col) const { return loadedSheet(impl_).findCell(row, col) != nullptr; }
+bool Worksheet::hasCell(int row, int col) const
+{
+    return loadedSheet(impl_).findCell(row, col) != nullptr;
+}
 
 void Worksheet::setText(int row, int col, std::string_view utf8)
 {
@@ -773,7 +831,10 @@ std::optional<std::uint32_t> Worksheet::fillRgb(int row, int col) const
     return s.book->styles.fill(styleOf(s, row, col));
 }
 
-int Worksheet::lastUsedRow() const { return loadedSheet(impl_).lastUsedRow(); }
+int Worksheet::lastUsedRow() const
+{
+    return loadedSheet(impl_).lastUsedRow();
+}
 
 std::optional<double> Worksheet::rowHeight(int row) const
 {
@@ -791,7 +852,10 @@ std::optional<double> Worksheet::rowHeight(int row) const
     return std::nullopt;
 }
 
-std::vector<CellRange> Worksheet::mergedRanges() const { return loadedSheet(impl_).merges; }
+std::vector<CellRange> Worksheet::mergedRanges() const
+{
+    return loadedSheet(impl_).merges;
+}
 
 std::vector<int> Worksheet::rowBreaksAbove() const
 {
@@ -808,7 +872,8 @@ void Worksheet::addRowBreakAbove(int row)
     if (row < 2)
         return; // there is nothing above the first row to break from
     int id = row - 1;
-    auto it = std::lower_bound(s.breaks.begin(), s.breaks.end(), id, [](const Break& b, int v) { return b.id < v; });
+    auto it = std::lower_bound(s.breaks.begin(), s.breaks.end(), id,
+                               [](const Break& b, int v) { return b.id < v; });
     if (it != s.breaks.end() && it->id == id)
         return;
     if (s.breaks.size() >= 1023)
@@ -820,7 +885,10 @@ void Worksheet::addRowBreakAbove(int row)
     s.dirty = true;
 }
 
-void Worksheet::insertRows(int row, int count) { loadedSheet(impl_).insertRows(row, count); }
+void Worksheet::insertRows(int row, int count)
+{
+    loadedSheet(impl_).insertRows(row, count);
+}
 
 PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
 {
@@ -828,7 +896,8 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
     s.checkRow(firstRow);
     s.checkRow(lastRow);
     if (lastRow < firstRow)
-        throw Error("ページの行範囲が不正です（" + std::to_string(firstRow) + "〜" + std::to_string(lastRow) + "）。");
+        throw Error("ページの行範囲が不正です（" + std::to_string(firstRow) + "〜" + std::to_string(lastRow) +
+                    "）。");
     auto fd = std::make_shared<FormData>();
     fd->book = s.book;
     fd->firstRow = firstRow;
@@ -929,7 +998,8 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
                 }
         copies.push_back(std::move(nr));
     }
-    auto pos = std::lower_bound(s.rows.begin(), s.rows.end(), topRow, [](const Row& a, int v) { return a.r < v; });
+    auto pos =
+        std::lower_bound(s.rows.begin(), s.rows.end(), topRow, [](const Row& a, int v) { return a.r < v; });
     s.rows.insert(pos, std::make_move_iterator(copies.begin()), std::make_move_iterator(copies.end()));
     if (fd.sharedRefs)
         s.book->sst.addRefs(fd.sharedRefs);
@@ -1024,7 +1094,8 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
                 if (an == "r:id" || (an.size() > 3 && an.compare(an.size() - 3, 3, ":id") == 0)) {
                     for (auto& r : rels)
                         if (r.id == a.value()) {
-                            std::string nid = s.book->pkg->addRelationship(s.part, r.type, r.target, r.external);
+                            std::string nid =
+                                s.book->pkg->addRelationship(s.part, r.type, r.target, r.external);
                             a.set_value(nid.c_str());
                             break;
                         }
@@ -1075,8 +1146,8 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
 
 static std::string printAreaText(const std::string& sheetName, const CellRange& a)
 {
-    return quoteSheetName(sheetName) + "!$" + columnName(a.firstCol) + "$" + std::to_string(a.firstRow) + ":$" +
-           columnName(a.lastCol) + "$" + std::to_string(a.lastRow);
+    return quoteSheetName(sheetName) + "!$" + columnName(a.firstCol) + "$" + std::to_string(a.firstRow) +
+           ":$" + columnName(a.lastCol) + "$" + std::to_string(a.lastRow);
 }
 
 void Worksheet::setPrintArea(const CellRange& area)
@@ -1092,8 +1163,8 @@ void Worksheet::setPrintArea(const CellRange& area)
     std::string text = printAreaText(s.name, area);
     pugi::xml_node found;
     for (auto n : dn.children())
-        if (std::string(n.attribute("name").value()) == "_xlnm.Print_Area" &&
-            n.attribute("localSheetId") && n.attribute("localSheetId").as_uint(99999) == s.index) {
+        if (std::string(n.attribute("name").value()) == "_xlnm.Print_Area" && n.attribute("localSheetId") &&
+            n.attribute("localSheetId").as_uint(99999) == s.index) {
             found = n;
             break;
         }
@@ -1129,7 +1200,8 @@ std::optional<CellRange> Worksheet::printArea() const
             rewriteFormula(n.text().get(), [&](Ref& r) {
                 if (out || r.a.row == 0 || r.a.col == 0)
                     return false;
-                out = CellRange{r.a.row, r.a.col, r.isRange ? r.b.row : r.a.row, r.isRange ? r.b.col : r.a.col};
+                out =
+                    CellRange{r.a.row, r.a.col, r.isRange ? r.b.row : r.a.row, r.isRange ? r.b.col : r.a.col};
                 return false;
             });
             return out;
@@ -1210,7 +1282,8 @@ void Worksheet::rename(std::string_view newNameView)
     book.wbDirty = true;
     // docProps/app.xml lists the sheet names
     for (auto& rel : book.pkg->relationships(""))
-        if (!rel.external && rel.type.find("/extended-properties") != std::string::npos && book.pkg->has(rel.resolved)) {
+        if (!rel.external && rel.type.find("/extended-properties") != std::string::npos &&
+            book.pkg->has(rel.resolved)) {
             pugi::xml_document app;
             Package::parseXml(app, book.pkg->read(rel.resolved), rel.resolved);
             bool changed = false;
@@ -1258,7 +1331,10 @@ Workbook Workbook::open(const std::filesystem::path& path)
     return w;
 }
 
-const std::filesystem::path& Workbook::path() const { return impl_->pkg->path(); }
+const std::filesystem::path& Workbook::path() const
+{
+    return impl_->pkg->path();
+}
 
 std::vector<std::string> Workbook::sheetNames() const
 {
@@ -1268,7 +1344,10 @@ std::vector<std::string> Workbook::sheetNames() const
     return v;
 }
 
-std::size_t Workbook::sheetCount() const { return impl_->sheets.size(); }
+std::size_t Workbook::sheetCount() const
+{
+    return impl_->sheets.size();
+}
 
 std::optional<std::size_t> Workbook::findSheet(std::string_view name) const
 {
@@ -1306,14 +1385,29 @@ Worksheet& Workbook::sheet(std::size_t index)
     return *s.handle;
 }
 
-const std::vector<std::string>& Workbook::warnings() const { return impl_->warnings; }
+const std::vector<std::string>& Workbook::warnings() const
+{
+    return impl_->warnings;
+}
 
-void Workbook::validate() const { impl_->validate(); }
+void Workbook::validate() const
+{
+    impl_->validate();
+}
 
-bool Workbook::modified() const { return impl_->modified(); }
+bool Workbook::modified() const
+{
+    return impl_->modified();
+}
 
-void Workbook::save() { impl_->save(impl_->pkg->path()); }
+void Workbook::save()
+{
+    impl_->save(impl_->pkg->path());
+}
 
-void Workbook::saveAs(const std::filesystem::path& path) { impl_->save(path); }
+void Workbook::saveAs(const std::filesystem::path& path)
+{
+    impl_->save(path);
+}
 
 } // namespace xlsx

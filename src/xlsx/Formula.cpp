@@ -4,12 +4,20 @@
 
 #include <cstring>
 
-namespace xlsx::detail {
+namespace xlsx::detail
+{
 
-namespace {
+namespace
+{
 
-bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isLetter(char c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
 bool isIdentChar(char c)
 {
     return isLetter(c) || isDigit(c) || c == '_' || c == '.' || c == '$' || c == '\\' || c == '?' ||
@@ -151,7 +159,10 @@ std::string columnName(int col)
     return s;
 }
 
-std::string cellName(int row, int col) { return columnName(col) + std::to_string(row); }
+std::string cellName(int row, int col)
+{
+    return columnName(col) + std::to_string(row);
+}
 
 bool parseCellRef(std::string_view text, int& row, int& col)
 {
@@ -407,7 +418,8 @@ std::optional<std::string> rewriteSqref(std::string_view sqref, const RefVisitor
     return rewriteFormula(sqref, visit);
 }
 
-namespace {
+namespace
+{
 
 bool insertVisit(Ref& r, int top, int count)
 {
@@ -453,8 +465,8 @@ std::optional<std::string> shiftForInsert(std::string_view formula, std::string_
                 *sawThreeD = true;
             return false;
         }
-        bool onTarget = r.sheet.empty() ? (!own.empty() && sameSheetName(own, target))
-                                        : sameSheetName(r.sheet, target);
+        bool onTarget =
+            r.sheet.empty() ? (!own.empty() && sameSheetName(own, target)) : sameSheetName(r.sheet, target);
         if (!onTarget)
             return false;
         return insertVisit(r, top, count);

@@ -7,7 +7,8 @@
 #include <string>
 #include <string_view>
 
-namespace xlsx::detail {
+namespace xlsx::detail
+{
 
 constexpr int kMaxRow = 1048576;
 constexpr int kMaxCol = 16384;
@@ -23,11 +24,11 @@ struct RefPart {
 
 // A reference with its sheet qualifier. sheet is empty for an unqualified reference.
 struct Ref {
-    std::string sheet;       // unquoted sheet name
-    bool external = false;   // [n]Sheet! : another workbook, never changed
-    bool threeD = false;     // Sheet1:Sheet3!
+    std::string sheet;     // unquoted sheet name
+    bool external = false; // [n]Sheet! : another workbook, never changed
+    bool threeD = false;   // Sheet1:Sheet3!
     bool isRange = false;
-    RefPart a, b;            // b only for ranges
+    RefPart a, b; // b only for ranges
 };
 
 // Visitor: may change the reference in place; returns true when it did.

@@ -9,25 +9,26 @@
 
 #include <cstring>
 #include <map>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
-namespace xlsx::detail {
+namespace xlsx::detail
+{
 
 using Attrs = std::vector<std::pair<std::string, std::string>>;
 
 enum CellType : std::uint8_t { TNone, TShared, TStr, TInline, TBool, TError, TNumber, TDate };
 
 struct CellExtra {
-    Attrs attrs;          // cell attributes other than r, s, t
+    Attrs attrs; // cell attributes other than r, s, t
     bool hasF = false;
     Attrs fAttrs;
     std::string f;
-    std::string raw;      // other children (is, extLst) as XML
+    std::string raw; // other children (is, extLst) as XML
 };
 
 struct Cell {
@@ -47,7 +48,7 @@ struct Row {
 };
 
 struct Break {
-    int id = 0; // break after row id (0-based row of the break line)
+    int id = 0;  // break after row id (0-based row of the break line)
     Attrs attrs; // other attributes than id
 };
 
@@ -65,12 +66,13 @@ extern const std::vector<const char*> kWorksheetOrder;
 extern const std::vector<const char*> kWorkbookOrder;
 extern const std::vector<const char*> kStyleOrder;
 
-std::string decodeEscapes(std::string_view s);   // _xHHHH_ -> characters
-std::string encodeEscapes(std::string_view s);   // control characters -> _xHHHH_
+std::string decodeEscapes(std::string_view s); // _xHHHH_ -> characters
+std::string encodeEscapes(std::string_view s); // control characters -> _xHHHH_
 void escapeXml(std::string& out, std::string_view s, bool attribute);
 std::string numberText(double v);
 
-class SharedStrings {
+class SharedStrings
+{
 public:
     void load(Package& pkg, const std::string& part);
     void create(Package& pkg, const std::string& workbookPart);
@@ -78,7 +80,11 @@ public:
     std::size_t size() const { return items_.size(); }
     std::string text(std::size_t index) const;
     int intern(const std::string& text); // plain text entry
-    void addRefs(long long n) { refDelta_ += n; dirty_ = dirty_ || n != 0; }
+    void addRefs(long long n)
+    {
+        refDelta_ += n;
+        dirty_ = dirty_ || n != 0;
+    }
     bool dirty() const { return dirty_; }
     void flush(Package& pkg);
 
@@ -100,7 +106,8 @@ struct StylePatch {
     std::string key() const;
 };
 
-class Styles {
+class Styles
+{
 public:
     void load(Package& pkg, const std::string& part);
     bool loaded() const { return !part_.empty(); }
@@ -108,6 +115,7 @@ public:
     int derive(int base, const StylePatch& patch);
     int numFmtId(const std::string& code);
     std::string numFmtCode(int xf) const;
+    std::string codeOfId(int numFmtId) const;
     HAlign align(int xf) const;
     bool strike(int xf) const;
     std::optional<std::uint32_t> fill(int xf) const;
@@ -116,6 +124,7 @@ public:
 
 private:
     void indexAll();
+    int deriveChanged(int base, const StylePatch& patch);
     int intern(pugi::xml_node container, std::vector<pugi::xml_node>& list,
                std::unordered_map<std::string, int>& map, pugi::xml_node candidate);
     std::string part_;
@@ -163,7 +172,11 @@ struct SheetImpl {
     bool drawingDirty = false;
 
     void load();
-    void ensureLoaded() { if (!loaded) load(); }
+    void ensureLoaded()
+    {
+        if (!loaded)
+            load();
+    }
     std::string serialize();
 
     Row* findRow(int r);

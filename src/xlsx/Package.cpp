@@ -8,17 +8,23 @@
 #include <fstream>
 #include <set>
 
-namespace xlsx::detail {
+namespace xlsx::detail
+{
 
-namespace {
+namespace
+{
 
 constexpr zip_uint64_t kMaxPartSize = 256ull * 1024 * 1024;   // one part, uncompressed
 constexpr zip_uint64_t kMaxTotalRead = 1024ull * 1024 * 1024; // everything read from one file
-constexpr zip_uint64_t kMaxRatio = 1000;                       // uncompressed / compressed
+constexpr zip_uint64_t kMaxRatio = 1000;                      // uncompressed / compressed
 constexpr std::size_t kReaddThreshold = 65536;
 constexpr zip_uint32_t kDeflateLevel = 6;
 
-std::string fileLabel(const std::filesystem::path& p) { return p.filename().u8string().empty() ? std::string() : reinterpret_cast<const char*>(p.filename().u8string().c_str()); }
+std::string fileLabel(const std::filesystem::path& p)
+{
+    return p.filename().u8string().empty() ? std::string()
+                                           : reinterpret_cast<const char*>(p.filename().u8string().c_str());
+}
 
 struct StringWriter : pugi::xml_writer {
     std::string out;
@@ -103,8 +109,8 @@ Package::Package(const std::filesystem::path& path) : path_(path)
     if (!zip_) {
         zip_error_t ze;
         zip_error_init_with_code(&ze, err);
-        std::string msg = "ブックを開けません（xlsx形式ではないか、壊れています）: " + fileLabel(path) + " (" +
-                          zip_error_strerror(&ze) + ")";
+        std::string msg = "ブックを開けません（xlsx形式ではないか、壊れています）: " + fileLabel(path) +
+                          " (" + zip_error_strerror(&ze) + ")";
         zip_error_fini(&ze);
         throw Error(msg);
     }
@@ -165,7 +171,10 @@ const Package::Entry* Package::find(const std::string& name) const
     return &it->second;
 }
 
-bool Package::has(const std::string& name) const { return find(name) != nullptr; }
+bool Package::has(const std::string& name) const
+{
+    return find(name) != nullptr;
+}
 
 std::vector<std::string> Package::partNames() const
 {
@@ -197,7 +206,8 @@ const std::string& Package::read(const std::string& name)
     (void)dummy;
     zip_file_t* f = zip_fopen_index(zip_, static_cast<zip_uint64_t>(e->index), 0);
     if (!f)
-        throw Error("パーツ " + name + " を開けません: " + fileLabel(path_) + " (" + zip_strerror(zip_) + ")");
+        throw Error("パーツ " + name + " を開けません: " + fileLabel(path_) + " (" + zip_strerror(zip_) +
+                    ")");
     std::string data;
     if (st.valid & ZIP_STAT_SIZE)
         data.reserve(static_cast<std::size_t>(st.size));
@@ -222,7 +232,9 @@ const std::string& Package::read(const std::string& name)
         throw Error("パーツ " + name + " が壊れています（長さが違います）: " + fileLabel(path_));
     e->bytes = std::move(data);
     e->loaded = true;
-    (void)kMaxTotalRead;
+    totalRead_ += e->bytes.size();
+    if (totalRead_ > kMaxTotalRead)
+        throw Error("ブックの展開後の大きさが上限（1 GB）を超えました: " + fileLabel(path_));
     return e->bytes;
 }
 
@@ -295,7 +307,8 @@ void Package::saveTo(const std::filesystem::path& target)
         if (ec)
             throw Error("ブックを保存できません: " + fileLabel(target) + " (" + ec.message() + ")");
         // a copy of a read-only template must still be writable by its owner
-        std::filesystem::permissions(target, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
+        std::filesystem::permissions(target,
+                                     std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
                                      std::filesystem::perm_options::add, ec);
     }
     int err = 0;
@@ -306,7 +319,8 @@ void Package::saveTo(const std::filesystem::path& target)
         throw Error("ブックを保存できません: " + fileLabel(target));
     }
     auto fail = [&](const std::string& what) {
-        std::string msg = "ブックを保存できません: " + fileLabel(target) + " (" + what + ": " + zip_strerror(w) + ")";
+        std::string msg =
+            "ブックを保存できません: " + fileLabel(target) + " (" + what + ": " + zip_strerror(w) + ")";
         zip_discard(w);
         if (!samePath)
             std::filesystem::remove(target, ec);

@@ -11,7 +11,8 @@
 
 typedef struct zip zip_t;
 
-namespace xlsx::detail {
+namespace xlsx::detail
+{
 
 struct Relationship {
     std::string id;
@@ -21,7 +22,8 @@ struct Relationship {
     std::string resolved; // part name for internal targets
 };
 
-class Package {
+class Package
+{
 public:
     explicit Package(const std::filesystem::path& path);
     ~Package();
@@ -47,8 +49,8 @@ public:
     // Relationships of a part ("" for the package itself).
     static std::string relsName(const std::string& source);
     std::vector<Relationship> relationships(const std::string& source);
-    std::string addRelationship(const std::string& source, const std::string& type,
-                                const std::string& target, bool external = false);
+    std::string addRelationship(const std::string& source, const std::string& type, const std::string& target,
+                                bool external = false);
     void removeRelationship(const std::string& source, const std::string& id);
 
     // XML helpers shared by the engine.
@@ -77,6 +79,7 @@ private:
     std::map<std::string, std::unique_ptr<pugi::xml_document>> rels_;
     std::map<std::string, bool> relsDirty_;
     bool contentTypesDirty_ = false;
+    unsigned long long totalRead_ = 0;
 };
 
 std::string lowerAscii(std::string s);

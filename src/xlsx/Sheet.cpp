@@ -5,9 +5,11 @@
 #include <charconv>
 #include <cstring>
 
-namespace xlsx::detail {
+namespace xlsx::detail
+{
 
-namespace {
+namespace
+{
 
 const char* kMarker = "BH-SHEETDATA-5c1e9a";
 
@@ -38,13 +40,20 @@ CellType parseType(const char* t, const std::string& where)
 const char* typeName(CellType t)
 {
     switch (t) {
-    case TShared: return "s";
-    case TStr: return "str";
-    case TInline: return "inlineStr";
-    case TBool: return "b";
-    case TError: return "e";
-    case TDate: return "d";
-    default: return nullptr;
+    case TShared:
+        return "s";
+    case TStr:
+        return "str";
+    case TInline:
+        return "inlineStr";
+    case TBool:
+        return "b";
+    case TError:
+        return "e";
+    case TDate:
+        return "d";
+    default:
+        return nullptr;
     }
 }
 
@@ -108,13 +117,15 @@ void SheetImpl::load()
             if (cr) {
                 int rr = 0, cc = 0;
                 if (!parseCellRef(cr.value(), rr, cc) || rr != row.r)
-                    throw Error("パーツ " + part + " のセル番地 \"" + std::string(cr.value()) + "\" が不正です。");
+                    throw Error("パーツ " + part + " のセル番地 \"" + std::string(cr.value()) +
+                                "\" が不正です。");
                 c.col = cc;
             } else {
                 c.col = prevCol + 1;
             }
             if (c.col <= prevCol || c.col > kMaxCol)
-                throw Error("パーツ " + part + " のセルの順序が不正です（行 " + std::to_string(row.r) + "）。");
+                throw Error("パーツ " + part + " のセルの順序が不正です（行 " + std::to_string(row.r) +
+                            "）。");
             prevCol = c.col;
             std::shared_ptr<CellExtra> x;
             for (auto a : cn.attributes()) {

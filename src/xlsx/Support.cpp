@@ -5,24 +5,61 @@
 #include <cmath>
 #include <cstring>
 
-namespace xlsx::detail {
+namespace xlsx::detail
+{
 
-const std::vector<const char*> kWorksheetOrder = {
-    "sheetPr", "dimension", "sheetViews", "sheetFormatPr", "cols", "sheetData", "sheetCalcPr",
-    "sheetProtection", "protectedRanges", "scenarios", "autoFilter", "sortState", "dataConsolidate",
-    "customSheetViews", "mergeCells", "phoneticPr", "conditionalFormatting", "dataValidations",
-    "hyperlinks", "printOptions", "pageMargins", "pageSetup", "headerFooter", "rowBreaks", "colBreaks",
-    "customProperties", "cellWatches", "ignoredErrors", "smartTags", "drawing", "legacyDrawing",
-    "legacyDrawingHF", "drawingHF", "picture", "oleObjects", "controls", "webPublishItems", "tableParts",
-    "extLst"};
-const std::vector<const char*> kWorkbookOrder = {
-    "fileVersion", "fileSharing", "workbookPr", "workbookProtection", "bookViews", "sheets",
-    "functionGroups", "externalReferences", "definedNames", "calcPr", "oleSize", "customWorkbookViews",
-    "pivotCaches", "smartTagPr", "smartTagTypes", "webPublishing", "fileRecoveryPr", "webPublishObjects",
-    "extLst"};
-const std::vector<const char*> kStyleOrder = {"numFmts", "fonts", "fills", "borders", "cellStyleXfs",
-                                              "cellXfs", "cellStyles", "dxfs", "tableStyles", "colors",
-                                              "extLst"};
+const std::vector<const char*> kWorksheetOrder = {"sheetPr",
+                                                  "dimension",
+                                                  "sheetViews",
+                                                  "sheetFormatPr",
+                                                  "cols",
+                                                  "sheetData",
+                                                  "sheetCalcPr",
+                                                  "sheetProtection",
+                                                  "protectedRanges",
+                                                  "scenarios",
+                                                  "autoFilter",
+                                                  "sortState",
+                                                  "dataConsolidate",
+                                                  "customSheetViews",
+                                                  "mergeCells",
+                                                  "phoneticPr",
+                                                  "conditionalFormatting",
+                                                  "dataValidations",
+                                                  "hyperlinks",
+                                                  "printOptions",
+                                                  "pageMargins",
+                                                  "pageSetup",
+                                                  "headerFooter",
+                                                  "rowBreaks",
+                                                  "colBreaks",
+                                                  "customProperties",
+                                                  "cellWatches",
+                                                  "ignoredErrors",
+                                                  "smartTags",
+                                                  "drawing",
+                                                  "legacyDrawing",
+                                                  "legacyDrawingHF",
+                                                  "drawingHF",
+                                                  "picture",
+                                                  "oleObjects",
+                                                  "controls",
+                                                  "webPublishItems",
+                                                  "tableParts",
+                                                  "extLst"};
+const std::vector<const char*> kWorkbookOrder = {"fileVersion",    "fileSharing",
+                                                 "workbookPr",     "workbookProtection",
+                                                 "bookViews",      "sheets",
+                                                 "functionGroups", "externalReferences",
+                                                 "definedNames",   "calcPr",
+                                                 "oleSize",        "customWorkbookViews",
+                                                 "pivotCaches",    "smartTagPr",
+                                                 "smartTagTypes",  "webPublishing",
+                                                 "fileRecoveryPr", "webPublishObjects",
+                                                 "extLst"};
+const std::vector<const char*> kStyleOrder = {"numFmts",      "fonts",   "fills",      "borders",
+                                              "cellStyleXfs", "cellXfs", "cellStyles", "dxfs",
+                                              "tableStyles",  "colors",  "extLst"};
 
 pugi::xml_node childL(const pugi::xml_node& n, const char* local)
 {
@@ -55,7 +92,10 @@ pugi::xml_node ensureChild(pugi::xml_node parent, const char* local, const std::
     return parent.append_child((prefix + local).c_str());
 }
 
-static bool isHex(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+static bool isHex(char c)
+{
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
 
 static void appendUtf8(std::string& out, unsigned cp)
 {
@@ -113,16 +153,24 @@ void escapeXml(std::string& out, std::string_view s, bool attribute)
 {
     for (char c : s) {
         switch (c) {
-        case '&': out += "&amp;"; break;
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
         case '"':
             if (attribute)
                 out += "&quot;";
             else
                 out += c;
             break;
-        case '\r': out += "&#13;"; break;
+        case '\r':
+            out += "&#13;";
+            break;
         case '\n':
             if (attribute)
                 out += "&#10;";
@@ -135,7 +183,8 @@ void escapeXml(std::string& out, std::string_view s, bool attribute)
             else
                 out += c;
             break;
-        default: out += c;
+        default:
+            out += c;
         }
     }
 }
@@ -224,9 +273,9 @@ int SharedStrings::intern(const std::string& text)
         prefix = rn.substr(0, colon + 1);
     auto si = doc_.document_element().append_child((prefix + "si").c_str());
     auto t = si.append_child((prefix + "t").c_str());
-    if (!text.empty() && (text.front() == ' ' || text.back() == ' ' || text.front() == '\t' ||
-                          text.back() == '\t' || text.find('\n') != std::string::npos ||
-                          text.find('\r') != std::string::npos))
+    if (!text.empty() &&
+        (text.front() == ' ' || text.back() == ' ' || text.front() == '\t' || text.back() == '\t' ||
+         text.find('\n') != std::string::npos || text.find('\r') != std::string::npos))
         t.append_attribute("xml:space") = "preserve";
     t.text().set(encodeEscapes(text).c_str());
     int idx = static_cast<int>(items_.size());
@@ -333,10 +382,17 @@ int Styles::intern(pugi::xml_node container, std::vector<pugi::xml_node>& list,
 
 static const std::map<std::string, int>& builtinFormats()
 {
-    static const std::map<std::string, int> m = {{"General", 0},    {"0", 1},        {"0.00", 2},
-                                                 {"#,##0", 3},      {"#,##0.00", 4}, {"0%", 9},
-                                                 {"0.00%", 10},     {"0.00E+00", 11}, {"# ?/?", 12},
-                                                 {"# ?\?/?\?", 13},   {"#,##0 ;(#,##0)", 37},
+    static const std::map<std::string, int> m = {{"General", 0},
+                                                 {"0", 1},
+                                                 {"0.00", 2},
+                                                 {"#,##0", 3},
+                                                 {"#,##0.00", 4},
+                                                 {"0%", 9},
+                                                 {"0.00%", 10},
+                                                 {"0.00E+00", 11},
+                                                 {"# ?/?", 12},
+                                                 {"# ?\?/?\?", 13},
+                                                 {"#,##0 ;(#,##0)", 37},
                                                  {"@", 49}};
     return m;
 }
@@ -379,7 +435,11 @@ std::string Styles::numFmtCode(int xf) const
 {
     if (xf < 0 || static_cast<std::size_t>(xf) >= xfs_.size())
         return "General";
-    int id = xfs_[static_cast<std::size_t>(xf)].attribute("numFmtId").as_int(0);
+    return codeOfId(xfs_[static_cast<std::size_t>(xf)].attribute("numFmtId").as_int(0));
+}
+
+std::string Styles::codeOfId(int id) const
+{
     if (auto it = numFmts_.find(id); it != numFmts_.end())
         return it->second;
     for (auto& [code, bid] : builtinFormats())
@@ -413,7 +473,8 @@ bool Styles::strike(int xf) const
     if (font < 0 || static_cast<std::size_t>(font) >= fonts_.size())
         return false;
     auto s = childL(fonts_[static_cast<std::size_t>(font)], "strike");
-    return s && std::string(s.attribute("val").value()) != "0" && std::string(s.attribute("val").value()) != "false";
+    return s && std::string(s.attribute("val").value()) != "0" &&
+           std::string(s.attribute("val").value()) != "false";
 }
 
 std::optional<std::uint32_t> Styles::fill(int xf) const
@@ -445,6 +506,23 @@ int Styles::derive(int base, const StylePatch& patch)
         base = 0;
     if (xfs_.empty())
         throw Error("styles.xml にセル書式（cellXfs）がありません。");
+    // a patch that changes nothing keeps the cell's format as it is
+    StylePatch p = patch;
+    if (p.numFmt >= 0 && numFmtCode(base) == codeOfId(p.numFmt))
+        p.numFmt = -1;
+    if (p.align >= 0 && static_cast<int>(align(base)) == p.align)
+        p.align = -1;
+    if (p.strike >= 0 && strike(base) == (p.strike != 0))
+        p.strike = -1;
+    if (p.fill >= 0 && fill(base) == std::optional<std::uint32_t>(static_cast<std::uint32_t>(p.fill)))
+        p.fill = -1;
+    if (p.numFmt < 0 && p.align < 0 && p.strike < 0 && p.fill < 0)
+        return base;
+    return deriveChanged(base, p);
+}
+
+int Styles::deriveChanged(int base, const StylePatch& patch)
+{
     auto memoKey = std::make_pair(base, patch.key());
     if (auto it = memo_.find(memoKey); it != memo_.end())
         return it->second;

@@ -17,16 +17,19 @@
 #include <string_view>
 #include <vector>
 
-namespace xlsx {
+namespace xlsx
+{
 
-namespace detail {
+namespace detail
+{
 struct BookImpl;
 struct SheetImpl;
 struct FormData;
 } // namespace detail
 
 // Every failure of the engine: unreadable or damaged packages, refused edits, bad arguments.
-class Error : public std::runtime_error {
+class Error : public std::runtime_error
+{
 public:
     using std::runtime_error::runtime_error;
 };
@@ -45,7 +48,8 @@ struct CellRange {
 // A snapshot of the rows 1..N of a sheet (cells, styles, row heights, merges, page breaks,
 // conditional formats, validations, hyperlinks, drawing anchors), taken before the sheet is
 // filled and pasted again for every further page. Cheap to copy.
-class PageForm {
+class PageForm
+{
 public:
     PageForm() = default;
     int rowCount() const;
@@ -56,7 +60,8 @@ private:
     std::shared_ptr<const detail::FormData> data_;
 };
 
-class Worksheet {
+class Worksheet
+{
 public:
     const std::string& name() const;
     std::size_t index() const; // 0-based position in tab order
@@ -117,7 +122,8 @@ private:
     detail::SheetImpl* impl_;
 };
 
-class Workbook {
+class Workbook
+{
 public:
     // Opens the package at path (read lazily; the file is not locked). Throws Error.
     static Workbook open(const std::filesystem::path& path);

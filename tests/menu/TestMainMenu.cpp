@@ -4,6 +4,7 @@
 #include "Initial.h"
 #include "KVRInfo.h"
 #include "Logo.h"
+#include "Main.h"
 #include "MainMenu.h"
 #include "MenuTestSupport.h"
 #include "MessageService.h"
@@ -270,6 +271,38 @@ private Q_SLOTS:
         QVERIFY(!screen);
         QVERIFY(!m_ctx->enableMenuButtons);
         enable(true); // a late call from a screen finds no menu and does nothing
+    }
+
+    void theStartRoutineShowsTheDressedMenuOnce()
+    {
+        writeCp932File(m_dir->filePath(QStringLiteral("PARA.ini")), completeMenuText());
+        const QString lockPath = m_dir->filePath(QStringLiteral("start.lock"));
+        AppContext ctx;
+        ctx.messages = &m_msgs;
+        Startup startup(ctx, lockPath);
+        int registered = 0;
+        std::unique_ptr<MainMenu> menu = Main(
+            ctx, startup, m_dir->path(), [&registered](MainMenu&) { ++registered; }, 200);
+        QVERIFY(menu);
+        QCOMPARE(registered, 1);
+        QVERIFY(menu->isVisible());
+        QCOMPARE(menu->windowTitle(), QStringLiteral("部品表"));
+        QCOMPARE(menu->state().CurrentButtonGroup.value(), 0);
+        QCOMPARE(menu->findChild<QPushButton*>(QStringLiteral("cmdLeft_0"))->text(),
+                 QStringLiteral("G1ボタン1"));
+        QPointer<KVRInfo> info = menu->findChild<KVRInfo*>(QStringLiteral("KVRInfo"));
+        QVERIFY(info && info->isVisible());
+        QTRY_VERIFY_WITH_TIMEOUT(!info, 5000);
+
+        // A second start while the first runs: the work folder is there, E001, no menu.
+        QDir(m_dir->path()).rmdir(QStringLiteral("WORK"));
+        AppContext second;
+        second.messages = &m_msgs;
+        Startup again(second, lockPath);
+        QVERIFY(!Main(second, again, m_dir->path()));
+        QVERIFY(QFileInfo(m_dir->filePath(QStringLiteral("WORK"))).isDir());
+        QCOMPARE(m_msgs.shown.size(), 1);
+        QCOMPARE(m_msgs.shown[0].text, QStringLiteral("既に起動しています。"));
     }
 
     void informationScreenClosesOnItsTimer()

@@ -6,12 +6,16 @@
 
 using namespace xlsx::detail;
 
-namespace {
+namespace
+{
 std::string ins(const std::string& f, const std::string& own = "Sheet1", int top = 10, int n = 5)
 {
     return shiftForInsert(f, own, "Sheet1", top, n).value_or(f);
 }
-std::string copy(const std::string& f, int rows, int cols = 0) { return shiftForCopy(f, rows, cols).value_or(f); }
+std::string copy(const std::string& f, int rows, int cols = 0)
+{
+    return shiftForCopy(f, rows, cols).value_or(f);
+}
 } // namespace
 
 TEST(XlsxFormula, InsertingRowsMovesReferencesAtOrBelowTheRowAndGrowsRanges)

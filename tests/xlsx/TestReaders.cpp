@@ -14,7 +14,8 @@
 
 using namespace xlsxtest;
 
-namespace {
+namespace
+{
 
 std::string run(const std::string& cmd, int* status)
 {
@@ -32,7 +33,10 @@ std::string run(const std::string& cmd, int* status)
     return out;
 }
 
-std::string q(const std::filesystem::path& p) { return "'" + p.string() + "'"; }
+std::string q(const std::filesystem::path& p)
+{
+    return "'" + p.string() + "'";
+}
 
 bool onPath(const std::string& tool)
 {
@@ -45,7 +49,8 @@ bool onPath(const std::string& tool)
 std::filesystem::path keptFolder(const std::string& name)
 {
     const char* b = std::getenv("BUHINHYO_BINARY_DIR");
-    auto dir = (b && *b ? std::filesystem::path(b) : std::filesystem::temp_directory_path()) / "tests/xlsx" / name;
+    auto dir =
+        (b && *b ? std::filesystem::path(b) : std::filesystem::temp_directory_path()) / "tests/xlsx" / name;
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
     return dir;
@@ -77,8 +82,9 @@ TEST(XlsxReaders, ExcelJsReadsBackWhatWasWritten)
         auto json = dir / (l.file + ".json");
         writeBytes(json, expected.toJson());
         int st = 0;
-        std::string cmd = "NODE_PATH=" + q(modules) + " node " + q(std::filesystem::path(XLSX_NODE_SRC) / "check_workbook.js") +
-                          " " + q(out) + " " + q(json);
+        std::string cmd = "NODE_PATH=" + q(modules) + " node " +
+                          q(std::filesystem::path(XLSX_NODE_SRC) / "check_workbook.js") + " " + q(out) + " " +
+                          q(json);
         std::string output = run(cmd, &st);
         EXPECT_EQ(st, 0) << output;
     }
@@ -105,8 +111,8 @@ TEST(XlsxReaders, LibreOfficePrintsOnePagePerFilledPage)
     files += " " + q(dir / "template.xlsx");
     int st = 0;
     std::string profile = "file://" + (dir / "profile").string();
-    std::string output = run("soffice -env:UserInstallation=" + profile + " --headless --convert-to pdf --outdir " +
-                                 q(dir / "pdf") + files,
+    std::string output = run("soffice -env:UserInstallation=" + profile +
+                                 " --headless --convert-to pdf --outdir " + q(dir / "pdf") + files,
                              &st);
     ASSERT_EQ(output.find("Error:"), std::string::npos) << output;
     for (auto& n : names) {
@@ -123,7 +129,8 @@ TEST(XlsxReaders, LibreOfficePrintsOnePagePerFilledPage)
         }
         if (n == "formulas") { // the page totals were recalculated for every page
             auto count = [&](const std::regex& re) {
-                return std::distance(std::sregex_iterator(text.begin(), text.end(), re), std::sregex_iterator());
+                return std::distance(std::sregex_iterator(text.begin(), text.end(), re),
+                                     std::sregex_iterator());
             };
             EXPECT_EQ(count(std::regex("頁計 +40 ")), 2) << text;
             EXPECT_EQ(count(std::regex("頁計 +5 ")), 1) << text;

@@ -9,13 +9,14 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <set>
 #include <random>
 #include <regex>
+#include <set>
 
 using namespace xlsxtest;
 
-namespace {
+namespace
+{
 
 std::string partOf(const std::filesystem::path& file, const std::string& name)
 {
@@ -87,7 +88,9 @@ TEST(XlsxWorkbook, PastedPagesCarryFormulasAnchorsValidationsAndReferences)
 {
     TempDir dir("pages");
     auto layouts = templateLayouts();
-    auto find = [&](const std::string& f) { return *std::find_if(layouts.begin(), layouts.end(), [&](auto& l) { return l.file == f; }); };
+    auto find = [&](const std::string& f) {
+        return *std::find_if(layouts.begin(), layouts.end(), [&](auto& l) { return l.file == f; });
+    };
 
     // formulas: the page total follows each page, other sheets and names follow the rename
     auto out = dir / "formulas.xlsx";
@@ -105,7 +108,8 @@ TEST(XlsxWorkbook, PastedPagesCarryFormulasAnchorsValidationsAndReferences)
         EXPECT_EQ(sum.cellFormula(2, 2), "SUM('DWG-2024-0815-A 01'!$H$8:$H$47)");
         EXPECT_EQ(sum.cellFormula(3, 2), "'DWG-2024-0815-A 01'!B3&\"/\"&'DWG-2024-0815-A 01'!B4");
         std::string wb = partOf(out, "xl/workbook.xml");
-        EXPECT_NE(wb.find("<definedName name=\"頁合計\">'DWG-2024-0815-A 01'!$H$48<"), std::string::npos) << wb;
+        EXPECT_NE(wb.find("<definedName name=\"頁合計\">'DWG-2024-0815-A 01'!$H$48<"), std::string::npos)
+            << wb;
         EXPECT_NE(wb.find("fullCalcOnLoad=\"1\""), std::string::npos);
         EXPECT_NE(partOf(out, "docProps/app.xml").find("DWG-2024-0815-A 01"), std::string::npos);
         // cached results are dropped so that no reader prints stale totals
@@ -118,17 +122,40 @@ TEST(XlsxWorkbook, PastedPagesCarryFormulasAnchorsValidationsAndReferences)
     fillThreePages(find("logo.xlsx"), out);
     {
         std::string drawing = partOf(out, "xl/drawings/drawing1.xml");
-        std::regex fromRow("<xdr:from><xdr:col>4</xdr:col><xdr:colOff>[0-9]+</xdr:colOff><xdr:row>([0-9]+)</xdr:row>");
+        std::regex fromRow(
+            "<xdr:from><xdr:col>4</xdr:col><xdr:colOff>[0-9]+</xdr:colOff><xdr:row>([0-9]+)</xdr:row>");
         std::vector<int> rows;
-        for (auto it = std::sregex_iterator(drawing.begin(), drawing.end(), fromRow); it != std::sregex_iterator(); ++it)
+        for (auto it = std::sregex_iterator(drawing.begin(), drawing.end(), fromRow);
+             it != std::sregex_iterator(); ++it)
             rows.push_back(std::stoi((*it)[1]));
         EXPECT_EQ(rows, (std::vector<int>{2, 52, 102})) << drawing;
         std::regex ids("<xdr:cNvPr id=\"([0-9]+)\"");
         std::set<int> seen;
-        for (auto it = std::sregex_iterator(drawing.begin(), drawing.end(), ids); it != std::sregex_iterator(); ++it)
+        for (auto it = std::sregex_iterator(drawing.begin(), drawing.end(), ids);
+             it != std::sregex_iterator(); ++it)
             EXPECT_TRUE(seen.insert(std::stoi((*it)[1])).second) << "duplicate picture id";
         EXPECT_EQ(seen.size(), 3u);
         EXPECT_EQ(partOf(out, "xl/media/image1.png"), partOf(dataFile("logo.xlsx"), "xl/media/image1.png"));
+        // the link in each page's last row, each with a relationship of its own
+        std::string sheet = partOf(out, "xl/worksheets/sheet1.xml");
+        std::string rels = partOf(out, "xl/worksheets/_rels/sheet1.xml.rels");
+        std::regex link("<hyperlink ref=\"(A[0-9]+)\" r:id=\"(rId[0-9]+)\"");
+        std::vector<std::string> refs;
+        std::set<std::string> linkIds;
+        for (auto it = std::sregex_iterator(sheet.begin(), sheet.end(), link); it != std::sregex_iterator();
+             ++it) {
+            refs.push_back((*it)[1]);
+            linkIds.insert((*it)[2]);
+            EXPECT_NE(
+                rels.find(
+                    "Id=\"" + std::string((*it)[2]) +
+                    "\" Type=\"http://schemas.openxmlformats.org/"
+                    "officeDocument/2006/relationships/hyperlink\" Target=\"https://example.co.jp/parts\""),
+                std::string::npos)
+                << rels;
+        }
+        EXPECT_EQ(refs, (std::vector<std::string>{"A50", "A100", "A150"})) << sheet;
+        EXPECT_EQ(linkIds.size(), 3u);
     }
 
     // validations and conditional formats are copied with each page
@@ -144,7 +171,8 @@ TEST(XlsxWorkbook, PastedPagesCarryFormulasAnchorsValidationsAndReferences)
         EXPECT_NE(sheet.find("<dataValidations count=\"6\""), std::string::npos);
         std::regex prio("priority=\"([0-9]+)\"");
         std::set<int> seen;
-        for (auto it = std::sregex_iterator(sheet.begin(), sheet.end(), prio); it != std::sregex_iterator(); ++it)
+        for (auto it = std::sregex_iterator(sheet.begin(), sheet.end(), prio); it != std::sregex_iterator();
+             ++it)
             EXPECT_TRUE(seen.insert(std::stoi((*it)[1])).second) << "duplicate priority";
         EXPECT_EQ(seen.size(), 6u);
     }
@@ -183,6 +211,59 @@ TEST(XlsxWorkbook, InsertingRowsMovesEverythingBelowAndGrowsWhatStraddles)
     EXPECT_EQ(again.sheet("部品表").cellFormula(53, 8), "SUM(H8:H52)");
 }
 
+namespace
+{
+
+// Replaces text inside one part of a package (the file is changed in place).
+void patchPart(const std::filesystem::path& file, const std::string& part, const std::string& from,
+               const std::string& to)
+{
+    std::string d = partOf(file, part);
+    auto pos = d.find(from);
+    ASSERT_NE(pos, std::string::npos) << d;
+    static std::string keep;
+    keep = d.substr(0, pos) + to + d.substr(pos + from.size());
+    int err = 0;
+    zip_t* z = zip_open(file.c_str(), 0, &err);
+    ASSERT_NE(z, nullptr);
+    zip_source_t* s = zip_source_buffer(z, keep.data(), keep.size(), 0);
+    zip_file_add(z, part.c_str(), s, ZIP_FL_OVERWRITE);
+    ASSERT_EQ(zip_close(z), 0);
+}
+
+} // namespace
+
+TEST(XlsxWorkbook, SharedFormulasBecomePlainFormulasThatMoveWithTheirPage)
+{
+    TempDir dir("shared");
+    auto file = dir / "shared.xlsx";
+    std::filesystem::copy_file(dataFile("header_boxes.xlsx"), file);
+    // a formula filled down the way spreadsheet programs store it: one master, two followers
+    patchPart(file, "xl/worksheets/sheet1.xml", "<c r=\"G8\" s=\"10\"/>",
+              "<c r=\"G8\" s=\"10\"><f t=\"shared\" ref=\"G8:G10\" si=\"0\">F8*$D$1</f><v>0</v></c>");
+    patchPart(file, "xl/worksheets/sheet1.xml", "<c r=\"G9\" s=\"10\"/>",
+              "<c r=\"G9\" s=\"10\"><f t=\"shared\" si=\"0\"/><v>0</v></c>");
+    patchPart(file, "xl/worksheets/sheet1.xml", "<c r=\"G10\" s=\"10\"/>",
+              "<c r=\"G10\" s=\"10\"><f t=\"shared\" si=\"0\"/><v>0</v></c>");
+    {
+        // unchanged, the sheet is kept exactly as it was
+        auto book = xlsx::Workbook::open(file);
+        EXPECT_EQ(book.sheet(0).cellFormula(10, 7), "F10*$D$1");
+        book.saveAs(dir / "same.xlsx");
+        EXPECT_EQ(zipParts(dir / "same.xlsx"), zipParts(file));
+    }
+    auto book = xlsx::Workbook::open(file);
+    auto& ws = book.sheet(0);
+    auto form = ws.snapshotRows(1, 50);
+    ws.pasteForm(form, 51);
+    ws.setNumber(58, 6, 4);
+    book.saveAs(dir / "out.xlsx");
+    std::string sheet = partOf(dir / "out.xlsx", "xl/worksheets/sheet1.xml");
+    EXPECT_EQ(sheet.find("t=\"shared\""), std::string::npos);
+    EXPECT_NE(sheet.find("<c r=\"G9\" s=\"10\"><f>F9*$D$1</f></c>"), std::string::npos) << sheet;
+    EXPECT_NE(sheet.find("<c r=\"G60\" s=\"10\"><f>F60*$D$1</f></c>"), std::string::npos) << sheet;
+}
+
 TEST(XlsxWorkbook, StylesAreDerivedWithoutTouchingCellsThatShareThem)
 {
     TempDir dir("styles");
@@ -203,8 +284,16 @@ TEST(XlsxWorkbook, StylesAreDerivedWithoutTouchingCellsThatShareThem)
     EXPECT_EQ(ws.horizontalAlignment(9, 4), xlsx::HAlign::Center);
     EXPECT_EQ(ws.numberFormat(9, 6), before);
     EXPECT_EQ(ws.numberFormat(9, 6), "#,##0");
-    // the same change twice reuses the format made the first time
+    // the same change twice reuses the format made the first time; a change to what a cell
+    // already has keeps its format
     ws.setStrike(9, 2, true);
+    xlsx::Workbook probe = xlsx::Workbook::open(dataFile("header_boxes.xlsx"));
+    probe.sheet(0).setStrike(8, 2, false);
+    probe.sheet(0).setNumberFormat(8, 6, "#,##0");
+    probe.sheet(0).setHorizontalAlignment(8, 1, xlsx::HAlign::Center);
+    probe.saveAs(dir / "probe.xlsx");
+    EXPECT_EQ(partOf(dir / "probe.xlsx", "xl/styles.xml"),
+              partOf(dataFile("header_boxes.xlsx"), "xl/styles.xml"));
     book.saveAs(dir / "styles.xlsx");
     std::string styles = partOf(dir / "styles.xlsx", "xl/styles.xml");
     auto count = [&](const std::string& what) {
@@ -225,8 +314,9 @@ TEST(XlsxWorkbook, TextAndNumbersAreStoredExactly)
     TempDir dir("values");
     auto book = xlsx::Workbook::open(dataFile("plain.xlsx"));
     auto& ws = book.sheet("List");
-    const std::vector<std::string> texts = {" 先頭と末尾に空白 ", "改行\nあり", "タブ\tと制御\x01文字",
-                                            "_x0041_ は文字どおり", "<&>\"'", "", "①②Ⅲ㈱～－"};
+    const std::vector<std::string> texts = {
+        " 先頭と末尾に空白 ", "改行\nあり", "タブ\tと制御\x01文字", "_x0041_ は文字どおり", "<&>\"'", "",
+        "①②Ⅲ㈱～－"};
     for (std::size_t i = 0; i < texts.size(); ++i)
         ws.setText(30 + static_cast<int>(i), 2, texts[i]);
     ws.setNumber(30, 3, 0.1 + 0.2);
@@ -237,9 +327,9 @@ TEST(XlsxWorkbook, TextAndNumbersAreStoredExactly)
     EXPECT_THROW(ws.setText(34, 3, std::string(32768, 'x')), xlsx::Error);
     EXPECT_THROW(ws.setText(0, 1, "x"), xlsx::Error);
     EXPECT_THROW(ws.setText(1, 16385, "x"), xlsx::Error);
-    ws.setText(1, 1, "Parts list");    // existing string reused
-    ws.setText(3, 2, "置き換え");     // text over text
-    ws.setNumber(3, 3, 7);            // number over text
+    ws.setText(1, 1, "Parts list"); // existing string reused
+    ws.setText(3, 2, "置き換え");   // text over text
+    ws.setNumber(3, 3, 7);          // number over text
     ws.clearValue(3, 4);
     book.saveAs(dir / "values.xlsx");
     auto again = xlsx::Workbook::open(dir / "values.xlsx");
@@ -280,7 +370,8 @@ TEST(XlsxWorkbook, BreaksPrintAreaAndRenameFollowTheRules)
     EXPECT_THROW(ws.rename("'quoted'"), xlsx::Error);
     EXPECT_THROW(ws.rename("history"), xlsx::Error);
     EXPECT_THROW(ws.rename(""), xlsx::Error);
-    EXPECT_THROW(ws.rename("あいうえおかきくけこさしすせそたちつてとなにぬねのはひふへほまみ"), xlsx::Error); // 32
+    EXPECT_THROW(ws.rename("あいうえおかきくけこさしすせそたちつてとなにぬねのはひふへほまみ"),
+                 xlsx::Error);                                                   // 32
     ws.rename("あいうえおかきくけこさしすせそたちつてとなにぬねのはひふへほま"); // 31
     ws.rename("O'Neil 図");
     EXPECT_EQ(book.sheet("表紙").cellFormula(1, 1), "'O''Neil 図'!B4");
@@ -290,8 +381,10 @@ TEST(XlsxWorkbook, BreaksPrintAreaAndRenameFollowTheRules)
     std::string wb = partOf(dir / "rules.xlsx", "xl/workbook.xml");
     EXPECT_NE(wb.find("localSheetId=\"1\">'O''Neil 図'!$A$1:$H$150<"), std::string::npos) << wb;
     std::string sheet = partOf(dir / "rules.xlsx", "xl/worksheets/sheet2.xml");
-    EXPECT_NE(sheet.find("<rowBreaks count=\"1023\" manualBreakCount=\"1023\"><brk id=\"20\" max=\"16383\" man=\"1\"/>"),
-              std::string::npos);
+    EXPECT_NE(
+        sheet.find(
+            "<rowBreaks count=\"1023\" manualBreakCount=\"1023\"><brk id=\"20\" max=\"16383\" man=\"1\"/>"),
+        std::string::npos);
 }
 
 TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
@@ -323,7 +416,8 @@ TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
     auto arrayFile = dir / "array.xlsx";
     std::filesystem::copy_file(dataFile("formulas.xlsx"), dir / "threed.xlsx");
     patch(arrayFile, "</sheetData>",
-          "<row r=\"10\"><c r=\"A10\"><f t=\"array\" ref=\"A10:A30\">'部品表'!A8:A28</f></c></row></sheetData>");
+          "<row r=\"10\"><c r=\"A10\"><f t=\"array\" "
+          "ref=\"A10:A30\">'部品表'!A8:A28</f></c></row></sheetData>");
     {
         auto book = xlsx::Workbook::open(arrayFile);
         auto& sum = book.sheet("集計");
@@ -346,6 +440,19 @@ TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
         EXPECT_EQ(ws.lastUsedRow(), 49);
         EXPECT_EQ(ws.cellFormula(48, 8), "SUM(H8:H47)");
         EXPECT_FALSE(book.modified());
+    }
+    // a table: moved when wholly below, refused when the rows would split it
+    {
+        auto book = xlsx::Workbook::open(dataFile("table.xlsx"));
+        auto& ws = book.sheet(0);
+        auto form = ws.snapshotRows(1, 50);
+        EXPECT_THROW(ws.insertRows(57, 1), xlsx::Error);
+        ws.pasteForm(form, 51);
+        EXPECT_EQ(ws.cellText(106, 1), "製作");
+        book.saveAs(dir / "table_out.xlsx");
+        std::string table = partOf(dir / "table_out.xlsx", "xl/tables/table1.xml");
+        EXPECT_NE(table.find("ref=\"A105:C108\""), std::string::npos) << table;
+        EXPECT_EQ(table.find("A55:"), std::string::npos) << table;
     }
     // too many breaks for one more page
     {
@@ -409,7 +516,8 @@ TEST(XlsxWorkbook, DamagedAndHostileFilesGiveClearErrors)
     EXPECT_FALSE(std::filesystem::exists(dir / "out.xlsx"));
 }
 
-namespace {
+namespace
+{
 
 // Opens, reads, edits and saves a possibly damaged file; only xlsx::Error may come out.
 void exercise(const std::filesystem::path& file, const std::filesystem::path& out)
@@ -472,8 +580,18 @@ TEST(XlsxWorkbook, CorruptedCopiesNeverCrashOrHang)
                 auto& [name, data] = parts[rng() % parts.size()];
                 std::string xml = data;
                 int edits = 1 + static_cast<int>(rng() % 6);
-                static const char* junk[] = {"<", ">", "\"", "&", "r=\"XFE1048577\"", "<row r=\"0\">", "s=\"99999\"",
-                                             "t=\"s\"", "<v>4294967296</v>", "\xE3\x81", "</sheetData>", "<c/>"};
+                static const char* junk[] = {"<",
+                                             ">",
+                                             "\"",
+                                             "&",
+                                             "r=\"XFE1048577\"",
+                                             "<row r=\"0\">",
+                                             "s=\"99999\"",
+                                             "t=\"s\"",
+                                             "<v>4294967296</v>",
+                                             "\xE3\x81",
+                                             "</sheetData>",
+                                             "<c/>"};
                 for (int i = 0; i < edits && !xml.empty(); ++i) {
                     std::size_t pos = rng() % xml.size();
                     if (rng() % 2)
@@ -487,7 +605,8 @@ TEST(XlsxWorkbook, CorruptedCopiesNeverCrashOrHang)
                 keep.reserve(parts.size());
                 for (auto& [pn, pd] : parts) {
                     keep.push_back(pn == name ? xml : pd);
-                    zip_file_add(z, pn.c_str(), zip_source_buffer(z, keep.back().data(), keep.back().size(), 0), 0);
+                    zip_file_add(z, pn.c_str(),
+                                 zip_source_buffer(z, keep.back().data(), keep.back().size(), 0), 0);
                 }
                 ASSERT_EQ(zip_close(z), 0);
             }

@@ -10,7 +10,8 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace xlsxtest {
+namespace xlsxtest
+{
 
 std::filesystem::path sourceDir()
 {
@@ -20,7 +21,10 @@ std::filesystem::path sourceDir()
     return std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
 }
 
-std::filesystem::path dataFile(const std::string& name) { return sourceDir() / "tests/data/xlsx" / name; }
+std::filesystem::path dataFile(const std::string& name)
+{
+    return sourceDir() / "tests/data/xlsx" / name;
+}
 
 std::string readBytes(const std::filesystem::path& p)
 {
@@ -92,6 +96,7 @@ std::vector<Layout> templateLayouts()
         {"formulas.xlsx", "部品表", 50, 8, 47, 8, true},
         {"validation.xlsx", "部品表", 50, 8, 47, 8, true},
         {"japanese_names.xlsx", "製作部品表 A", 50, 8, 47, 8, true},
+        {"table.xlsx", "部品表", 50, 8, 47, 8, true},
     };
 }
 
@@ -202,7 +207,8 @@ Expected fillThreePages(const Layout& l, const std::filesystem::path& out)
             ws.setNumber(top + 2, 8, 45519);
             ws.setText(top + 3, 8, label);
             e.cells.push_back({top + 2, 2, "DWG-2024-0815-A", {}, false, {}, "", {}});
-            e.cells.push_back({top + 3, 2, "搬送ユニット組立　（第" + std::to_string(p) + "版）", {}, false, {}, "", {}});
+            e.cells.push_back(
+                {top + 3, 2, "搬送ユニット組立　（第" + std::to_string(p) + "版）", {}, false, {}, "", {}});
             e.cells.push_back({top + 2, 8, {}, 45519.0, false, {}, "yyyy/mm/dd", {}});
             e.cells.push_back({top + 3, 8, label, {}, false, {}, "", {}});
             // the fixed customer name of the template comes along with every page
@@ -220,7 +226,9 @@ Expected fillThreePages(const Layout& l, const std::filesystem::path& out)
             ws.setHorizontalAlignment(r, 1, xlsx::HAlign::Right);
             ws.setText(r, 1, item);
             ExpectedCell c1{r, 1, std::string(item), {}, abolished, {}, "@", xlsx::HAlign::Right};
-            std::string name = line % 3 == 0 ? "ベースプレート" : line % 3 == 1 ? " Shaft φ20 " : "カバー<右>&\"左\"";
+            std::string name = line % 3 == 0   ? "ベースプレート"
+                               : line % 3 == 1 ? " Shaft φ20 "
+                                               : "カバー<右>&\"左\"";
             ws.setText(r, 2, name);
             ExpectedCell c2{r, 2, name, {}, abolished, {}, "", {}};
             double price = 1250.0 * (line + 1);
@@ -266,7 +274,8 @@ std::vector<std::string> compareWithEngine(const std::filesystem::path& file, co
         if (c.fill && ws.fillRgb(c.row, c.col) != c.fill)
             diffs.push_back(at + "fill differs");
         if (!c.numFmt.empty() && ws.numberFormat(c.row, c.col) != c.numFmt)
-            diffs.push_back(at + "number format '" + ws.numberFormat(c.row, c.col) + "' != '" + c.numFmt + "'");
+            diffs.push_back(at + "number format '" + ws.numberFormat(c.row, c.col) + "' != '" + c.numFmt +
+                            "'");
         if (c.align && ws.horizontalAlignment(c.row, c.col) != *c.align)
             diffs.push_back(at + "alignment differs");
     }
@@ -275,7 +284,8 @@ std::vector<std::string> compareWithEngine(const std::filesystem::path& file, co
         if (std::find(merges.begin(), merges.end(), m) == merges.end())
             diffs.push_back("merge missing at row " + std::to_string(m.firstRow));
     if (merges.size() != e.merges.size())
-        diffs.push_back("merge count " + std::to_string(merges.size()) + " != " + std::to_string(e.merges.size()));
+        diffs.push_back("merge count " + std::to_string(merges.size()) +
+                        " != " + std::to_string(e.merges.size()));
     if (ws.rowBreaksAbove() != e.breaks)
         diffs.push_back("row breaks differ");
     if (ws.printArea() != std::optional<xlsx::CellRange>(e.printArea))

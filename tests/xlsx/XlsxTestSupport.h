@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-namespace xlsxtest {
+namespace xlsxtest
+{
 
 std::filesystem::path sourceDir();
 std::filesystem::path dataFile(const std::string& name); // tests/data/xlsx/<name>
@@ -18,7 +19,8 @@ std::string readBytes(const std::filesystem::path& p);
 void writeBytes(const std::filesystem::path& p, const std::string& bytes);
 
 // A fresh folder under the build tree, removed when the object goes away.
-class TempDir {
+class TempDir
+{
 public:
     explicit TempDir(const std::string& tag);
     ~TempDir();

@@ -5,12 +5,14 @@
  * plain.xlsx           one plain page: title, headings, 20 detail rows, no merges or heights
  * header_boxes.xlsx    the parts-list page: merged header boxes, borders, fixed row heights,
  *                      50 rows with 40 detail rows 8..47 in columns A..H, print area A1:H50
- * logo.xlsx            header_boxes with a logo picture anchored in the header
+ * logo.xlsx            header_boxes with a logo picture anchored in the header and a link
+ *                      in the page's last row
  * formulas.xlsx        header_boxes with a page total =SUM(H8:H47), a second sheet that refers
  *                      to it, a defined name and the print area
  * validation.xlsx      header_boxes with data validations and conditional formats in the
  *                      detail area
  * japanese_names.xlsx  Japanese sheet names (with blanks) that refer to each other
+ * table.xlsx           header_boxes with a table (list object) below the page
  */
 #include <stdio.h>
 #include <string.h>
@@ -179,6 +181,7 @@ int main(int argc, char **argv)
         io.y_offset = 2;
         io.description = "logo";
         worksheet_insert_image_opt(ws, 2, 4, argv[2], &io);
+        worksheet_write_url(ws, 49, 0, "https://example.co.jp/parts", NULL);
         rc |= finish(wb, "logo.xlsx");
     }
     { /* formulas */
@@ -243,6 +246,21 @@ int main(int argc, char **argv)
         worksheet_write_formula(cover, 1, 0, "=購入部品表!A1", NULL);
         worksheet_write_formula(cover, 2, 0, "=COUNTA('製作部品表 A'!A8:A47)", NULL);
         rc |= finish(wb, "japanese_names.xlsx");
+    }
+    { /* a table below the page */
+        lxw_workbook *wb = newBook(dir, "table.xlsx");
+        Formats f = makeFormats(wb);
+        lxw_worksheet *ws = workbook_add_worksheet(wb, "部品表");
+        headerBoxPage(ws, &f);
+        worksheet_write_string(ws, 54, 0, "区分", NULL);
+        worksheet_write_string(ws, 54, 1, "件数", NULL);
+        worksheet_write_string(ws, 54, 2, "備考", NULL);
+        worksheet_write_string(ws, 55, 0, "製作", NULL);
+        worksheet_write_number(ws, 55, 1, 12, NULL);
+        worksheet_write_string(ws, 56, 0, "購入", NULL);
+        worksheet_write_number(ws, 56, 1, 30, NULL);
+        worksheet_add_table(ws, 54, 0, 57, 2, NULL);
+        rc |= finish(wb, "table.xlsx");
     }
     return rc;
 }
