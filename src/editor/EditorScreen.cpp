@@ -49,6 +49,8 @@ EditorScreen::EditorScreen(AppContext& ctx, std::shared_ptr<Database> db, Editor
     m_editor->onRefreshInput = [this] { refreshInputArea(); };
     m_editor->onRefreshDisplay = [this] { refreshStatus(); };
     resize(1400, 860);
+    if (m_aids.install)
+        m_aids.install(*this);
 }
 
 EditorScreen::~EditorScreen()

@@ -25,6 +25,7 @@ struct EditorAids {
     std::function<void(EditorScreen&)> materialHistory; // "材質履歴検索"
     std::function<void(EditorScreen&)> bracket;         // "ｶｯｺ"
     std::function<void(EditorScreen&)> copyAll;         // "全コピー"
+    std::function<void(EditorScreen&)> install;         // once, when the screen has been built
 };
 
 // "部品表作成": one parts table in a header area, an input area and the grid of its lines.

@@ -1,0 +1,33 @@
+#include "AidDialog.h"
+
+#include <QKeyEvent>
+#include <QPushButton>
+
+AidDialog::AidDialog(QWidget* parent) : QDialog(parent) {}
+
+QPushButton* AidDialog::commandButton(const QString& caption, const QString& name, int key)
+{
+    auto* button = new QPushButton(caption, this);
+    button->setObjectName(name);
+    button->setAutoDefault(false);
+    button->setDefault(false);
+    if (key != 0)
+        m_keys.insert(key, button);
+    return button;
+}
+
+void AidDialog::keyPressEvent(QKeyEvent* event)
+{
+    if (QPushButton* button = m_keys.value(event->key())) {
+        if (button->isEnabled() && button->isVisible())
+            button->click();
+        event->accept();
+        return;
+    }
+    // Enter is taken by the lists; it never closes the screen by itself.
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        event->accept();
+        return;
+    }
+    QDialog::keyPressEvent(event);
+}
