@@ -63,24 +63,23 @@ bool looksLikeNumber(const QString& text, double* value)
 class Layout
 {
 public:
-    Layout(const OutputSettings& s, const ListTable& list, const HeaderValues& header, LayoutTarget& target)
-        : m_s(s), m_list(list), m_header(header), m_target(target), m_zuban(detail(s, "ZUBAN")),
-          m_hinmei(detail(s, "HINMEI")), m_zaishitu(detail(s, "ZAISHITU")), m_suryo(detail(s, "SURYO")),
-          m_biko(detail(s, "BIKO")), m_tanka(detail(s, "TANKA")), m_king(detail(s, "KING")),
-          m_maker(detail(s, "MAKER"))
+    Layout(const SettingsRecord& s, const ListTable& list, const HeaderValues& header, LayoutTarget& target)
+        : m_s(s), m_list(list), m_header(header), m_target(target), m_zuban(detail(s, MZuban)),
+          m_hinmei(detail(s, MHinmei)), m_zaishitu(detail(s, MZaishitu)), m_suryo(detail(s, MSuryo)),
+          m_biko(detail(s, MBiko)), m_tanka(detail(s, MTanka)), m_king(detail(s, MKing)),
+          m_maker(detail(s, MMaker))
     {
     }
 
-    // A detail column as the settings give it, read once a run rather than once a cell.
+    // A detail column as the settings give it.
     struct Detail {
         bool on = false;
         QString letter;
     };
-    static Detail detail(const OutputSettings& s, const char* item)
+    static Detail detail(const SettingsRecord& s, DetailIndex item)
     {
-        const QString name = QString::fromLatin1(item);
-        return {s.flag(QStringLiteral("YN_M") + name),
-                s.text(QStringLiteral("CH_M") + name + QStringLiteral("_SC"))};
+        const DetailColumn& d = s.detail[size_t(item)];
+        return {d.on, d.startCol};
     }
 
     template <class F> void step(F&& f)
@@ -92,19 +91,20 @@ public:
         }
     }
 
+    // A failing reading leaves the value as it was.
+    void readSetting(Int16& into, const QString& text)
+    {
+        try {
+            into = SettingInt(text);
+        } catch (const std::exception&) {
+            ++m_ignored;
+        }
+    }
+
     // A text cell: strike-through as given, number format "@", the text as its value.
     void writeTextCell(int row, const QString& letter, const QString& text, bool strike)
     {
-        const int column = ColumnNumber(letter);
-        if (column < 1 || row < 1)
-            throw cellError();
-        CellWrite w;
-        w.row = row;
-        w.column = column;
-        w.value = text;
-        w.numberFormat = QStringLiteral("@");
-        w.strike = strike;
-        m_target.write(w);
+        writeFormattedCell(row, letter, text, QStringLiteral("@"), QString(), strike);
     }
 
     void writeFormattedCell(int row, const QString& letter, const QString& value, const QString& format,
@@ -134,32 +134,27 @@ public:
     void writeHeader(Int16 top, const QString& label)
     {
         step([&] {
-            if (!m_s.text(QStringLiteral("CH_HMIDASHI_R")).isEmpty())
-                writeTextCell(pageRow(top, m_s.text(QStringLiteral("CH_HMIDASHI_R"))),
-                              m_s.text(QStringLiteral("CH_HMIDASHI_C")),
-                              m_s.text(QStringLiteral("CH_HMIDASHI")), false);
+            if (!m_s.midashiRow.isEmpty())
+                writeTextCell(pageRow(top, m_s.midashiRow), m_s.midashiCol, m_s.midashi, false);
         });
-        const std::pair<const char*, const QString*> items[] = {
-            {"DWGNO", &m_header.dwgNo}, {"NAME", &m_header.name},        {"ASSY", &m_header.assy},
-            {"DATE", &m_header.date},   {"DESINED", &m_header.designer}, {"SHEET", &label}};
-        for (const auto& [name, value] : items) {
-            const QString item = QString::fromLatin1(name);
+        // In the order DWGNO, NAME, ASSY, DATE, DESINED, SHEET.
+        const std::array<const QString*, kHeaderItemCount> values = {
+            &m_header.dwgNo, &m_header.name, &m_header.assy, &m_header.date, &m_header.designer, &label};
+        for (int i = 0; i < kHeaderItemCount; ++i) {
+            const HeaderCell& h = m_s.header[size_t(i)];
             step([&] {
-                if (m_s.flag(QStringLiteral("YN_H") + item))
-                    writeTextCell(
-                        pageRow(top, m_s.text(QStringLiteral("CH_H") + item + QStringLiteral("_R"))),
-                        m_s.text(QStringLiteral("CH_H") + item + QStringLiteral("_C")), *value, false);
+                if (h.on)
+                    writeTextCell(pageRow(top, h.row), h.col, *values[size_t(i)], false);
             });
         }
     }
 
     void writeHeadings(int row)
     {
-        for (const QString& item : DetailItemNames()) {
+        for (const DetailColumn& d : m_s.detail) {
             step([&] {
-                if (m_s.flag(QStringLiteral("YN_M") + item))
-                    writeTextCell(row, m_s.text(QStringLiteral("CH_M") + item + QStringLiteral("_SC")),
-                                  m_s.text(QStringLiteral("CH_MM") + item), false);
+                if (d.on)
+                    writeTextCell(row, d.startCol, d.heading, false);
             });
         }
     }
@@ -218,16 +213,17 @@ public:
 
     LayoutResult run(bool pagePerMaker, const std::function<void(int, int)>& progress)
     {
-        Int16 firstRow, lastRow, pageMax, rowsPerPage, listRows, totalPages;
-        step([&] { firstRow = SettingInt(m_s.text(QStringLiteral("CH_MZUBAN_SR"))); });
-        step([&] { lastRow = SettingInt(m_s.text(QStringLiteral("CH_MZUBAN_ER"))); });
-        step([&] { pageMax = SettingInt(m_s.text(QStringLiteral("INT_PAGEMAX"))); });
+        // The drawing-number item's rows stand for every detail item.
+        readSetting(firstRow, m_s.detail[MZuban].startRow);
+        readSetting(lastRow, m_s.detail[MZuban].endRow);
+        readSetting(pageMax, m_s.pageMax);
         step([&] { rowsPerPage = Int16::from(std::abs((lastRow - firstRow).value())) + Int16::from(1); });
         step([&] { listRows = Int16::from(static_cast<long long>(m_list.size())); });
         step([&] {
             if (rowsPerPage == 0)
                 throw RuntimeError(11, QStringLiteral("0 で除算しました。"));
-            totalPages = Int16::from((listRows + rowsPerPage - 1) / rowsPerPage);
+            // Rounded up without an intermediate sum that could leave 16 bits for a full list.
+            totalPages = Int16::from((listRows.value() + rowsPerPage.value() - 1LL) / rowsPerPage.value());
         });
 
         QString previousMaker, currentMaker, label;
@@ -269,12 +265,14 @@ public:
     }
 
 private:
-    const OutputSettings& m_s;
+    const SettingsRecord& m_s;
     const ListTable& m_list;
     const HeaderValues& m_header;
     LayoutTarget& m_target;
     const Detail m_zuban, m_hinmei, m_zaishitu, m_suryo, m_biko, m_tanka, m_king, m_maker;
     int m_ignored = 0;
+    // The values of one run, read once before the loop.
+    Int16 firstRow, lastRow, pageMax, rowsPerPage, listRows, totalPages;
 };
 
 } // namespace
@@ -289,7 +287,7 @@ QString QuantityText(const QString& quantity1, const QString& quantity2, const Q
     return firstHalf;
 }
 
-LayoutResult LayOutPages(const OutputSettings& settings, const ListTable& list, const HeaderValues& header,
+LayoutResult LayOutPages(const SettingsRecord& settings, const ListTable& list, const HeaderValues& header,
                          bool pagePerMaker, LayoutTarget& target,
                          const std::function<void(int, int)>& progress)
 {

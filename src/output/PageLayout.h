@@ -2,7 +2,7 @@
 
 #include "Int16.h"
 #include "ListTable.h"
-#include "OutputSettings.h"
+#include "SettingsRecord.h"
 
 #include <QString>
 #include <functional>
@@ -63,6 +63,6 @@ QString QuantityText(const QString& quantity1, const QString& quantity2, const Q
 
 // Lays the list out page by page. Every step inside runs on its own: a step that fails (a column
 // "AA", a row setting that is not a number, an engine error) is skipped and the loop goes on.
-LayoutResult LayOutPages(const OutputSettings& settings, const ListTable& list, const HeaderValues& header,
+LayoutResult LayOutPages(const SettingsRecord& settings, const ListTable& list, const HeaderValues& header,
                          bool pagePerMaker, LayoutTarget& target,
                          const std::function<void(int page, int totalPages)>& progress = {});

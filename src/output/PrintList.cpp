@@ -4,7 +4,6 @@
 #include "Database.h"
 #include "Int16.h"
 #include "ListQuery.h"
-#include "OutputSettings.h"
 #include "RuntimeError.h"
 
 #include <QSqlError>
@@ -145,16 +144,4 @@ ListTable FillSampleData()
         table.push_back(row);
     }
     return table;
-}
-
-OutputSettings ReadOutputSettings(const Recordset& rs)
-{
-    OutputSettings s;
-    for (const QString& column : OutputSettings::columns()) {
-        if (OutputSettings::isFlagColumn(column))
-            s.setFlag(column, rs.Bool(column));
-        else
-            s.set(column, rs.Field(column));
-    }
-    return s;
 }

@@ -48,14 +48,14 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
                 91, QStringLiteral("オブジェクト変数または With ブロック変数が設定されていません。"));
         Database& db = *ctx.DbConnection;
         std::unique_ptr<Recordset> rs;
-        OpenRecordset(db, rs, PrintSettingsQuery(request.customer, request.kind));
+        OpenRecordset(db, rs, SettingsRecord::PrintLookupSql(request.customer, request.kind));
         if (rs->RecordCount() == 0) {
             rs->Close();
             ctx.ini->ShowMessage(QStringLiteral("E150"), QString());
             return PrintOutcome::NoSettings;
         }
         rs->MoveFirst();
-        const OutputSettings settings = ReadOutputSettings(*rs);
+        const SettingsRecord settings = SettingsRecord::FromRecordset(*rs);
         rs->Close();
 
         presenter.busy(busy = true);
@@ -64,7 +64,7 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         control.ExcelRunning();
         std::unique_ptr<OutputWorkbook> book;
         control.setOpener([&](const QString& path) { book = opener(path); });
-        const QString opened = control.OpenTemplate(settings.text(QStringLiteral("CH_ORGPATH")));
+        const QString opened = control.OpenTemplate(settings.orgPath);
         if (opened == u"NO" || opened == u"ERROR" || !book) {
             presenter.busy(busy = false);
             return PrintOutcome::TemplateNotOpened;
@@ -88,11 +88,11 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
 
         int formRows = 0;
         try {
-            formRows = SettingInt(settings.text(QStringLiteral("INT_PAGEMAX")));
+            formRows = SettingInt(settings.pageMax);
         } catch (const RuntimeError&) {
             // The page loop meets the same value and skips the page copies.
         }
-        book->selectOutputSheet(settings.text(QStringLiteral("CH_ORGSHEET")), formRows);
+        book->selectOutputSheet(settings.orgSheet, formRows);
         const HeaderValues header{request.dwgNo, request.name, request.assy, request.date, request.designer};
         const LayoutResult laid = LayOutPages(settings, list, header, request.pagePerMaker, book->target(),
                                               [&](int page, int total) { presenter.progress(page, total); });

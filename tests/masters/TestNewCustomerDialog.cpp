@@ -1,6 +1,7 @@
 #include "AppContext.h"
 #include "CommonWidgets.h"
 #include "IniAccess.h"
+#include "IniFile.h"
 #include "NewCustomerDialog.h"
 #include "TestSupport.h"
 
@@ -56,6 +57,13 @@ private Q_SLOTS:
         QCOMPARE(ctx.ini->find(u"USER"_s, u"3"_s), u"客先C"_s);
         QCOMPARE(list.count(), 3);
         QCOMPARE(list.currentIndex(), 2);
+
+        // Leading blanks pass the check and are written as typed: a customer of its own.
+        NewCustomerDialog again(ctx, &list, nullptr);
+        QVERIFY(again.findChild<QLineEdit*>(u"txtUserName"_s)->text().isEmpty());
+        press(again, u"  客先C"_s, "cmdButton0");
+        QVERIFY(readFileBytes(ctx.IniPath).contains(*IniFile::encodeCp932(u"4=  客先C"_s)));
+        QCOMPARE(list.count(), 4);
     }
 
     void existingNameAndCancelWriteNothing()

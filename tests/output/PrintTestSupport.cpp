@@ -49,17 +49,34 @@ std::vector<StoredLine> MakeLines(int n)
     return lines;
 }
 
+namespace
+{
+// The message catalogue of the tests: code and text.
+const std::pair<const char*, const char*> kCatalogue[] = {{"E102", "数値を入力して下さい。"},
+                                                          {"E108", "シートを選択して下さい。"},
+                                                          {"E109", "EXCELファイルを開けませんでした。"},
+                                                          {"E111", "EXCELファイルをコピーできませんでした。"},
+                                                          {"E114", "EXCELファイルが見つかりません。"},
+                                                          {"E115", "雛形ファイルを設定して下さい。"},
+                                                          {"E117", "客先を入力して下さい。"},
+                                                          {"E118", "１頁行数を入力して下さい。"},
+                                                          {"E120", "列の指定が正しくありません。"},
+                                                          {"E150", "出力設定がされていません。"},
+                                                          {"I100", "完了しました。"},
+                                                          {"Q105", "既に登録されています。上書きしますか？"}};
+} // namespace
+
 PrintFixture::PrintFixture()
 {
     ctx.setPaths(m_dir.path());
     ctx.messages = &messages;
     ctx.fileDialogs = &dialogs;
-    writeCp932File(ctx.IniPath,
-                   QStringLiteral("[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n[MSGCD]\r\n"
-                                  "E109=EXCELファイルを開けませんでした。\r\n"
-                                  "E111=EXCELファイルをコピーできませんでした。\r\n"
-                                  "E114=EXCELファイルが見つかりません。\r\n"
-                                  "E150=出力設定がされていません。\r\n"));
+    ctx.clock = &clock;
+    QString ini = QStringLiteral("[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n"
+                                 "[USER]\r\nMAX=2\r\n1=客先A\r\n2=客先B\r\n[MSGCD]\r\n");
+    for (const auto& [code, text] : kCatalogue)
+        ini += QString::fromUtf8(code) + u'=' + QString::fromUtf8(text) + QStringLiteral("\r\n");
+    writeCp932File(ctx.IniPath, ini);
     ctx.makeIni();
     QDir().mkpath(ctx.AppPath + QStringLiteral("DB"));
     QDir().mkpath(ctx.AppPath + QStringLiteral("WORK"));
@@ -90,6 +107,37 @@ PrintFixture::PrintFixture()
             exec(s);
     }
     m_ok = true;
+}
+
+QStringList PrintFixture::codes() const
+{
+    QStringList out;
+    for (const auto& shown : messages.shown) {
+        QString code = shown.text.left(4);
+        for (const auto& [c, text] : kCatalogue)
+            if (shown.text.startsWith(QString::fromUtf8(text)))
+                code = QString::fromUtf8(c);
+        out << code;
+    }
+    return out;
+}
+
+QString PrintFixture::workbook(const QString& name)
+{
+    return sourceDir() + QStringLiteral("/tests/settings/data/") + name;
+}
+
+PrintRequest SampleRequest(const QString& kind)
+{
+    PrintRequest r;
+    r.dwgNo = QStringLiteral("DWG-95");
+    r.assy = QStringLiteral("01");
+    r.name = QStringLiteral("搬送ユニット");
+    r.date = QStringLiteral("2026/11/21");
+    r.designer = QStringLiteral("山田");
+    r.customer = PrintFixture::customer;
+    r.kind = kind;
+    return r;
 }
 
 PrintFixture::~PrintFixture()

@@ -1,6 +1,10 @@
 #pragma once
 
 #include "AppContext.h"
+#include "Clock.h"
+#include "FileDialogService.h"
+#include "MessageService.h"
+#include "PrintRequest.h"
 #include "PrintRun.h"
 
 #include <QStringList>
@@ -25,9 +29,10 @@ struct StoredLine {
 // every 10th line abolished, R/L quantities now and then.
 std::vector<StoredLine> MakeLines(int n);
 
-// An application folder of its own: PARA.ini with the messages and the local database, the
-// database made from data/schema.sql, and the sample customer's output settings pointing at the
-// shipped templates.
+// An application folder of its own for the output and settings tests: PARA.ini with the messages
+// and the customers 客先A and 客先B, the local database made from data/schema.sql and connected, the
+// sample customer's output settings pointing at the shipped templates, services the test answers
+// and a clock fixed at 令和8年11月21日 09:30:05.
 class PrintFixture
 {
 public:
@@ -40,6 +45,13 @@ public:
     AppContext ctx;
     ScriptedMessageService messages;
     ScriptedFileDialogService dialogs;
+    FixedClock clock{QDateTime(QDate(2026, 11, 21), QTime(9, 30, 5))};
+
+    // The catalogue codes of the boxes shown so far (a text outside the catalogue gives its first
+    // four characters).
+    QStringList codes() const;
+    // A workbook of the settings tests' data folder.
+    static QString workbook(const QString& name);
 
     void addTable(const QString& dwgNo, const QString& assy, const QString& kind,
                   const std::vector<StoredLine>& lines, const QString& name = QStringLiteral("搬送ユニット"));
@@ -49,6 +61,9 @@ private:
     QTemporaryDir m_dir;
     bool m_ok = false;
 };
+
+// The print request of the tests: DWG-95 / 01 of the sample customer, as the editor sends it.
+PrintRequest SampleRequest(const QString& kind = QStringLiteral("1"));
 
 // Records what a run shows; keeps a copy of the work copy as it was when the preview opened.
 class RecordingPresenter : public PrintPresenter

@@ -3,6 +3,8 @@
 
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -57,26 +59,17 @@ struct RecordingTarget : LayoutTarget {
 
 // Settings with every detail column on (A..H), headings in the row above the lines, the page label
 // in H2 and the drawing number in B3.
-OutputSettings settings(const QString& first, const QString& last, int pageMax)
+SettingsRecord settings(const QString& first, const QString& last, int pageMax)
 {
-    OutputSettings s;
-    s.set(QStringLiteral("INT_PAGEMAX"), QString::number(pageMax));
-    const QStringList items = DetailItemNames();
-    for (int i = 0; i < items.size(); ++i) {
-        const QString m = QStringLiteral("CH_M") + items[i];
-        s.set(m + QStringLiteral("_SR"), first);
-        s.set(m + QStringLiteral("_ER"), last);
-        s.set(m + QStringLiteral("_SC"), QString(QChar(u'A' + i)));
-        s.set(m + QStringLiteral("_EC"), QString(QChar(u'A' + i)));
-        s.set(QStringLiteral("CH_MM") + items[i], QStringLiteral("見出し") + QString::number(i + 1));
-        s.setFlag(QStringLiteral("YN_M") + items[i], true);
+    SettingsRecord s;
+    s.pageMax = QString::number(pageMax);
+    for (int i = 0; i < kDetailItemCount; ++i) {
+        const QString letter(QChar(u'A' + i));
+        s.detail[size_t(i)] = {first,  letter, last,
+                               letter, true,   QStringLiteral("見出し") + QString::number(i + 1)};
     }
-    s.set(QStringLiteral("CH_HSHEET_R"), QStringLiteral("2"));
-    s.set(QStringLiteral("CH_HSHEET_C"), QStringLiteral("H"));
-    s.setFlag(QStringLiteral("YN_HSHEET"), true);
-    s.set(QStringLiteral("CH_HDWGNO_R"), QStringLiteral("3"));
-    s.set(QStringLiteral("CH_HDWGNO_C"), QStringLiteral("B"));
-    s.setFlag(QStringLiteral("YN_HDWGNO"), true);
+    s.header[HSheet] = {QStringLiteral("2"), QStringLiteral("H"), true};
+    s.header[HDwgNo] = {QStringLiteral("3"), QStringLiteral("B"), true};
     return s;
 }
 
@@ -211,13 +204,11 @@ private Q_SLOTS:
     void headerRowsFollowPages()
     {
         RecordingTarget t;
-        OutputSettings s = settings(QStringLiteral("8"), QStringLiteral("47"), 50);
+        SettingsRecord s = settings(QStringLiteral("8"), QStringLiteral("47"), 50);
         // A title row left empty keeps the template's own title: nothing is written for it.
-        s.set(QStringLiteral("CH_HMIDASHI_C"), QStringLiteral("A"));
-        s.set(QStringLiteral("CH_HMIDASHI"), QStringLiteral("部品表"));
-        s.set(QStringLiteral("CH_HNAME_R"), QStringLiteral("4"));
-        s.set(QStringLiteral("CH_HNAME_C"), QStringLiteral("C"));
-        s.setFlag(QStringLiteral("YN_HNAME"), false); // switched off: not written
+        s.midashiCol = QStringLiteral("A");
+        s.midashi = QStringLiteral("部品表");
+        s.header[HName] = {QStringLiteral("4"), QStringLiteral("C"), false}; // switched off: not written
         LayOutPages(s, lines(120), header, false, t);
         QStringList dwg;
         QList<int> dwgRows;
@@ -231,15 +222,15 @@ private Q_SLOTS:
         }
         // A title row given: written on every page.
         RecordingTarget titled;
-        s.set(QStringLiteral("CH_HMIDASHI_R"), QStringLiteral("1"));
+        s.midashiRow = QStringLiteral("1");
         LayOutPages(s, lines(60), header, false, titled);
         QCOMPARE(titled.valuesAt(1).count(QStringLiteral("部品表")), 2);
     }
 
     void abolishedLinesAndNumbers()
     {
-        OutputSettings s = settings(QStringLiteral("8"), QStringLiteral("17"), 20);
-        s.setFlag(QStringLiteral("YN_MZUBAN"), false);
+        SettingsRecord s = settings(QStringLiteral("8"), QStringLiteral("17"), 20);
+        s.detail[MZuban].on = false;
         ListTable list = lines(1);
         ListRow second = lines(2)[1];
         second.at(LcHaishi) = QStringLiteral("1");
@@ -270,9 +261,9 @@ private Q_SLOTS:
     void failingStepsAreSkipped()
     {
         // A two-letter column converts to 0: that cell is left out and nothing else.
-        OutputSettings s = settings(QStringLiteral("8"), QStringLiteral("17"), 20);
-        s.set(QStringLiteral("CH_MHINMEI_SC"), QStringLiteral("AA"));
-        s.set(QStringLiteral("CH_HDWGNO_R"), QStringLiteral("x")); // not a number: header item missing
+        SettingsRecord s = settings(QStringLiteral("8"), QStringLiteral("17"), 20);
+        s.detail[MHinmei].startCol = QStringLiteral("AA");
+        s.header[HDwgNo].row = QStringLiteral("x"); // not a number: header item missing
         RecordingTarget t;
         t.failColumn = 3; // the engine refuses the material column
         const LayoutResult r = LayOutPages(s, lines(12), header, false, t);
@@ -285,7 +276,7 @@ private Q_SLOTS:
         QCOMPARE(t.pastes.size(), 1);
 
         // Unreadable first and last rows: the loop still runs, nothing crashes.
-        OutputSettings broken = settings(QString(), QString(), 0);
+        SettingsRecord broken = settings(QString(), QString(), 0);
         RecordingTarget b;
         LayOutPages(broken, lines(3), header, false, b);
         QVERIFY(b.pastes.isEmpty());
@@ -302,103 +293,40 @@ private Q_SLOTS:
         QVERIFY(r.ignoredErrors > 0);
     }
 
-    void quantityText_data()
-    {
-        QTest::addColumn<QString>("q1");
-        QTest::addColumn<QString>("q2");
-        QTest::addColumn<QString>("u1");
-        QTest::addColumn<QString>("u2");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("R") << "2"
-                           << ""
-                           << "R"
-                           << ""
-                           << "R=2";
-        QTest::newRow("R and L") << "2"
-                                 << "2"
-                                 << "R"
-                                 << "L"
-                                 << "R=2 L=2";
-        QTest::newRow("R/L×") << "2"
-                              << ""
-                              << "R/L×"
-                              << ""
-                              << "R/L×2";
-        QTest::newRow("L/R×") << "5"
-                              << ""
-                              << "L/R×"
-                              << ""
-                              << "L/R×5";
-        QTest::newRow("計") << "4"
-                            << ""
-                            << "計"
-                            << ""
-                            << "計4";
-        QTest::newRow("pieces") << "3"
-                                << ""
-                                << "個"
-                                << ""
-                                << "3個";
-        QTest::newRow("no unit") << "3"
-                                 << ""
-                                 << ""
-                                 << ""
-                                 << "3";
-        QTest::newRow("zero R") << "0"
-                                << ""
-                                << "R"
-                                << ""
-                                << "";
-        QTest::newRow("leading blank") << "0"
-                                       << "3"
-                                       << ""
-                                       << "L"
-                                       << " L=3";
-        QTest::newRow("empty") << ""
-                               << ""
-                               << ""
-                               << ""
-                               << "";
-        QTest::newRow("negative") << "-1"
-                                  << ""
-                                  << "個"
-                                  << ""
-                                  << "";
-        QTest::newRow("half rounds") << "0.4"
-                                     << ""
-                                     << "個"
-                                     << ""
-                                     << "";
-    }
     void quantityText()
     {
-        QFETCH(QString, q1);
-        QFETCH(QString, q2);
-        QFETCH(QString, u1);
-        QFETCH(QString, u2);
-        QFETCH(QString, expected);
-        QCOMPARE(QuantityText(q1, q2, u1, u2), expected);
+        // quantity 1, quantity 2, unit 1, unit 2 -> text
+        const char* cases[][5] = {
+            {"2", "", "R", "", "R=2"},      {"2", "2", "R", "L", "R=2 L=2"}, {"2", "", "R/L×", "", "R/L×2"},
+            {"5", "", "L/R×", "", "L/R×5"}, {"4", "", "計", "", "計4"},      {"3", "", "個", "", "3個"},
+            {"3", "", "", "", "3"},         {"0", "", "R", "", ""},          {"0", "3", "", "L", " L=3"},
+            {"", "", "", "", ""},           {"-1", "", "個", "", ""},        {"0.4", "", "個", "", ""}};
+        for (const auto& c : cases)
+            QCOMPARE(QuantityText(QString::fromUtf8(c[0]), QString::fromUtf8(c[1]), QString::fromUtf8(c[2]),
+                                  QString::fromUtf8(c[3])),
+                     QString::fromUtf8(c[4]));
     }
 
-    void listTableKeepsRows()
+    void recordColumns()
     {
-        ListTable t;
-        ListRow a;
-        a.at(LcZno) = QStringLiteral("001");
-        a.at(LcTani2) = QStringLiteral("L");
-        ListRow b;
-        b.at(LcHinmei) = QStringLiteral("ブラケット");
-        t.push_back(a);
-        t.push_back(b);
-        t.push_back(ListRow());
-        QCOMPARE(t.size(), size_t(3));
-        QCOMPARE(t[0].at(LcZno), QStringLiteral("001"));
-        QCOMPARE(t[0].at(LcTani2), QStringLiteral("L"));
-        QCOMPARE(t[0].at(LcHinmei), QString());
-        QCOMPARE(t[1].at(LcHinmei), QStringLiteral("ブラケット"));
-        QCOMPARE(t[1].at(LcZno), QString());
-        QCOMPARE(t[2].at(LcTani2), QString());
-        QVERIFY(ListTable().empty());
+        QStringList c = SettingsRecord::ColumnNames();
+        QCOMPARE(c.size(), 76);
+        QCOMPARE(c.mid(0, 10), (QStringList{u"CH_USER"_s, u"CH_BUHIN"_s, u"CH_ORGPATH"_s, u"CH_ORGSHEET"_s,
+                                            u"CH_CPYPATH"_s, u"CH_CPYSHEET"_s, u"INT_PAGEMAX"_s,
+                                            u"CH_HMIDASHI_R"_s, u"CH_HMIDASHI_C"_s, u"CH_HMIDASHI"_s}));
+        QCOMPARE(c.mid(10, 3), (QStringList{u"CH_HDWGNO_R"_s, u"CH_HDWGNO_C"_s, u"YN_HDWGNO"_s}));
+        QCOMPARE(c.mid(22, 3), (QStringList{u"CH_HDESINED_R"_s, u"CH_HDESINED_C"_s, u"YN_HDESINED"_s}));
+        QCOMPARE(c.mid(28, 6), (QStringList{u"CH_MZUBAN_SR"_s, u"CH_MZUBAN_SC"_s, u"CH_MZUBAN_ER"_s,
+                                            u"CH_MZUBAN_EC"_s, u"YN_MZUBAN"_s, u"CH_MMZUBAN"_s}));
+        QCOMPARE(c.last(), QStringLiteral("CH_MMMAKER"));
+        QCOMPARE(c.removeDuplicates(), 0);
+        // The screen's lookup and the print run's differ in blanks and case; both are kept.
+        QCOMPARE(SettingsRecord::LookupSql(QStringLiteral("A社 "), QStringLiteral("2")),
+                 QStringLiteral("SELECT * FROM SETTEI WHERE CH_USER  = 'A社 ' AND CH_BUHIN = '2'"));
+        QCOMPARE(SettingsRecord::PrintLookupSql(QStringLiteral("A社 "), QStringLiteral("2")),
+                 QStringLiteral("SELECT * FROM SETTEI WHERE CH_USER = 'A社 ' and CH_BUHIN = '2'"));
+        QCOMPARE(PageMaxValue(QStringLiteral(" 50 ")), 50);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, PageMaxValue(QStringLiteral("5a")));
     }
 
     void settingInt()

@@ -63,14 +63,7 @@ private Q_SLOTS:
         PrintFixture f;
         QVERIFY(f.ok());
         f.addTable(QStringLiteral("DWG-95"), QStringLiteral("01"), QStringLiteral("1"), MakeLines(95));
-        PrintRequest r;
-        r.dwgNo = QStringLiteral("DWG-95");
-        r.assy = QStringLiteral("01");
-        r.name = QStringLiteral("搬送ユニット");
-        r.date = QStringLiteral("2026/11/21");
-        r.designer = QStringLiteral("山田");
-        r.customer = PrintFixture::customer;
-        r.kind = QStringLiteral("1");
+        const PrintRequest r = SampleRequest();
         ScreenshotPresenter p;
         p.workFolder = f.appFolder() + QStringLiteral("/WORK");
         p.shotFolder =

@@ -22,19 +22,6 @@ QString text(const xlsx::Worksheet& s, int row, int col)
     return QString::fromStdString(s.cellText(row, col));
 }
 
-PrintRequest request(const QString& kind = QStringLiteral("1"))
-{
-    PrintRequest r;
-    r.dwgNo = QStringLiteral("DWG-95");
-    r.assy = QStringLiteral("01");
-    r.name = QStringLiteral("搬送ユニット");
-    r.date = QStringLiteral("2026/11/21");
-    r.designer = QStringLiteral("山田");
-    r.customer = PrintFixture::customer;
-    r.kind = kind;
-    return r;
-}
-
 } // namespace
 
 class TestPrintRun : public QObject
@@ -70,7 +57,8 @@ private Q_SLOTS:
         f->ctx.CurrentKind = kind;
         const QString copy = result(QStringLiteral("kind") + kind + QStringLiteral(".xlsx"));
         RecordingPresenter presenter(copy);
-        QCOMPARE(RunPrint(f->ctx, request(kind), OpenXlsxOutputWorkbook, presenter), PrintOutcome::Done);
+        QCOMPARE(RunPrint(f->ctx, SampleRequest(kind), OpenXlsxOutputWorkbook, presenter),
+                 PrintOutcome::Done);
         QVERIFY2(f->messages.shown.isEmpty(), qPrintable(f->messages.texts().join(u'|')));
         QCOMPARE(presenter.previewed, QStringList{f->ctx.WorkbookPath});
         QCOMPARE(presenter.pages.size(), 3);
@@ -151,7 +139,7 @@ private Q_SLOTS:
             s.first += l.suryo.toLongLong();
             s.second += l.kingk.toLongLong();
         }
-        PrintRequest r = request();
+        PrintRequest r = SampleRequest();
         r.summary = true;
         const QString copy = result(QStringLiteral("sum.xlsx"));
         RecordingPresenter presenter(copy);
@@ -193,7 +181,7 @@ private Q_SLOTS:
         f->ctx.makerFilterText = QStringLiteral("THK");
         const QString filtered = result(QStringLiteral("thk.xlsx"));
         RecordingPresenter p1(filtered);
-        QCOMPARE(RunPrint(f->ctx, request(), OpenXlsxOutputWorkbook, p1), PrintOutcome::Done);
+        QCOMPARE(RunPrint(f->ctx, SampleRequest(), OpenXlsxOutputWorkbook, p1), PrintOutcome::Done);
         {
             xlsx::Workbook book = xlsx::Workbook::open(filtered.toStdString());
             const xlsx::Worksheet& s = book.sheet("部品表");
@@ -202,7 +190,7 @@ private Q_SLOTS:
         }
         // A new page for each maker: each maker's lines start at the top of a page.
         f->ctx.makerFilterOn = false;
-        PrintRequest r = request();
+        PrintRequest r = SampleRequest();
         r.pagePerMaker = true;
         const QString paged = result(QStringLiteral("paged.xlsx"));
         RecordingPresenter p2(paged);
@@ -223,7 +211,7 @@ private Q_SLOTS:
     void keepWorkbookRenamesTheSheet()
     {
         f->addTable(QStringLiteral("DWG-95"), QStringLiteral("01"), QStringLiteral("1"), MakeLines(5));
-        PrintRequest r = request();
+        PrintRequest r = SampleRequest();
         r.keepExcel = true;
         RecordingPresenter presenter{QString()};
         QCOMPARE(RunPrint(f->ctx, r, OpenXlsxOutputWorkbook, presenter), PrintOutcome::Done);
@@ -235,7 +223,7 @@ private Q_SLOTS:
 
     void testModePrintsSampleLines()
     {
-        PrintRequest r = request();
+        PrintRequest r = SampleRequest();
         r.runMode = QStringLiteral("TEST");
         r.dwgNo = QStringLiteral("TEST");
         const QString copy = result(QStringLiteral("test.xlsx"));
@@ -252,7 +240,7 @@ private Q_SLOTS:
 
     void missingSettingsRow()
     {
-        PrintRequest r = request();
+        PrintRequest r = SampleRequest();
         r.customer = QStringLiteral("未登録の客先");
         RecordingPresenter presenter{QString()};
         QCOMPARE(RunPrint(f->ctx, r, OpenXlsxOutputWorkbook, presenter), PrintOutcome::NoSettings);
@@ -262,7 +250,7 @@ private Q_SLOTS:
         // The other kind of the same customer is a separate row.
         f->exec(QStringLiteral("DELETE FROM SETTEI WHERE CH_BUHIN = '2'"));
         f->messages.clear();
-        QCOMPARE(RunPrint(f->ctx, request(QStringLiteral("2")), OpenXlsxOutputWorkbook, presenter),
+        QCOMPARE(RunPrint(f->ctx, SampleRequest(QStringLiteral("2")), OpenXlsxOutputWorkbook, presenter),
                  PrintOutcome::NoSettings);
         QCOMPARE(f->messages.shown.size(), 1);
     }
@@ -272,7 +260,7 @@ private Q_SLOTS:
         const QString missing = result(QStringLiteral("gone.xlsx"));
         f->exec(QStringLiteral("UPDATE SETTEI SET CH_ORGPATH = '") + missing + u'\'');
         RecordingPresenter presenter{QString()};
-        QCOMPARE(RunPrint(f->ctx, request(), OpenXlsxOutputWorkbook, presenter),
+        QCOMPARE(RunPrint(f->ctx, SampleRequest(), OpenXlsxOutputWorkbook, presenter),
                  PrintOutcome::TemplateNotOpened);
         QCOMPARE(f->messages.texts(), QStringList{QStringLiteral("EXCELファイルが見つかりません。") +
                                                   missing + QStringLiteral("を設定し直して下さい。")});
@@ -280,7 +268,7 @@ private Q_SLOTS:
         // An empty path asks for a file; cancelling ends the run without a message.
         f->exec(QStringLiteral("UPDATE SETTEI SET CH_ORGPATH = ''"));
         f->messages.clear();
-        QCOMPARE(RunPrint(f->ctx, request(), OpenXlsxOutputWorkbook, presenter),
+        QCOMPARE(RunPrint(f->ctx, SampleRequest(), OpenXlsxOutputWorkbook, presenter),
                  PrintOutcome::TemplateNotOpened);
         QCOMPARE(f->dialogs.calls, 1);
         QVERIFY(f->messages.shown.isEmpty());
@@ -291,7 +279,7 @@ private Q_SLOTS:
         // A sheet the template does not have: the settings error box with the error number.
         f->exec(QStringLiteral("UPDATE SETTEI SET CH_ORGSHEET = '無いシート'"));
         RecordingPresenter presenter{QString()};
-        QCOMPARE(RunPrint(f->ctx, request(), OpenXlsxOutputWorkbook, presenter), PrintOutcome::Failed);
+        QCOMPARE(RunPrint(f->ctx, SampleRequest(), OpenXlsxOutputWorkbook, presenter), PrintOutcome::Failed);
         QCOMPARE(f->messages.shown.size(), 1);
         QCOMPARE(f->messages.shown[0].title, QStringLiteral("設定エラー"));
         QCOMPARE(f->messages.shown[0].icon, MsgIcon::Stop);
@@ -307,7 +295,7 @@ private Q_SLOTS:
         for (size_t i = 0; i < many.size(); ++i)
             many[i].zno = QString::number(i);
         f->addTable(QStringLiteral("BIG"), QStringLiteral("01"), QStringLiteral("1"), many);
-        PrintRequest r = request();
+        PrintRequest r = SampleRequest();
         r.dwgNo = QStringLiteral("BIG");
         RecordingPresenter presenter{QString()};
         QCOMPARE(RunPrint(f->ctx, r, OpenXlsxOutputWorkbook, presenter), PrintOutcome::Failed);

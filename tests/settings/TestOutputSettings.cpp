@@ -4,7 +4,7 @@
 #include "NewCustomerDialog.h"
 #include "OutputSettingsEntry.h"
 #include "OutputSettingsScreen.h"
-#include "SettingsFixture.h"
+#include "PrintTestSupport.h"
 #include "SettingsRecord.h"
 #include "TestSupport.h"
 
@@ -25,7 +25,7 @@ class TestOutputSettings : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<SettingsFixture> f;
+    std::unique_ptr<PrintFixture> f;
     OutputSettingsScreen* screen = nullptr;
 
     template <class T> T* w(const QString& name)
@@ -116,7 +116,7 @@ class TestOutputSettings : public QObject
 private Q_SLOTS:
     void init()
     {
-        f = std::make_unique<SettingsFixture>();
+        f = std::make_unique<PrintFixture>();
         openScreen();
     }
     void cleanup()
@@ -151,7 +151,7 @@ private Q_SLOTS:
 
     void saveNewCustomerAndReadBack()
     {
-        const QString tpl = SettingsFixture::workbook(u"three_sheets.xlsx"_s);
+        const QString tpl = PrintFixture::workbook(u"three_sheets.xlsx"_s);
         fillScreen(u"客先A "_s, tpl);
         QVERIFY(f->messages.shown.isEmpty());
         QTest::keyClick(screen, Qt::Key_F5);
@@ -197,7 +197,7 @@ private Q_SLOTS:
 
     void overwriteAnsweredNoLeavesRow()
     {
-        fillScreen(u"客先B"_s, SettingsFixture::workbook(u"one_sheet.xlsx"_s));
+        fillScreen(u"客先B"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s));
         click(u"cmdSave"_s);
         const auto before = storedRow(u"客先B"_s, u"1"_s);
         QCOMPARE(before.value(u"INT_PAGEMAX"_s).toString(), u"20"_s);
@@ -238,18 +238,18 @@ private Q_SLOTS:
         QCOMPARE(f->codes(), QStringList{u"E115"_s});
         QCOMPARE(QApplication::focusWidget(), w<QPushButton>(u"cmdOrgFile"_s));
 
-        const QString missing = f->dir.path() + u"/無い雛形.xlsx"_s;
+        const QString missing = f->appFolder() + u"/無い雛形.xlsx"_s;
         w<QLineEdit>(u"txtOrgPath"_s)->setText(missing);
         f->messages.clear();
         click(u"cmdSave"_s);
         QCOMPARE(f->codes(), QStringList{u"E114"_s});
         QCOMPARE(f->messages.shown.first().text,
-                 u"E114：メッセージ"_s + missing + u"を設定し直して下さい。"_s);
+                 u"EXCELファイルが見つかりません。"_s + missing + u"を設定し直して下さい。"_s);
         QCOMPARE(QApplication::focusWidget(), w<QPushButton>(u"cmdOrgFile"_s));
         QVERIFY(storedRow(u"客先A"_s, u"1"_s).isEmpty());
 
         // Cells, headings and the import workbook are not looked at: a ticked item with empty cells saves.
-        w<QLineEdit>(u"txtOrgPath"_s)->setText(SettingsFixture::workbook(u"one_sheet.xlsx"_s));
+        w<QLineEdit>(u"txtOrgPath"_s)->setText(PrintFixture::workbook(u"one_sheet.xlsx"_s));
         w<QCheckBox>(u"chkH_NAME"_s)->click();
         f->messages.clear();
         click(u"cmdSave"_s);
@@ -321,7 +321,7 @@ private Q_SLOTS:
     void loadKeepsUntickedHeaderCells()
     {
         // 客先A: drawing number ticked at C5. 客先B: drawing number unticked, maker unticked.
-        fillScreen(u"客先A"_s, SettingsFixture::workbook(u"one_sheet.xlsx"_s));
+        fillScreen(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s));
         combo(u"cboH_DWGNO_C"_s)->setEditText(u"C"_s);
         combo(u"cboH_DWGNO_R"_s)->setEditText(u"5"_s);
         click(u"cmdSave"_s);
@@ -367,8 +367,8 @@ private Q_SLOTS:
 
     void chooseThreeSheetWorkbook()
     {
-        const QString book = SettingsFixture::workbook(u"three_sheets.xlsx"_s);
-        f->files.next << book;
+        const QString book = PrintFixture::workbook(u"three_sheets.xlsx"_s);
+        f->dialogs.next << book;
         QStringList listed;
         QString title;
         QString date;
@@ -385,7 +385,7 @@ private Q_SLOTS:
             QTest::keyClick(list, Qt::Key_F5);
         });
         click(u"cmdOrgFile"_s);
-        QCOMPARE(f->files.lastTitle, u"EXCELﾌｧｲﾙ指定"_s);
+        QCOMPARE(f->dialogs.lastTitle, u"EXCELﾌｧｲﾙ指定"_s);
         QCOMPARE(listed, (QStringList{u"表紙"_s, u"部品表"_s, u"控え"_s}));
         QCOMPARE(title, u"雛形ﾌｧｲﾙ設定"_s);
         QCOMPARE(date, u"令和8年11月21日 09:30:05"_s);
@@ -395,7 +395,7 @@ private Q_SLOTS:
         QVERIFY(w<QLineEdit>(u"txtCpySheet"_s)->text().isEmpty());
 
         // The import choice, by double click.
-        f->files.next << book;
+        f->dialogs.next << book;
         whenDialog(u"KVRCAD0004"_s, [&](QWidget* d) {
             QCOMPARE(d->windowTitle(), u"取込ﾌｧｲﾙ設定"_s);
             auto* list = d->findChild<QListWidget*>(u"lstTAN1050"_s);
@@ -407,12 +407,12 @@ private Q_SLOTS:
         QCOMPARE(w<QLineEdit>(u"txtOrgSheet"_s)->text(), u"部品表"_s);
 
         // Closed without a choice: the new path with the old sheet.
-        const QString one = SettingsFixture::workbook(u"filled_list.xlsx"_s);
-        f->files.next << f->dir.path() + u"/copy.xlsx"_s;
-        QFile::copy(book, f->dir.path() + u"/copy.xlsx"_s);
+        const QString one = PrintFixture::workbook(u"filled_list.xlsx"_s);
+        f->dialogs.next << f->appFolder() + u"/copy.xlsx"_s;
+        QFile::copy(book, f->appFolder() + u"/copy.xlsx"_s);
         whenDialog(u"KVRCAD0004"_s, [](QWidget* d) { d->close(); });
         click(u"cmdOrgFile"_s);
-        QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), f->dir.path() + u"/copy.xlsx"_s);
+        QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), f->appFolder() + u"/copy.xlsx"_s);
         QCOMPARE(w<QLineEdit>(u"txtOrgSheet"_s)->text(), u"部品表"_s);
         QVERIFY(w<QPushButton>(u"cmdSave"_s)->isEnabled());
     }
@@ -420,76 +420,37 @@ private Q_SLOTS:
     void oneSheetWorkbookAndCancel()
     {
         w<QLineEdit>(u"txtOrgSheet"_s)->setText(u"前のシート"_s);
-        const QString one = SettingsFixture::workbook(u"one_sheet.xlsx"_s);
-        f->files.next << one;
+        const QString one = PrintFixture::workbook(u"one_sheet.xlsx"_s);
+        f->dialogs.next << one;
         click(u"cmdOrgFile"_s);
         QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), one);
         QCOMPARE(w<QLineEdit>(u"txtOrgSheet"_s)->text(), u"前のシート"_s);
-        f->files.next << one;
+        f->dialogs.next << one;
         click(u"cmdCpyFile"_s);
         QCOMPARE(w<QLineEdit>(u"txtCpyPath"_s)->text(), one);
         QVERIFY(w<QLineEdit>(u"txtCpySheet"_s)->text().isEmpty());
         // Cancelled dialog and a missing file change nothing.
         click(u"cmdOrgFile"_s);
         QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), one);
-        f->files.next << f->dir.path() + u"/無い.xlsx"_s;
+        f->dialogs.next << f->appFolder() + u"/無い.xlsx"_s;
         click(u"cmdOrgFile"_s);
         QCOMPARE(f->codes(), QStringList{u"E114"_s});
         QCOMPARE(w<QLineEdit>(u"txtOrgPath"_s)->text(), one);
         QCOMPARE(QApplication::overrideCursor(), nullptr);
     }
 
-    void newCustomerDialog()
+    void newCustomerButton()
     {
-        int opened = 0;
-        whenDialog(u"KVRCAD0102"_s, [&](QWidget* d) {
-            ++opened;
-            QCOMPARE(d->windowTitle(), u"新規客先登録"_s);
-            auto* name = d->findChild<QLineEdit*>(u"txtUserName"_s);
-            QVERIFY(name->text().isEmpty());
-            QTest::keyClicks(name, u"   "_s);
-            d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
-            QVERIFY(d->isVisible());
-            name->setText(u"新しい客先"_s);
+        // The dialog's own checks are tested with the dialog; here: it opens modally from the
+        // button and selects the new name in this screen's customer list.
+        whenDialog(u"KVRCAD0102"_s, [](QWidget* d) {
+            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"新しい客先"_s);
             d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
         });
         click(u"cmdNewUser"_s);
-        QCOMPARE(opened, 1);
-        QCOMPARE(f->messages.shown.size(), 1);
-        QCOMPARE(f->messages.shown.first().title, u"注意"_s);
-        QCOMPARE(f->messages.shown.first().icon, MsgIcon::Exclamation);
-        QCOMPARE(f->messages.shown.first().text, u"客先名が空欄です。登録できません。"_s);
-        QCOMPARE(f->ctx.ini->find(u"USER"_s, u"MAX"_s), u"3"_s);
         QCOMPARE(f->ctx.ini->find(u"USER"_s, u"3"_s), u"新しい客先"_s);
-        QComboBox* user = combo(u"cboUser"_s);
-        QCOMPARE(user->count(), 3);
-        QCOMPARE(user->currentText(), u"新しい客先"_s);
-        QCOMPARE(user->currentIndex(), 2);
-
-        // Leading blanks pass the check and are written as typed.
-        whenDialog(u"KVRCAD0102"_s, [](QWidget* d) {
-            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"  空白付き"_s);
-            d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
-        });
-        click(u"cmdNewUser"_s);
-        QVERIFY(readFileBytes(f->ctx.IniPath).contains(*IniFile::encodeCp932(u"4=  空白付き"_s)));
-        QCOMPARE(user->count(), 4);
-
-        // An existing name changes nothing; cancel writes nothing.
-        user->setCurrentIndex(0);
-        whenDialog(u"KVRCAD0102"_s, [](QWidget* d) {
-            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"客先B"_s);
-            d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
-        });
-        click(u"cmdNewUser"_s);
-        whenDialog(u"KVRCAD0102"_s, [](QWidget* d) {
-            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"取り消す客先"_s);
-            d->findChild<QPushButton*>(u"cmdButton1"_s)->click();
-        });
-        click(u"cmdNewUser"_s);
-        QCOMPARE(f->ctx.ini->find(u"USER"_s, u"MAX"_s), u"4"_s);
-        QCOMPARE(user->count(), 4);
-        QCOMPARE(user->currentIndex(), 0);
+        QCOMPARE(combo(u"cboUser"_s)->currentText(), u"新しい客先"_s);
+        QCOMPARE(combo(u"cboUser"_s)->currentIndex(), 2);
     }
 
     void previewRunsTestPrint()
@@ -525,7 +486,7 @@ private Q_SLOTS:
         const QString out = qEnvironmentVariable("BUHINHYO_SCREENSHOT_DIR");
         if (out.isEmpty())
             QSKIP("BUHINHYO_SCREENSHOT_DIR not set");
-        fillScreen(u"サンプル工業株式会社"_s, SettingsFixture::workbook(u"three_sheets.xlsx"_s));
+        fillScreen(u"サンプル工業株式会社"_s, PrintFixture::workbook(u"three_sheets.xlsx"_s));
         w<QCheckBox>(u"chkH_SHEET"_s)->click();
         w<QCheckBox>(u"chkM_KING"_s)->click();
         click(u"cmdSave"_s);
@@ -533,7 +494,7 @@ private Q_SLOTS:
         click(u"cmdSearch"_s);
         QTest::qWait(200);
         QVERIFY(screen->grab().save(out + u"/KVRCAD0003.png"_s));
-        f->files.next << SettingsFixture::workbook(u"three_sheets.xlsx"_s);
+        f->dialogs.next << PrintFixture::workbook(u"three_sheets.xlsx"_s);
         whenDialog(u"KVRCAD0004"_s, [out](QWidget* d) {
             QTest::qWait(200);
             d->grab().save(out + u"/KVRCAD0004.png"_s);

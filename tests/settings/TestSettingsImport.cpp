@@ -1,7 +1,7 @@
 #include "Database.h"
 #include "IniAccess.h"
 #include "OutputSettingsScreen.h"
-#include "SettingsFixture.h"
+#include "PrintTestSupport.h"
 #include "SettingsRecord.h"
 #include "SettingsSave.h"
 
@@ -20,7 +20,7 @@ SettingsRecord filledListLayout(const QString& user)
     SettingsRecord s;
     s.user = user;
     s.kind = u"1"_s;
-    s.orgPath = SettingsFixture::workbook(u"one_sheet.xlsx"_s);
+    s.orgPath = PrintFixture::workbook(u"one_sheet.xlsx"_s);
     s.pageMax = u"20"_s;
     const QStringList cols{u"B"_s, u"D"_s, u"B"_s, u"D"_s, u"F"_s, u"F"_s};
     const QStringList rows{u"2"_s, u"2"_s, u"3"_s, u"3"_s, u"3"_s, u"2"_s};
@@ -38,7 +38,7 @@ class TestSettingsImport : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<SettingsFixture> f;
+    std::unique_ptr<PrintFixture> f;
     OutputSettingsScreen* screen = nullptr;
 
     template <class T> T* w(const QString& name) { return screen->findChild<T*>(name); }
@@ -79,7 +79,7 @@ class TestSettingsImport : public QObject
 private Q_SLOTS:
     void init()
     {
-        f = std::make_unique<SettingsFixture>();
+        f = std::make_unique<PrintFixture>();
         screen = new OutputSettingsScreen(f->ctx, nullptr);
         screen->show();
         w<QComboBox>(u"cboUser"_s)->setEditText(u"客先A"_s);
@@ -95,7 +95,7 @@ private Q_SLOTS:
         runImport();
         QCOMPARE(f->codes(), QStringList{u"E111"_s});
         // A path but no saved layout for the customer and kind.
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(SettingsFixture::workbook(u"filled_list.xlsx"_s));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
         runImport();
         QCOMPARE(f->codes(), (QStringList{u"E111"_s, u"E150"_s}));
         // A workbook that is not one: the error box, nothing written, the screen usable.
@@ -111,7 +111,7 @@ private Q_SLOTS:
     void importCreatesTables()
     {
         WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(SettingsFixture::workbook(u"filled_list.xlsx"_s));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
         w<QLineEdit>(u"txtCpySheet"_s)->setText(u"部品表"_s);
         f->messages.clear();
         f->messages.setNextAnswer(MsgAnswer::No); // the summary answered No: nothing written
@@ -160,7 +160,7 @@ private Q_SLOTS:
     void aFailureWritesNothing()
     {
         WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(SettingsFixture::workbook(u"filled_list.xlsx"_s));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
         // The database refuses the lines of the second table, after the first has been written.
         f->ctx.DbConnection->Execute(
             u"CREATE TRIGGER refuse BEFORE INSERT ON BUHINHYO_M "
@@ -177,7 +177,7 @@ private Q_SLOTS:
     void existingTablesAreAskedAbout()
     {
         WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(SettingsFixture::workbook(u"filled_list.xlsx"_s));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
         runImport(); // both created (default answer Yes)
         QCOMPARE(lines(u"D-500"_s).size(), 12);
 

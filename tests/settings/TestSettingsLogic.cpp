@@ -75,74 +75,43 @@ private Q_SLOTS:
         QCOMPARE(RowDropDownItems().size(), 99);
     }
 
-    void eraBoundaries_data()
+    void eraDates()
     {
-        QTest::addColumn<QDate>("date");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("before Meiji") << QDate(1868, 1, 24) << QStringLiteral("1868年1月24日 09:30:05");
-        QTest::newRow("Meiji first day") << QDate(1868, 1, 25) << QStringLiteral("明治元年1月25日 09:30:05");
-        QTest::newRow("Meiji 45 last day")
-            << QDate(1912, 7, 29) << QStringLiteral("明治45年7月29日 09:30:05");
-        QTest::newRow("Taisho first day") << QDate(1912, 7, 30) << QStringLiteral("大正元年7月30日 09:30:05");
-        QTest::newRow("Taisho 15 last day")
-            << QDate(1926, 12, 24) << QStringLiteral("大正15年12月24日 09:30:05");
-        QTest::newRow("Showa first day")
-            << QDate(1926, 12, 25) << QStringLiteral("昭和元年12月25日 09:30:05");
-        QTest::newRow("Showa 2") << QDate(1927, 1, 1) << QStringLiteral("昭和2年1月1日 09:30:05");
-        QTest::newRow("Showa 64 last day") << QDate(1989, 1, 7) << QStringLiteral("昭和64年1月7日 09:30:05");
-        QTest::newRow("Heisei first day") << QDate(1989, 1, 8) << QStringLiteral("平成元年1月8日 09:30:05");
-        QTest::newRow("Heisei 31 last day")
-            << QDate(2019, 4, 30) << QStringLiteral("平成31年4月30日 09:30:05");
-        QTest::newRow("Reiwa first day") << QDate(2019, 5, 1) << QStringLiteral("令和元年5月1日 09:30:05");
-        QTest::newRow("Reiwa 2 new year") << QDate(2020, 1, 1) << QStringLiteral("令和2年1月1日 09:30:05");
-        QTest::newRow("Reiwa 8") << QDate(2026, 11, 21) << QStringLiteral("令和8年11月21日 09:30:05");
-    }
-    void eraBoundaries()
-    {
-        QFETCH(QDate, date);
-        QFETCH(QString, expected);
-        QCOMPARE(JapaneseEraDateTime(QDateTime(date, QTime(9, 30, 5))), expected);
-    }
-    void eraTimeIs24Hour()
-    {
+        // The first and last day of every era; before Meiji the plain year.
+        const std::pair<QDate, const char*> cases[] = {
+            {QDate(1868, 1, 24), "1868年1月24日"},     {QDate(1868, 1, 25), "明治元年1月25日"},
+            {QDate(1912, 7, 29), "明治45年7月29日"},   {QDate(1912, 7, 30), "大正元年7月30日"},
+            {QDate(1926, 12, 24), "大正15年12月24日"}, {QDate(1926, 12, 25), "昭和元年12月25日"},
+            {QDate(1927, 1, 1), "昭和2年1月1日"},      {QDate(1989, 1, 7), "昭和64年1月7日"},
+            {QDate(1989, 1, 8), "平成元年1月8日"},     {QDate(2019, 4, 30), "平成31年4月30日"},
+            {QDate(2019, 5, 1), "令和元年5月1日"},     {QDate(2020, 1, 1), "令和2年1月1日"}};
+        for (const auto& [date, text] : cases)
+            QCOMPARE(JapaneseEraDateTime(QDateTime(date, QTime(9, 30, 5))),
+                     QString::fromUtf8(text) + QStringLiteral(" 09:30:05"));
         QCOMPARE(JapaneseEraDateTime(QDateTime(QDate(2026, 2, 3), QTime(23, 4, 59))),
                  QStringLiteral("令和8年2月3日 23:04:59"));
-        QCOMPARE(JapaneseEra(QDate(2019, 4, 30)).year, 31);
     }
 
-    void quantityNotation_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("expected"); // qty1, unit1, qty2, unit2
-        QTest::newRow("empty") << QString() << QStringList{{}, {}, {}, {}};
-        QTest::newRow("plain") << QStringLiteral("3") << QStringList{QStringLiteral("3"), {}, {}, {}};
-        QTest::newRow("with unit") << QStringLiteral("3個")
-                                   << QStringList{QStringLiteral("3"), QStringLiteral("個"), {}, {}};
-        QTest::newRow("R and L") << QStringLiteral("R=2 L=2") << QStringList{u"2"_s, u"R"_s, u"2"_s, u"L"_s};
-        QTest::newRow("total") << QStringLiteral("計4")
-                               << QStringList{QStringLiteral("4"), QStringLiteral("計"), {}, {}};
-        QTest::newRow("pair times") << QStringLiteral("R/L×2")
-                                    << QStringList{QStringLiteral("2"), QStringLiteral("R/L×"), {}, {}};
-        QTest::newRow("two units") << QStringLiteral("3個 2本")
-                                   << QStringList{u"3"_s, u"個"_s, u"2"_s, u"本"_s};
-        QTest::newRow("first half left out")
-            << QStringLiteral(" L=3") << QStringList{{}, {}, QStringLiteral("3"), QStringLiteral("L")};
-        QTest::newRow("decimal") << QStringLiteral("1.5m")
-                                 << QStringList{QStringLiteral("1.5"), QStringLiteral("m"), {}, {}};
-        QTest::newRow("unit with a blank")
-            << QStringLiteral("2 ケース入")
-            << QStringList{QStringLiteral("2"), QStringLiteral(" ケース入"), {}, {}};
-    }
     void quantityNotation()
     {
-        QFETCH(QString, text);
-        QFETCH(QStringList, expected);
-        QuantityPair p;
-        QVERIFY(ParseQuantityText(text, p));
-        QCOMPARE((QStringList{p.qty1, p.unit1, p.qty2, p.unit2}), expected);
-    }
-    void quantityNotationRefused()
-    {
+        // text -> quantity 1, unit 1, quantity 2, unit 2
+        const char* cases[][5] = {{"", "", "", "", ""},
+                                  {"3", "3", "", "", ""},
+                                  {"3個", "3", "個", "", ""},
+                                  {"R=2 L=2", "2", "R", "2", "L"},
+                                  {"計4", "4", "計", "", ""},
+                                  {"R/L×2", "2", "R/L×", "", ""},
+                                  {"3個 2本", "3", "個", "2", "本"},
+                                  {" L=3", "", "", "3", "L"},
+                                  {"1.5m", "1.5", "m", "", ""},
+                                  {"2 ケース入", "2", " ケース入", "", ""}};
+        for (const auto& c : cases) {
+            QuantityPair p;
+            QVERIFY2(ParseQuantityText(QString::fromUtf8(c[0]), p), c[0]);
+            QCOMPARE((QStringList{p.qty1, p.unit1, p.qty2, p.unit2}),
+                     (QStringList{QString::fromUtf8(c[1]), QString::fromUtf8(c[2]), QString::fromUtf8(c[3]),
+                                  QString::fromUtf8(c[4])}));
+        }
         QuantityPair p;
         QVERIFY(!ParseQuantityText(QStringLiteral("一式"), p));
         QCOMPARE(p, QuantityPair{});
@@ -160,25 +129,6 @@ private Q_SLOTS:
         QCOMPARE(ReadNumberText(QStringLiteral("4,500")), QStringLiteral("4500"));
         QCOMPARE(ReadNumberText(QStringLiteral(" 12.5 ")), QStringLiteral("12.5"));
         QCOMPARE(ReadNumberText(QStringLiteral("abc")), QString());
-    }
-
-    void recordColumns()
-    {
-        QStringList c = SettingsRecord::ColumnNames();
-        QCOMPARE(c.size(), 76);
-        QCOMPARE(c.mid(0, 10), (QStringList{u"CH_USER"_s, u"CH_BUHIN"_s, u"CH_ORGPATH"_s, u"CH_ORGSHEET"_s,
-                                            u"CH_CPYPATH"_s, u"CH_CPYSHEET"_s, u"INT_PAGEMAX"_s,
-                                            u"CH_HMIDASHI_R"_s, u"CH_HMIDASHI_C"_s, u"CH_HMIDASHI"_s}));
-        QCOMPARE(c.mid(10, 3), (QStringList{u"CH_HDWGNO_R"_s, u"CH_HDWGNO_C"_s, u"YN_HDWGNO"_s}));
-        QCOMPARE(c.mid(22, 3), (QStringList{u"CH_HDESINED_R"_s, u"CH_HDESINED_C"_s, u"YN_HDESINED"_s}));
-        QCOMPARE(c.mid(28, 6), (QStringList{u"CH_MZUBAN_SR"_s, u"CH_MZUBAN_SC"_s, u"CH_MZUBAN_ER"_s,
-                                            u"CH_MZUBAN_EC"_s, u"YN_MZUBAN"_s, u"CH_MMZUBAN"_s}));
-        QCOMPARE(c.last(), QStringLiteral("CH_MMMAKER"));
-        QCOMPARE(c.removeDuplicates(), 0);
-        QCOMPARE(SettingsRecord::LookupSql(QStringLiteral("A社 "), QStringLiteral("2")),
-                 QStringLiteral("SELECT * FROM SETTEI WHERE CH_USER  = 'A社 ' AND CH_BUHIN = '2'"));
-        QCOMPARE(PageMaxValue(QStringLiteral(" 50 ")), 50);
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, PageMaxValue(QStringLiteral("5a")));
     }
 
     void importPages()

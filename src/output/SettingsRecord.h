@@ -6,8 +6,9 @@
 
 class Recordset;
 
-// One row of SETTEI: where a customer's list of one kind lands on the sheet.
-// Every value is kept as text exactly as the screen shows it; INT_PAGEMAX is the page-rows text.
+// One row of SETTEI: where a customer's list of one kind lands on the sheet. The settings screen
+// writes it; the print run, the page layout and the import read it. Every value is kept as text
+// exactly as stored or shown; INT_PAGEMAX is the page-rows text; a null reads as empty text.
 
 // Header items in the order of the screen and of the save.
 constexpr int kHeaderItemCount = 6;
@@ -54,8 +55,11 @@ struct SettingsRecord {
 
     friend bool operator==(const SettingsRecord&, const SettingsRecord&) = default;
 
-    // "SELECT * FROM SETTEI WHERE CH_USER  = '...' AND CH_BUHIN = '...'", values pasted as they are.
+    // The settings screen's lookup, "SELECT * FROM SETTEI WHERE CH_USER  = '...' AND CH_BUHIN = '...'",
+    // values pasted as they are.
     static QString LookupSql(const QString& user, const QString& kind);
+    // The print run's lookup: one blank before the equals sign and a lower-case "and".
+    static QString PrintLookupSql(const QString& user, const QString& kind);
     // The 76 columns in the order the screen writes them (keys first).
     static QStringList ColumnNames();
 
@@ -65,6 +69,14 @@ struct SettingsRecord {
     // INT_PAGEMAX takes the page-rows text as a number: a text that is not one is a type mismatch.
     void AssignTo(Recordset& rs) const;
 };
+
+// Column names of the items: HeaderColumn(HName, u"_R") is "CH_HNAME_R", DetailColumnName(MBiko, u"_SC")
+// is "CH_MBIKO_SC".
+QString HeaderColumn(int item, QStringView suffix);
+QString HeaderFlag(int item);
+QString DetailColumnName(int item, QStringView suffix);
+QString DetailFlag(int item);
+QString DetailHeading(int item);
 
 // The page-rows text as the number stored in INT_PAGEMAX (blanks around it allowed).
 int PageMaxValue(const QString& text);
