@@ -291,6 +291,17 @@ private Q_SLOTS:
         QCOMPARE(r.pages, 3);
         QCOMPARE(t.pastes, (QList<int>{20001, 20001})); // the failed top keeps its old value
         QVERIFY(r.ignoredErrors > 0);
+
+        // The longest list the 16-bit counter allows still gets its page total.
+        SettingsRecord s = settings(QStringLiteral("1"), QStringLiteral("10"), 10);
+        for (DetailColumn& d : s.detail)
+            d.on = false;
+        s.header[HDwgNo].on = false;
+        s.header[HSheet].row = QStringLiteral("1");
+        RecordingTarget full;
+        QCOMPARE(LayOutPages(s, lines(32767), header, false, full).pages, 3277);
+        QCOMPARE(full.valuesAt(8).first(), QStringLiteral("1 / 3277"));
+        QCOMPARE(full.valuesAt(8).last(), QStringLiteral("3277 / 3277"));
     }
 
     void quantityText()

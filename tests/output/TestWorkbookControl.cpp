@@ -170,38 +170,25 @@ private Q_SLOTS:
         f.write("%PDF");
         f.close();
         QVERIFY(LibreOffice::checkConversion(out, "convert a.xlsx -> a.pdf\n").isEmpty());
+        // LibreOffice ends with status 0 even when it could not load the file.
         QVERIFY(!LibreOffice::checkConversion(out, "Error: source file could not be loaded\n").isEmpty());
-        const QStringList args = LibreOffice::convertArguments(d.filePath(QStringLiteral("p")),
-                                                               QStringLiteral("pdf"), d.path(), out);
-        QVERIFY(args.first().startsWith(QStringLiteral("-env:UserInstallation=file:///")));
-        QVERIFY(args.contains(QStringLiteral("--headless")));
     }
 
     void spreadsheetMarker()
     {
+        // A LibreOffice or Excel process (by its name in /proc) counts as a running spreadsheet.
         QTemporaryDir proc;
-        QDir(proc.path()).mkpath(QStringLiteral("12/"));
-        QDir(proc.path()).mkpath(QStringLiteral("self/"));
-        auto write = [&](const QString& name, const QByteArray& bytes) {
-            QFile f(proc.filePath(name));
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write(bytes);
-        };
-        write(QStringLiteral("12/comm"), "bash\n");
-        write(QStringLiteral("12/cmdline"), QByteArray("/bin/bash\0-c\0", 13));
-        QVERIFY(!SpreadsheetProcessRunning(proc.path()));
-        QDir(proc.path()).mkpath(QStringLiteral("34/"));
-        write(QStringLiteral("34/comm"), "soffice.bin\n");
-        QVERIFY(SpreadsheetProcessRunning(proc.path()));
-        write(QStringLiteral("34/comm"), "EXCEL.EXE\n");
-        QVERIFY(SpreadsheetProcessRunning(proc.path()));
-        write(QStringLiteral("34/comm"), "excel\n");
-        QVERIFY(!SpreadsheetProcessRunning(proc.path()));
-
+        QVERIFY(QDir(proc.path()).mkpath(QStringLiteral("34")));
+        for (const auto& [comm, running] : {std::pair{"bash\n", false}, std::pair{"soffice.bin\n", true},
+                                            std::pair{"EXCEL.EXE\n", true}, std::pair{"excel\n", false}}) {
+            QFile f(proc.filePath(QStringLiteral("34/comm")));
+            QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            f.write(comm);
+            f.close();
+            QCOMPARE(SpreadsheetProcessRunning(proc.path()), running);
+        }
         WorkbookControl wc(m_ctx);
-        const int flag = wc.ExcelRunning();
-        QCOMPARE(flag == 0, wc.excelRunningMarker() == u"1");
-        QVERIFY(flag == 0 || flag == -1);
+        QCOMPARE(wc.ExcelRunning() == 0, wc.excelRunningMarker() == u"1");
     }
 };
 

@@ -1,11 +1,10 @@
 #include "Database.h"
 #include "IniAccess.h"
-#include "IniFile.h"
-#include "NewCustomerDialog.h"
 #include "OutputSettingsEntry.h"
 #include "OutputSettingsScreen.h"
 #include "PrintTestSupport.h"
 #include "SettingsRecord.h"
+#include "SettingsSave.h"
 #include "TestSupport.h"
 
 #include <QApplication>
@@ -69,48 +68,61 @@ class TestOutputSettings : public QObject
         });
     }
 
-    // A complete set of values on the screen, with blanks kept where users type them.
-    void fillScreen(const QString& user, const QString& templatePath)
+    // A complete record, with blanks kept where users type them.
+    static SettingsRecord sampleRecord(const QString& user, const QString& templatePath)
     {
-        combo(u"cboUser"_s)->setEditText(user);
-        w<QLineEdit>(u"txtOrgPath"_s)->setText(templatePath);
-        w<QLineEdit>(u"txtOrgSheet"_s)->setText(u"部品表"_s);
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(u"/nowhere/import.xlsx"_s);
-        w<QLineEdit>(u"txtCpySheet"_s)->setText(u"取込"_s);
-        combo(u"cboPageMax"_s)->setEditText(u"20"_s);
-        w<QLineEdit>(u"txtMidashi"_s)->setText(u" 製作部品表 "_s);
-        combo(u"cboMidashi_C"_s)->setEditText(u"C"_s);
-        combo(u"cboMidashi_R"_s)->setEditText(u"1"_s);
+        SettingsRecord r{user,      u"1"_s,  templatePath, u"部品表"_s, u"/nowhere/import.xlsx"_s,
+                         u"取込"_s, u"20"_s, u"1"_s,       u"C"_s,      u" 製作部品表 "_s,
+                         {},        {}};
         const QStringList headerCols{u"B"_s, u"D"_s, u"B"_s, u"D"_s, u"F"_s, u"F"_s};
         const QStringList headerRows{u"2"_s, u"2"_s, u"3"_s, u"3"_s, u"3"_s, u"2"_s};
+        for (int i = 0; i < kHeaderItemCount; ++i)
+            r.header[size_t(i)] = {headerRows.at(i), headerCols.at(i), true};
+        for (int i = 0; i < kDetailItemCount; ++i) {
+            const QString letter(QChar(u'A' + i));
+            r.detail[size_t(i)] = {u"6"_s, letter, u"15"_s,
+                                   letter, true,   kDetailCaptions[size_t(i)].toString() + u" "_s};
+        }
+        return r;
+    }
+
+    // Puts a record on the screen the way a user would (ticking every item that is on).
+    void fillScreen(const SettingsRecord& r)
+    {
+        combo(u"cboUser"_s)->setEditText(r.user);
+        w<QLineEdit>(u"txtOrgPath"_s)->setText(r.orgPath);
+        w<QLineEdit>(u"txtOrgSheet"_s)->setText(r.orgSheet);
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(r.cpyPath);
+        w<QLineEdit>(u"txtCpySheet"_s)->setText(r.cpySheet);
+        combo(u"cboPageMax"_s)->setEditText(r.pageMax);
+        w<QLineEdit>(u"txtMidashi"_s)->setText(r.midashi);
+        combo(u"cboMidashi_C"_s)->setEditText(r.midashiCol);
+        combo(u"cboMidashi_R"_s)->setEditText(r.midashiRow);
         for (int i = 0; i < kHeaderItemCount; ++i) {
             const QString item = kHeaderItems[size_t(i)].toString();
-            w<QCheckBox>(u"chkH_"_s + item)->click();
-            combo(u"cboH_"_s + item + u"_C"_s)->setEditText(headerCols.at(i));
-            combo(u"cboH_"_s + item + u"_R"_s)->setEditText(headerRows.at(i));
+            if (r.header[size_t(i)].on)
+                w<QCheckBox>(u"chkH_"_s + item)->click();
+            combo(u"cboH_"_s + item + u"_C"_s)->setEditText(r.header[size_t(i)].col);
+            combo(u"cboH_"_s + item + u"_R"_s)->setEditText(r.header[size_t(i)].row);
         }
         for (int i = 0; i < kDetailItemCount; ++i) {
             const QString item = kDetailItems[size_t(i)].toString();
-            w<QCheckBox>(u"chkM_"_s + item)->click();
-            combo(u"cboM_"_s + item + u"_C"_s)->setEditText(QString(QChar(u'A' + i)));
-            w<QLineEdit>(u"txtM_"_s + item)->setText(kDetailCaptions[size_t(i)].toString() + u" "_s);
+            if (r.detail[size_t(i)].on)
+                w<QCheckBox>(u"chkM_"_s + item)->click();
+            combo(u"cboM_"_s + item + u"_C"_s)->setEditText(r.detail[size_t(i)].startCol);
+            w<QLineEdit>(u"txtM_"_s + item)->setText(r.detail[size_t(i)].heading);
         }
-        combo(u"cboMeisai_SR"_s)->setEditText(u"6"_s);
-        combo(u"cboMeisai_ER"_s)->setEditText(u"15"_s);
+        combo(u"cboMeisai_SR"_s)->setEditText(r.detail[MZuban].startRow);
+        combo(u"cboMeisai_ER"_s)->setEditText(r.detail[MZuban].endRow);
+    }
+    void fillScreen(const QString& user, const QString& templatePath)
+    {
+        fillScreen(sampleRecord(user, templatePath));
     }
 
-    QHash<QString, QVariant> storedRow(const QString& user, const QString& kind)
+    std::optional<SettingsRecord> stored(const QString& user, const QString& kind)
     {
-        std::unique_ptr<Recordset> rs;
-        OpenRecordset(*f->ctx.DbConnection, rs, SettingsRecord::LookupSql(user, kind));
-        QHash<QString, QVariant> row;
-        if (rs->RecordCount() == 0)
-            return row;
-        rs->MoveFirst();
-        for (const QString& c : SettingsRecord::ColumnNames())
-            row.insert(c, c.startsWith(u"YN_"_s) ? QVariant(rs->Bool(c)) : QVariant(rs->Field(c)));
-        rs->Close();
-        return row;
+        return ReadSettings(*f->ctx.DbConnection, user, kind);
     }
 
 private Q_SLOTS:
@@ -157,37 +169,12 @@ private Q_SLOTS:
         QTest::keyClick(screen, Qt::Key_F5);
         QCOMPARE(f->codes(), QStringList{u"I100"_s});
 
-        const auto row = storedRow(u"客先A "_s, u"1"_s);
-        QCOMPARE(row.size(), 76);
-        QCOMPARE(row.value(u"CH_USER"_s).toString(), u"客先A "_s); // stored with its blank
-        QCOMPARE(row.value(u"CH_BUHIN"_s).toString(), u"1"_s);
-        QCOMPARE(row.value(u"CH_ORGPATH"_s).toString(), tpl);
-        QCOMPARE(row.value(u"CH_ORGSHEET"_s).toString(), u"部品表"_s);
-        QCOMPARE(row.value(u"CH_CPYPATH"_s).toString(), u"/nowhere/import.xlsx"_s);
-        QCOMPARE(row.value(u"CH_CPYSHEET"_s).toString(), u"取込"_s);
-        QCOMPARE(row.value(u"INT_PAGEMAX"_s).toString(), u"20"_s);
-        QCOMPARE(row.value(u"CH_HMIDASHI"_s).toString(), u" 製作部品表 "_s);
-        QCOMPARE(row.value(u"CH_HMIDASHI_C"_s).toString(), u"C"_s);
-        QCOMPARE(row.value(u"CH_HMIDASHI_R"_s).toString(), u"1"_s);
-        QCOMPARE(row.value(u"CH_HDWGNO_C"_s).toString(), u"B"_s);
-        QCOMPARE(row.value(u"CH_HDWGNO_R"_s).toString(), u"2"_s);
-        QCOMPARE(row.value(u"CH_HDESINED_C"_s).toString(), u"F"_s);
-        QCOMPARE(row.value(u"CH_HSHEET_R"_s).toString(), u"2"_s);
-        for (int i = 0; i < kHeaderItemCount; ++i)
-            QVERIFY(row.value(u"YN_H"_s + kHeaderItems[size_t(i)]).toBool());
-        for (int i = 0; i < kDetailItemCount; ++i) {
-            const QString item = kDetailItems[size_t(i)].toString();
-            const QString letter(QChar(u'A' + i));
-            QCOMPARE(row.value(u"CH_M"_s + item + u"_SC"_s).toString(), letter);
-            QCOMPARE(row.value(u"CH_M"_s + item + u"_EC"_s).toString(), letter);
-            QCOMPARE(row.value(u"CH_M"_s + item + u"_SR"_s).toString(), u"6"_s);
-            QCOMPARE(row.value(u"CH_M"_s + item + u"_ER"_s).toString(), u"15"_s);
-            QVERIFY(row.value(u"YN_M"_s + item).toBool());
-            QCOMPARE(row.value(u"CH_MM"_s + item).toString(), kDetailCaptions[size_t(i)].toString() + u" "_s);
-        }
+        // Every column as the screen showed it, untrimmed; the end column is the start column and
+        // every item carries the one pair of detail rows.
+        QCOMPARE(stored(u"客先A "_s, u"1"_s), std::optional(sampleRecord(u"客先A "_s, tpl)));
         // The other kind and the trimmed name are different keys.
-        QVERIFY(storedRow(u"客先A "_s, u"2"_s).isEmpty());
-        QVERIFY(storedRow(u"客先A"_s, u"1"_s).isEmpty());
+        QVERIFY(!stored(u"客先A "_s, u"2"_s));
+        QVERIFY(!stored(u"客先A"_s, u"1"_s));
 
         // The screen is as it was; the next search finds the row.
         QCOMPARE(w<QPushButton>(u"cmdSave"_s)->text(), u"登録(F5)"_s);
@@ -199,22 +186,22 @@ private Q_SLOTS:
     {
         fillScreen(u"客先B"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s));
         click(u"cmdSave"_s);
-        const auto before = storedRow(u"客先B"_s, u"1"_s);
-        QCOMPARE(before.value(u"INT_PAGEMAX"_s).toString(), u"20"_s);
+        const auto before = stored(u"客先B"_s, u"1"_s);
+        QVERIFY(before);
         combo(u"cboPageMax"_s)->setEditText(u"40"_s);
         w<QCheckBox>(u"chkM_MAKER"_s)->click();
         f->messages.clear();
         f->messages.setNextAnswer(MsgAnswer::No);
         click(u"cmdSave"_s);
         QCOMPARE(f->codes(), QStringList{u"Q105"_s});
-        QCOMPARE(storedRow(u"客先B"_s, u"1"_s), before);
+        QCOMPARE(stored(u"客先B"_s, u"1"_s), before);
         // Any other answer overwrites.
         f->messages.clear();
         click(u"cmdSave"_s);
         QCOMPARE(f->codes(), (QStringList{u"Q105"_s, u"I100"_s}));
-        const auto after = storedRow(u"客先B"_s, u"1"_s);
-        QCOMPARE(after.value(u"INT_PAGEMAX"_s).toString(), u"40"_s);
-        QVERIFY(!after.value(u"YN_MMAKER"_s).toBool());
+        const auto after = stored(u"客先B"_s, u"1"_s);
+        QCOMPARE(after->pageMax, u"40"_s);
+        QVERIFY(!after->detail[MMaker].on);
     }
 
     void formChecksInOrder()
@@ -246,7 +233,7 @@ private Q_SLOTS:
         QCOMPARE(f->messages.shown.first().text,
                  u"EXCELファイルが見つかりません。"_s + missing + u"を設定し直して下さい。"_s);
         QCOMPARE(QApplication::focusWidget(), w<QPushButton>(u"cmdOrgFile"_s));
-        QVERIFY(storedRow(u"客先A"_s, u"1"_s).isEmpty());
+        QVERIFY(!stored(u"客先A"_s, u"1"_s));
 
         // Cells, headings and the import workbook are not looked at: a ticked item with empty cells saves.
         w<QLineEdit>(u"txtOrgPath"_s)->setText(PrintFixture::workbook(u"one_sheet.xlsx"_s));
