@@ -188,6 +188,39 @@ void PrintFixture::addTable(const QString& dwgNo, const QString& assy, const QSt
     db.commit();
 }
 
+QList<StoredLine> ReadStoredLines(Database& db, const QString& dwgNo, const QString& orderBy)
+{
+    std::unique_ptr<Recordset> rs;
+    OpenRecordset(db, rs,
+                  QStringLiteral("SELECT * FROM BUHINHYO_M WHERE CH_DWGNO = '") + dwgNo +
+                      QStringLiteral("' ORDER BY ") + orderBy);
+    auto number = [&](const char* column) {
+        const QString text = rs->Field(QString::fromLatin1(column));
+        return text.isEmpty() ? QVariant() : QVariant(text.toDouble());
+    };
+    QList<StoredLine> out;
+    for (; !rs->Eof(); rs->MoveNext()) {
+        StoredLine l;
+        l.zno = rs->Field(QStringLiteral("CH_ZNO"));
+        l.hinmei = rs->Field(QStringLiteral("CH_HINMEI"));
+        l.zaishitu = rs->Field(QStringLiteral("CH_ZAISHITU"));
+        l.suryo = number("INT_SURYO");
+        l.tani = rs->Field(QStringLiteral("CH_TANI"));
+        l.suryo2 = number("INT_SURYO2");
+        l.tani2 = rs->Field(QStringLiteral("CH_TANI2"));
+        l.biko = rs->Field(QStringLiteral("CH_BIKO"));
+        l.tanka = number("INT_TANKA");
+        l.kingk = number("INT_KINGK");
+        l.maker = rs->Field(QStringLiteral("CH_MAKER"));
+        l.haishi = rs->Bool(QStringLiteral("CH_HAISHI"));
+        l.kakko = rs->Bool(QStringLiteral("CH_KAKKO"));
+        l.upd = rs->Field(QStringLiteral("CH_UPDDATE"));
+        out.append(l);
+    }
+    rs->Close();
+    return out;
+}
+
 void RecordingPresenter::preview(const QString& workbookPath)
 {
     previewed << workbookPath;

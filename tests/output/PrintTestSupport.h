@@ -23,7 +23,14 @@ struct StoredLine {
     QString maker;
     bool haishi = false;
     bool kakko = false;
+    QString upd; // CH_UPDDATE, as read back
+    bool operator==(const StoredLine&) const = default;
 };
+
+class Database;
+// The lines of a drawing number as stored, ordered by the given columns; numbers read as numbers.
+QList<StoredLine> ReadStoredLines(Database& db, const QString& dwgNo,
+                                  const QString& orderBy = QStringLiteral("CH_ZNO"));
 
 // A deterministic table of n lines: a few makers, names repeating so that summing has work,
 // every 10th line abolished, R/L quantities now and then.

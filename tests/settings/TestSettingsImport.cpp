@@ -43,25 +43,9 @@ class TestSettingsImport : public QObject
 
     template <class T> T* w(const QString& name) { return screen->findChild<T*>(name); }
 
-    struct StoredLine {
-        QString zno, hinmei, zaishitu, biko, tani, tani2, maker, upd;
-        QString suryo, suryo2, tanka, kingk;
-        bool haishi, kakko;
-    };
     QList<StoredLine> lines(const QString& dwgNo)
     {
-        std::unique_ptr<Recordset> rs;
-        OpenRecordset(*f->ctx.DbConnection, rs,
-                      u"SELECT * FROM BUHINHYO_M WHERE CH_DWGNO = '"_s + dwgNo + u"' ORDER BY INT_NUMBER"_s);
-        QList<StoredLine> out;
-        for (; !rs->Eof(); rs->MoveNext())
-            out.append({rs->Field(u"CH_ZNO"_s), rs->Field(u"CH_HINMEI"_s), rs->Field(u"CH_ZAISHITU"_s),
-                        rs->Field(u"CH_BIKO"_s), rs->Field(u"CH_TANI"_s), rs->Field(u"CH_TANI2"_s),
-                        rs->Field(u"CH_MAKER"_s), rs->Field(u"CH_UPDDATE"_s), rs->Field(u"INT_SURYO"_s),
-                        rs->Field(u"INT_SURYO2"_s), rs->Field(u"INT_TANKA"_s), rs->Field(u"INT_KINGK"_s),
-                        rs->Bool(u"CH_HAISHI"_s), rs->Bool(u"CH_KAKKO"_s)});
-        rs->Close();
-        return out;
+        return ReadStoredLines(*f->ctx.DbConnection, dwgNo, u"INT_NUMBER"_s);
     }
     QStringList header(const QString& dwgNo, const QString& assy)
     {

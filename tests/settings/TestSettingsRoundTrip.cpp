@@ -14,31 +14,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-struct Line {
-    QString zno, hinmei, zaishitu, biko, tani, tani2, maker;
-    double suryo, suryo2, tanka, kingk;
-    bool haishi, kakko;
-    bool operator==(const Line&) const = default;
-};
-
-QList<Line> storedLines(Database& db, const QString& dwgNo)
-{
-    std::unique_ptr<Recordset> rs;
-    OpenRecordset(db, rs, u"SELECT * FROM BUHINHYO_M WHERE CH_DWGNO = '"_s + dwgNo + u"' ORDER BY CH_ZNO"_s);
-    QList<Line> out;
-    for (; !rs->Eof(); rs->MoveNext())
-        out.append({rs->Field(u"CH_ZNO"_s), rs->Field(u"CH_HINMEI"_s), rs->Field(u"CH_ZAISHITU"_s),
-                    rs->Field(u"CH_BIKO"_s), rs->Field(u"CH_TANI"_s), rs->Field(u"CH_TANI2"_s),
-                    rs->Field(u"CH_MAKER"_s), rs->Field(u"INT_SURYO"_s).toDouble(),
-                    rs->Field(u"INT_SURYO2"_s).toDouble(), rs->Field(u"INT_TANKA"_s).toDouble(),
-                    rs->Field(u"INT_KINGK"_s).toDouble(), rs->Bool(u"CH_HAISHI"_s), rs->Bool(u"CH_KAKKO"_s)});
-    rs->Close();
-    return out;
-}
-} // namespace
-
 class TestSettingsRoundTrip : public QObject
 {
     Q_OBJECT
@@ -50,7 +25,7 @@ private Q_SLOTS:
         f.ctx.ini->put(u"USER"_s, u"MAX"_s, u"1"_s);
         f.ctx.ini->put(u"USER"_s, u"1"_s, PrintFixture::customer);
         f.addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(95));
-        const QList<Line> original = storedLines(*f.ctx.DbConnection, u"DWG-95"_s);
+        const QList<StoredLine> original = ReadStoredLines(*f.ctx.DbConnection, u"DWG-95"_s);
         QCOMPARE(original.size(), 95);
 
         QTemporaryDir out;
@@ -75,7 +50,7 @@ private Q_SLOTS:
                  qPrintable(f.messages.shown.first().text));
         QCOMPARE(f.codes().last(), u"I100"_s);
 
-        const QList<Line> back = storedLines(*f.ctx.DbConnection, u"DWG-95"_s);
+        const QList<StoredLine> back = ReadStoredLines(*f.ctx.DbConnection, u"DWG-95"_s);
         // Every stored value comes back: texts, quantities with units, prices, abolished, brackets.
         QVERIFY(back == original);
         std::unique_ptr<Recordset> rs;
