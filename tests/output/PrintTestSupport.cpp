@@ -258,3 +258,33 @@ QString PdfText(const QString& pdf, int page)
     p.waitForFinished(60000);
     return QString::fromUtf8(p.readAllStandardOutput());
 }
+
+SettingsRecord SampleSettings(const QString& user, const QString& templatePath)
+{
+    SettingsRecord r{user,
+                     QStringLiteral("1"),
+                     templatePath,
+                     QStringLiteral("部品表"),
+                     QStringLiteral("/nowhere/import.xlsx"),
+                     QStringLiteral("取込"),
+                     QStringLiteral("20"),
+                     QStringLiteral("1"),
+                     QStringLiteral("C"),
+                     QStringLiteral(" 製作部品表 "),
+                     {},
+                     {}};
+    const char* cells[kHeaderItemCount][2] = {{"2", "B"}, {"2", "D"}, {"3", "B"},
+                                              {"3", "D"}, {"3", "F"}, {"2", "F"}};
+    for (int i = 0; i < kHeaderItemCount; ++i)
+        r.header[size_t(i)] = {QString::fromLatin1(cells[i][0]), QString::fromLatin1(cells[i][1]), true};
+    for (int i = 0; i < kDetailItemCount; ++i) {
+        const QString letter(QChar(u'A' + i));
+        r.detail[size_t(i)] = {QStringLiteral("6"),
+                               letter,
+                               QStringLiteral("15"),
+                               letter,
+                               true,
+                               kDetailCaptions[size_t(i)].toString() + u' '};
+    }
+    return r;
+}

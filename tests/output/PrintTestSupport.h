@@ -6,6 +6,7 @@
 #include "MessageService.h"
 #include "PrintRequest.h"
 #include "PrintRun.h"
+#include "SettingsRecord.h"
 
 #include <QStringList>
 #include <QTemporaryDir>
@@ -92,3 +93,9 @@ private:
 QString RenderPdf(const QString& workbook, const QString& outFolder, QString* problem);
 int PdfPageCount(const QString& pdf);
 QString PdfText(const QString& pdf, int page);
+
+// A complete settings record as a user fills the screen, blanks kept where users type them: heading
+// " 製作部品表 " in C1, the six header items in B2 D2 B3 D3 F3 F2, the eight detail items in columns
+// A to H with the caption and a blank as heading, detail rows 6 to 15 of a 20-row page. The layout
+// of tests/settings/data/filled_list.xlsx.
+SettingsRecord SampleSettings(const QString& user, const QString& templatePath);

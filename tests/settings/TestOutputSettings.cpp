@@ -68,24 +68,6 @@ class TestOutputSettings : public QObject
         });
     }
 
-    // A complete record, with blanks kept where users type them.
-    static SettingsRecord sampleRecord(const QString& user, const QString& templatePath)
-    {
-        SettingsRecord r{user,      u"1"_s,  templatePath, u"部品表"_s, u"/nowhere/import.xlsx"_s,
-                         u"取込"_s, u"20"_s, u"1"_s,       u"C"_s,      u" 製作部品表 "_s,
-                         {},        {}};
-        const QStringList headerCols{u"B"_s, u"D"_s, u"B"_s, u"D"_s, u"F"_s, u"F"_s};
-        const QStringList headerRows{u"2"_s, u"2"_s, u"3"_s, u"3"_s, u"3"_s, u"2"_s};
-        for (int i = 0; i < kHeaderItemCount; ++i)
-            r.header[size_t(i)] = {headerRows.at(i), headerCols.at(i), true};
-        for (int i = 0; i < kDetailItemCount; ++i) {
-            const QString letter(QChar(u'A' + i));
-            r.detail[size_t(i)] = {u"6"_s, letter, u"15"_s,
-                                   letter, true,   kDetailCaptions[size_t(i)].toString() + u" "_s};
-        }
-        return r;
-    }
-
     // Puts a record on the screen the way a user would (ticking every item that is on).
     void fillScreen(const SettingsRecord& r)
     {
@@ -117,7 +99,7 @@ class TestOutputSettings : public QObject
     }
     void fillScreen(const QString& user, const QString& templatePath)
     {
-        fillScreen(sampleRecord(user, templatePath));
+        fillScreen(SampleSettings(user, templatePath));
     }
 
     std::optional<SettingsRecord> stored(const QString& user, const QString& kind)
@@ -171,7 +153,7 @@ private Q_SLOTS:
 
         // Every column as the screen showed it, untrimmed; the end column is the start column and
         // every item carries the one pair of detail rows.
-        QCOMPARE(stored(u"客先A "_s, u"1"_s), std::optional(sampleRecord(u"客先A "_s, tpl)));
+        QCOMPARE(stored(u"客先A "_s, u"1"_s), std::optional(SampleSettings(u"客先A "_s, tpl)));
         // The other kind and the trimmed name are different keys.
         QVERIFY(!stored(u"客先A "_s, u"2"_s));
         QVERIFY(!stored(u"客先A"_s, u"1"_s));

@@ -12,28 +12,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-// The layout of tests/settings/data/filled_list.xlsx (see make_workbooks.py).
-SettingsRecord filledListLayout(const QString& user)
-{
-    SettingsRecord s;
-    s.user = user;
-    s.kind = u"1"_s;
-    s.orgPath = PrintFixture::workbook(u"one_sheet.xlsx"_s);
-    s.pageMax = u"20"_s;
-    const QStringList cols{u"B"_s, u"D"_s, u"B"_s, u"D"_s, u"F"_s, u"F"_s};
-    const QStringList rows{u"2"_s, u"2"_s, u"3"_s, u"3"_s, u"3"_s, u"2"_s};
-    for (int i = 0; i < kHeaderItemCount; ++i)
-        s.header[size_t(i)] = {rows.at(i), cols.at(i), true};
-    for (int i = 0; i < kDetailItemCount; ++i) {
-        const QString letter(QChar(u'A' + i));
-        s.detail[size_t(i)] = {u"6"_s, letter, u"15"_s, letter, true, QString()};
-    }
-    return s;
-}
-} // namespace
-
 class TestSettingsImport : public QObject
 {
     Q_OBJECT
@@ -83,7 +61,8 @@ private Q_SLOTS:
         runImport();
         QCOMPARE(f->codes(), (QStringList{u"E111"_s, u"E150"_s}));
         // A workbook that is not one: the error box, nothing written, the screen usable.
-        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
+                      SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
         w<QLineEdit>(u"txtCpyPath"_s)->setText(f->ctx.IniPath);
         f->messages.clear();
         runImport();
@@ -94,7 +73,8 @@ private Q_SLOTS:
 
     void importCreatesTables()
     {
-        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
+                      SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
         w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
         w<QLineEdit>(u"txtCpySheet"_s)->setText(u"部品表"_s);
         f->messages.clear();
@@ -143,7 +123,8 @@ private Q_SLOTS:
 
     void aFailureWritesNothing()
     {
-        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
+                      SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
         w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
         // The database refuses the lines of the second table, after the first has been written.
         f->ctx.DbConnection->Execute(
@@ -160,7 +141,8 @@ private Q_SLOTS:
 
     void existingTablesAreAskedAbout()
     {
-        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini, filledListLayout(u"客先A"_s));
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
+                      SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
         w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
         runImport(); // both created (default answer Yes)
         QCOMPARE(lines(u"D-500"_s).size(), 12);
