@@ -188,7 +188,8 @@ private Q_SLOTS:
             QCOMPARE(SpreadsheetProcessRunning(proc.path()), running);
         }
         WorkbookControl wc(m_ctx);
-        QCOMPARE(wc.ExcelRunning() == 0, wc.excelRunningMarker() == u"1");
+        const bool running = wc.ExcelRunning() == 0;
+        QCOMPARE(running, wc.excelRunningMarker() == u"1");
     }
 };
 
