@@ -11,17 +11,10 @@ using namespace Qt::StringLiterals;
 class TestCommon : public QObject
 {
     Q_OBJECT
-    QTemporaryDir m_dir;
-    QString m_path;
-    ScriptedMessageService m_msgs;
+    SettingsFileFixture m_f;
 
 private Q_SLOTS:
-    void init()
-    {
-        m_path = m_dir.filePath(u"PARA.ini"_s);
-        QFile::remove(m_path);
-        m_msgs.clear();
-    }
+    void init() { m_f.reset(); }
 
     void numberCheck_data()
     {
@@ -103,41 +96,41 @@ private Q_SLOTS:
 
     void addToListAppendsOnlyNewValues()
     {
-        writeCp932File(m_path, u"[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n[NEXT]\r\nX=1\r\n"_s);
-        IniAccess ini(m_msgs, m_path);
-        const QByteArray before = readFileBytes(m_path);
+        writeCp932File(m_f.path, u"[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n[NEXT]\r\nX=1\r\n"_s);
+        IniAccess ini(m_f.msgs, m_f.path);
+        const QByteArray before = readFileBytes(m_f.path);
         // Already there twice: "OK", nothing written.
         QCOMPARE(AddToList(ini, u"MAKER"_s, u"ミスミ"_s), u"OK"_s);
-        QCOMPARE(readFileBytes(m_path), before);
+        QCOMPARE(readFileBytes(m_f.path), before);
         // Compared exactly: case and blanks count.
         QCOMPARE(AddToList(ini, u"MAKER"_s, u"thk"_s), u"REWRITE"_s);
         QCOMPARE(AddToList(ini, u"MAKER"_s, QString()), u"REWRITE"_s);
-        QCOMPARE(readFileBytes(m_path),
+        QCOMPARE(readFileBytes(m_f.path),
                  *IniFile::encodeCp932(u"[MAKER]\r\nMAX=5\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n4=thk\r\n5=\r\n"
                                        "[NEXT]\r\nX=1\r\n"_s));
         QCOMPARE(ReadList(ini, u"MAKER"_s),
                  QStringList({u"ミスミ"_s, u"THK"_s, u"ミスミ"_s, u"thk"_s, QString()}));
-        QVERIFY(m_msgs.shown.isEmpty());
+        QVERIFY(m_f.msgs.shown.isEmpty());
     }
 
     void addToListOnAnEmptyListAndBadCounts()
     {
-        writeCp932File(m_path, u"[USER]\r\nMAX=0\r\n[BAD]\r\nMAX=x\r\n"_s);
-        IniAccess ini(m_msgs, m_path);
+        writeCp932File(m_f.path, u"[USER]\r\nMAX=0\r\n[BAD]\r\nMAX=x\r\n"_s);
+        IniAccess ini(m_f.msgs, m_f.path);
         QCOMPARE(AddToList(ini, u"USER"_s, u"客先Ａ"_s), u"REWRITE"_s);
         QCOMPARE(ini.get(u"USER"_s, u"MAX"_s), u"1"_s);
         QCOMPARE(ini.get(u"USER"_s, u"1"_s), u"客先Ａ"_s);
         QVERIFY_THROWS_EXCEPTION(RuntimeError, AddToList(ini, u"BAD"_s, u"v"_s));
-        QVERIFY(m_msgs.shown.isEmpty());
+        QVERIFY(m_f.msgs.shown.isEmpty());
         // A list without "MAX": the reader's box, then the run-time error.
         QVERIFY_THROWS_EXCEPTION(RuntimeError, AddToList(ini, u"NONE"_s, u"v"_s));
-        QCOMPARE(m_msgs.shown.size(), 1);
+        QCOMPARE(m_f.msgs.shown.size(), 1);
     }
 
     void addToListWritesTheCountBeforeTheItem()
     {
-        writeCp932File(m_path, u"[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"_s);
-        IniAccess ini(m_msgs, m_path);
+        writeCp932File(m_f.path, u"[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"_s);
+        IniAccess ini(m_f.msgs, m_f.path);
         QStringList writes;
         ini.onWrite = [&writes](const QString&, const QString& section, const QString& key,
                                 const QString& value) { writes << section + u'/' + key + u'=' + value; };
@@ -147,14 +140,14 @@ private Q_SLOTS:
 
     void addToListRefusesTextsTheFileCannotHold()
     {
-        writeCp932File(m_path, u"[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"_s);
-        const QByteArray before = readFileBytes(m_path);
-        IniAccess ini(m_msgs, m_path);
+        writeCp932File(m_f.path, u"[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"_s);
+        const QByteArray before = readFileBytes(m_f.path);
+        IniAccess ini(m_f.msgs, m_f.path);
         QCOMPARE(AddToList(ini, u"USER"_s, u"客先😀"_s), u"OK"_s);
-        QCOMPARE(readFileBytes(m_path), before);
-        QCOMPARE(m_msgs.shown.size(), 1);
-        QCOMPARE(m_msgs.shown[0].title, u"ＩＮＩファイルエラー"_s);
-        QVERIFY(m_msgs.shown[0].text.contains(u"「😀」"_s));
+        QCOMPARE(readFileBytes(m_f.path), before);
+        QCOMPARE(m_f.msgs.shown.size(), 1);
+        QCOMPARE(m_f.msgs.shown[0].title, u"ＩＮＩファイルエラー"_s);
+        QVERIFY(m_f.msgs.shown[0].text.contains(u"「😀」"_s));
     }
 };
 

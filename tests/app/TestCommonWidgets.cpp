@@ -15,21 +15,18 @@ using namespace Qt::StringLiterals;
 class TestCommonWidgets : public QObject
 {
     Q_OBJECT
-    QTemporaryDir m_dir;
-    QString m_path;
-    ScriptedMessageService m_msgs;
+    SettingsFileFixture m_f;
 
 private Q_SLOTS:
     void init()
     {
-        m_path = m_dir.filePath(u"PARA.ini"_s);
-        writeCp932File(m_path, u"[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n"_s);
-        m_msgs.clear();
+        m_f.reset();
+        writeCp932File(m_f.path, u"[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n"_s);
     }
 
     void rememberComboText()
     {
-        IniAccess ini(m_msgs, m_path);
+        IniAccess ini(m_f.msgs, m_f.path);
         QComboBox combo;
         combo.setEditable(true);
         FillComboFromList(ini, &combo, u"MAKER"_s);
@@ -50,7 +47,7 @@ private Q_SLOTS:
 
     void rememberComboValue()
     {
-        IniAccess ini(m_msgs, m_path);
+        IniAccess ini(m_f.msgs, m_f.path);
         QComboBox combo;
         FillComboFromList(ini, &combo, u"MAKER"_s);
         combo.setCurrentIndex(1);
