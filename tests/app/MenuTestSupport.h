@@ -39,8 +39,9 @@ struct RecordingMenuView : MenuView {
 };
 
 // The text of a complete menu: title "部品表", the given colour, words for the first three right-hand
-// buttons, and all 240 left-hand keys (slots k = 1 to 3 of section BOTTANLg are "Gg ボタンk//Tg_k" without blanks, the rest "//"),
-// then the two start-up messages. Tests change single entries by replacing their text.
+// buttons, and all 240 left-hand keys (slots k = 1 to 3 of section BOTTANLg are "Gg ボタンk//Tg_k" without
+// blanks, the rest "//"), then the two start-up messages. Tests change single entries by replacing their
+// text.
 inline QString completeMenuText(const QString& color = QStringLiteral("3"))
 {
     QString t =
