@@ -155,7 +155,7 @@ private Q_SLOTS:
         SaveDetailLine(db, header(), l, kDate);
         SaveDetailLine(db, header(), line(u"252"_s, u"カバー"_s, QString()), kDate);
         QCOMPARE(stored(db, {u"INT_SURYO"_s, u"CH_TANI"_s, u"INT_TANKA"_s}),
-                 QStringList({u"3|個|"_s, u"||"_s}));
+                 QStringList({u"3|個|12800"_s, u"||"_s}));
     }
 
     void detailRowIsFoundByAssemblyAndNumberOnly()
