@@ -72,19 +72,6 @@ private Q_SLOTS:
         QCOMPARE(ini.get(u"USER"_s, u"1"_s), QString(QChar(0xFF5E)));
     }
 
-    void keepsUtf8FilesUtf8()
-    {
-        QFile f(m_f.path);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(QByteArray("\xEF\xBB\xBF[USER]\nMAX=1\n1=") + u"客先😀"_s.toUtf8() + "\n");
-        f.close();
-        IniAccess ini(m_f.msgs, m_f.path);
-        QCOMPARE(ini.get(u"USER"_s, u"1"_s), u"客先😀"_s);
-        QVERIFY(ini.put(u"USER"_s, u"2"_s, u"新規😀"_s));
-        QCOMPARE(readFileBytes(m_f.path), QByteArray("\xEF\xBB\xBF[USER]\nMAX=1\n1=") + u"客先😀"_s.toUtf8() +
-                                              "\n2=" + u"新規😀"_s.toUtf8() + "\n");
-    }
-
     void missingAndReadOnlyFiles()
     {
         IniAccess ini(m_f.msgs, m_f.path);
@@ -139,13 +126,22 @@ private Q_SLOTS:
         QFile::remove(fresh);
     }
 
-    void utf8WithoutMarkIsRecognised()
+    void utf8FilesStayUtf8()
     {
+        // With a byte-order mark, and text Shift-JIS cannot hold.
         QFile f(m_f.path);
         QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(u"[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"_s.toUtf8());
+        f.write(QByteArray("\xEF\xBB\xBF[USER]\nMAX=1\n1=") + u"客先😀"_s.toUtf8() + "\n");
         f.close();
         IniAccess ini(m_f.msgs, m_f.path);
+        QCOMPARE(ini.get(u"USER"_s, u"1"_s), u"客先😀"_s);
+        QVERIFY(ini.put(u"USER"_s, u"2"_s, u"新規😀"_s));
+        QCOMPARE(readFileBytes(m_f.path), QByteArray("\xEF\xBB\xBF[USER]\nMAX=1\n1=") + u"客先😀"_s.toUtf8() +
+                                              "\n2=" + u"新規😀"_s.toUtf8() + "\n");
+        // Without a mark.
+        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        f.write(u"[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"_s.toUtf8());
+        f.close();
         QCOMPARE(ini.get(u"USER"_s, u"1"_s), u"客先Ａ"_s);
         QVERIFY(ini.put(u"USER"_s, u"2"_s, u"客先Ｂ"_s));
         QCOMPARE(readFileBytes(m_f.path), u"[USER]\r\nMAX=1\r\n1=客先Ａ\r\n2=客先Ｂ\r\n"_s.toUtf8());

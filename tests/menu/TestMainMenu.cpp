@@ -173,20 +173,18 @@ private Q_SLOTS:
         QVERIFY(m_msgs.shown.isEmpty());
     }
 
-    void aSlotWithoutAScreenSaysSo()
+    void slotsWithoutAWorkingScreenLeaveTheMenuUsable()
     {
         startWith(completeMenuText());
+        // No screen behind the slot: said in a box.
         QTest::mouseClick(left(2), Qt::LeftButton);
         QCOMPARE(m_msgs.shown.size(), 1);
         QCOMPARE(m_msgs.shown[0].icon, MsgIcon::Information);
         QVERIFY(m_msgs.shown[0].text.contains(u"G1ボタン3"_s));
         QVERIFY(m_msgs.shown[0].text.contains(u"[BOTTANL1] キー 3"_s));
         QVERIFY(allButtonsEnabled(true));
-    }
-
-    void aScreenThatFailsToOpenLeavesTheMenuUsable()
-    {
-        startWith(completeMenuText());
+        // A screen that fails while it is made: the error box.
+        m_msgs.clear();
         m_menu->registerScreen(
             1, [](QWidget*) -> QWidget* { throw RuntimeError(3704, u"データベースに接続できません。"_s); });
         QTest::mouseClick(left(1), Qt::LeftButton);
