@@ -76,6 +76,7 @@ Q105=この客先と部品表区分の印刷設定は既に登録されていま
 
 [DBMS]
 ; データベースの種類：LOCAL（SQLite ファイル）、ODBC、ORACLE
+; ODBC と ORACLE はデータソースに接続できるかを確かめるだけで、部品表の読み書きには使われません。
 DB=LOCAL
 
 [LOCAL]

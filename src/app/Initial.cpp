@@ -15,15 +15,15 @@
 namespace
 {
 
-// Blanks around the halves of a button entry: spaces and tabs, not the full-width blank, which a
-// site may use on purpose to indent a caption.
+// Blanks around the halves of a button entry: the half-width space only. A tab stays, and so does
+// the full-width blank, which a site may use on purpose to indent a caption.
 QString trimBlanks(const QString& text)
 {
     qsizetype from = 0;
     qsizetype to = text.size();
-    while (from < to && (text[from] == u' ' || text[from] == u'\t'))
+    while (from < to && text[from] == u' ')
         ++from;
-    while (to > from && (text[to - 1] == u' ' || text[to - 1] == u'\t'))
+    while (to > from && text[to - 1] == u' ')
         --to;
     return text.mid(from, to - from);
 }

@@ -30,6 +30,24 @@ QString headerDate(const QString& text)
     return text;
 }
 
+// Column assignments in the order they are made.
+using Assignments = std::initializer_list<std::pair<const char16_t*, QVariant>>;
+
+void setFields(Recordset& rs, Assignments fields)
+{
+    for (const auto& [name, value] : fields)
+        rs.SetField(QString::fromUtf16(name), value);
+}
+
+// A query that found no row starts a new one with the owning table's key columns.
+void addWhenMissing(Recordset& rs, Assignments keys)
+{
+    if (rs.RecordCount() != 0)
+        return;
+    rs.AddNew();
+    setFields(rs, keys);
+}
+
 } // namespace
 
 QString HeaderQuery(const QString& assy, const QString& dwgNo, const QString& kind)
@@ -87,16 +105,13 @@ std::optional<PartsHeader> ReadHeader(Database& db, const QString& assy, const Q
 void SaveHeader(Database& db, const PartsHeader& header)
 {
     Recordset rs(db, HeaderQuery(header.assy, header.dwgNo, header.kind));
-    if (rs.RecordCount() == 0) {
-        rs.AddNew();
-        rs.SetField(QStringLiteral("CH_USER"), header.user);
-        rs.SetField(QStringLiteral("CH_ASSY"), header.assy);
-        rs.SetField(QStringLiteral("CH_DWGNO"), header.dwgNo);
-        rs.SetField(QStringLiteral("CH_BUHIN"), header.kind);
-    }
-    rs.SetField(QStringLiteral("CH_NAME"), header.name);
-    rs.SetField(QStringLiteral("CH_HDATE"), headerDate(header.date));
-    rs.SetField(QStringLiteral("CH_DESINED"), header.designer);
+    addWhenMissing(rs, {{u"CH_USER", header.user},
+                        {u"CH_ASSY", header.assy},
+                        {u"CH_DWGNO", header.dwgNo},
+                        {u"CH_BUHIN", header.kind}});
+    setFields(rs, {{u"CH_NAME", header.name},
+                   {u"CH_HDATE", headerDate(header.date)},
+                   {u"CH_DESINED", header.designer}});
     rs.Update();
     rs.Close();
 }
@@ -106,34 +121,25 @@ void SaveDetailLine(Database& db, const PartsHeader& owner, const PartsLine& lin
     // A line that was never stored has no number; 0 is never given out, so it finds no row.
     const QString number = line.number.trimmed().isEmpty() ? QStringLiteral("0") : line.number.trimmed();
     Recordset rs(db, DetailRowQuery(owner.assy, number));
-    if (rs.RecordCount() == 0) {
-        rs.AddNew();
-        rs.SetField(QStringLiteral("CH_ASSY"), owner.assy);
-        rs.SetField(QStringLiteral("CH_DWGNO"), owner.dwgNo);
-        rs.SetField(QStringLiteral("CH_USER"), owner.user);
-        rs.SetField(QStringLiteral("CH_BUHIN"), owner.kind);
-    }
-    rs.SetField(QStringLiteral("CH_ZNO"), line.zno);
-    rs.SetField(QStringLiteral("CH_HINMEI"), line.hinmei);
-    rs.SetField(QStringLiteral("CH_ZAISHITU"), line.zaishitu);
+    addWhenMissing(rs, {{u"CH_ASSY", owner.assy},
+                        {u"CH_DWGNO", owner.dwgNo},
+                        {u"CH_USER", owner.user},
+                        {u"CH_BUHIN", owner.kind}});
+    setFields(rs, {{u"CH_ZNO", line.zno}, {u"CH_HINMEI", line.hinmei}, {u"CH_ZAISHITU", line.zaishitu}});
     // Empty number cells are skipped, not cleared: the stored quantity and its unit stay.
-    if (given(line.suryo)) {
-        rs.SetField(QStringLiteral("INT_SURYO"), line.suryo);
-        rs.SetField(QStringLiteral("CH_TANI"), line.tani);
-    }
-    if (given(line.suryo2)) {
-        rs.SetField(QStringLiteral("INT_SURYO2"), line.suryo2);
-        rs.SetField(QStringLiteral("CH_TANI2"), line.tani2);
-    }
-    rs.SetField(QStringLiteral("CH_BIKO"), line.biko);
+    if (given(line.suryo))
+        setFields(rs, {{u"INT_SURYO", line.suryo}, {u"CH_TANI", line.tani}});
+    if (given(line.suryo2))
+        setFields(rs, {{u"INT_SURYO2", line.suryo2}, {u"CH_TANI2", line.tani2}});
+    setFields(rs, {{u"CH_BIKO", line.biko}});
     if (given(line.tanka))
-        rs.SetField(QStringLiteral("INT_TANKA"), line.tanka);
+        setFields(rs, {{u"INT_TANKA", line.tanka}});
     if (given(line.kingk))
-        rs.SetField(QStringLiteral("INT_KINGK"), line.kingk);
-    rs.SetField(QStringLiteral("CH_MAKER"), line.maker);
-    rs.SetField(QStringLiteral("CH_HAISHI"), line.haishi);
-    rs.SetField(QStringLiteral("CH_KAKKO"), line.kakko);
-    rs.SetField(QStringLiteral("CH_UPDDATE"), updDate);
+        setFields(rs, {{u"INT_KINGK", line.kingk}});
+    setFields(rs, {{u"CH_MAKER", line.maker},
+                   {u"CH_HAISHI", line.haishi},
+                   {u"CH_KAKKO", line.kakko},
+                   {u"CH_UPDDATE", updDate}});
     rs.Update();
     rs.Close();
 }

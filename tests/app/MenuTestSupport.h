@@ -38,9 +38,10 @@ struct RecordingMenuView : MenuView {
     }
 };
 
-// The text of a complete menu: title, colour, right-hand words and all 240 left-hand keys, with the
-// given lines replacing or adding to the defaults ("[BOTTANL1]5=x//y" style overrides are written
-// by the tests through IniFile instead).
+// The text of a complete menu: title "部品表", the given colour, words for the first three right-hand
+// buttons, and all 240 left-hand keys (slots k = 1 to 3 of section BOTTANLg are "Gg ボタンk//Tg_k" without
+// blanks, the rest "//"), then the two start-up messages. Tests change single entries by replacing their
+// text.
 inline QString completeMenuText(const QString& color = QStringLiteral("3"))
 {
     QString t =

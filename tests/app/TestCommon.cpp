@@ -1,4 +1,3 @@
-#include "AppContext.h"
 #include "Common.h"
 #include "IniAccess.h"
 #include "MessageService.h"
@@ -7,40 +6,35 @@
 
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 class TestCommon : public QObject
 {
     Q_OBJECT
-    QTemporaryDir m_dir;
-    QString m_path;
-    ScriptedMessageService m_msgs;
+    SettingsFileFixture m_f;
 
 private Q_SLOTS:
-    void init()
-    {
-        m_path = m_dir.filePath(QStringLiteral("PARA.ini"));
-        QFile::remove(m_path);
-        m_msgs.clear();
-    }
+    void init() { m_f.reset(); }
 
     void numberCheck_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("rejected");
         QTest::addColumn<QString>("after");
-        QTest::newRow("12-3") << QStringLiteral("12-3") << true << QStringLiteral("123");
-        QTest::newRow("-12.5") << QStringLiteral("-12.5") << false << QStringLiteral("-12.5");
-        QTest::newRow("1 2") << QStringLiteral("1 2") << true << QStringLiteral("12");
-        QTest::newRow("1/2") << QStringLiteral("1/2") << true << QStringLiteral("12");
-        QTest::newRow("12a") << QStringLiteral("12a") << true << QStringLiteral("12");
-        QTest::newRow("full-width 12") << QStringLiteral("１２") << true << QStringLiteral("２");
+        QTest::newRow("12-3") << u"12-3"_s << true << u"123"_s;
+        QTest::newRow("-12.5") << u"-12.5"_s << false << u"-12.5"_s;
+        QTest::newRow("1 2") << u"1 2"_s << true << u"12"_s;
+        QTest::newRow("1/2") << u"1/2"_s << true << u"12"_s;
+        QTest::newRow("12a") << u"12a"_s << true << u"12"_s;
+        QTest::newRow("full-width 12") << u"１２"_s << true << u"２"_s;
         QTest::newRow("empty") << QString() << false << QString();
-        QTest::newRow("dots") << QStringLiteral("1..2.") << false << QStringLiteral("1..2.");
-        QTest::newRow("only first removed") << QStringLiteral("a-b") << true << QStringLiteral("-b");
-        QTest::newRow("comma") << QStringLiteral("1,000") << true << QStringLiteral("1000");
-        QTest::newRow("plus") << QStringLiteral("+1") << true << QStringLiteral("1");
-        QTest::newRow("control passes") << QStringLiteral("1\t2") << false << QStringLiteral("1\t2");
-        QTest::newRow("colon above 9") << QStringLiteral("1:") << true << QStringLiteral("1");
-        QTest::newRow("emoji as one") << QStringLiteral("1😀2") << true << QStringLiteral("12");
+        QTest::newRow("dots") << u"1..2."_s << false << u"1..2."_s;
+        QTest::newRow("only first removed") << u"a-b"_s << true << u"-b"_s;
+        QTest::newRow("comma") << u"1,000"_s << true << u"1000"_s;
+        QTest::newRow("plus") << u"+1"_s << true << u"1"_s;
+        QTest::newRow("control passes") << u"1\t2"_s << false << u"1\t2"_s;
+        QTest::newRow("colon above 9") << u"1:"_s << true << u"1"_s;
+        QTest::newRow("emoji as one") << u"1😀2"_s << true << u"12"_s;
     }
 
     void numberCheck()
@@ -54,120 +48,98 @@ private Q_SLOTS:
 
     void digitsAndFlags()
     {
-        QCOMPARE(DigitsOnly(QStringLiteral("A-12/3")), QStringLiteral("123"));
+        QCOMPARE(DigitsOnly(u"A-12/3"_s), u"123"_s);
         QCOMPARE(DigitsOnly(QString()), QString());
-        QCOMPARE(DigitsValue(QStringLiteral("(12)")), 12);
-        QCOMPARE(DigitsValue(QStringLiteral("A-3")), 3);
-        QCOMPARE(DigitsValue(QStringLiteral("abc")), 0);
-        QCOMPARE(DigitsValue(QStringLiteral("2147483647")), 2147483647);
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, DigitsValue(QStringLiteral("2147483648")));
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, DigitsValue(QStringLiteral("00000000001")));
+        QCOMPARE(DigitsValue(u"(12)"_s), 12);
+        QCOMPARE(DigitsValue(u"A-3"_s), 3);
+        QCOMPARE(DigitsValue(u"abc"_s), 0);
+        QCOMPARE(DigitsValue(u"2147483647"_s), 2147483647);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, DigitsValue(u"2147483648"_s));
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, DigitsValue(u"00000000001"_s));
 
-        QCOMPARE(FlagText(kTrue), QStringLiteral("1"));
-        QCOMPARE(FlagText(1), QStringLiteral("0")); // only -1 counts as true
-        QCOMPARE(FlagText(0), QStringLiteral("0"));
+        QCOMPARE(FlagText(kTrue), u"1"_s);
+        QCOMPARE(FlagText(1), u"0"_s); // only -1 counts as true
+        QCOMPARE(FlagText(0), u"0"_s);
         QVERIFY(!NotTrue(kTrue));
         QVERIFY(NotTrue(1));
         QVERIFY(NotTrue(0));
 
-        QCOMPARE(LastIndex(Int16::from(5), QStringLiteral("3")).value(), 7);
-        QCOMPARE(LastIndex(Int16::from(1), QStringLiteral("0")).value(), 0);
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, LastIndex(Int16::from(2), QStringLiteral("32767")));
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, LastIndex(Int16::from(2), QStringLiteral("abc")));
+        QCOMPARE(LastIndex(Int16::from(5), u"3"_s).value(), 7);
+        QCOMPARE(LastIndex(Int16::from(1), u"0"_s).value(), 0);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, LastIndex(Int16::from(2), u"32767"_s));
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, LastIndex(Int16::from(2), u"abc"_s));
     }
 
     void numberReadings()
     {
-        QCOMPARE(LenientInt(QStringLiteral("abc")), 0);
+        QCOMPARE(LenientInt(u"abc"_s), 0);
         QCOMPARE(LenientInt(QString()), 0);
-        QCOMPARE(LenientInt(QStringLiteral("2.5")), 2);
-        QCOMPARE(LenientInt(QStringLiteral("-2.5")), -2);
-        QCOMPARE(LenientInt(QStringLiteral("0.5")), 0);
-        QCOMPARE(LenientInt(QStringLiteral(".6")), 1);
-        QCOMPARE(LenientInt(QStringLiteral("12abc")), 12);
-        QCOMPARE(LenientInt(QStringLiteral("1e3")), 1000);
-        QCOMPARE(LenientInt(QStringLiteral("1e")), 1);
-        QCOMPARE(LenientInt(QStringLiteral("1e99")), std::numeric_limits<long long>::max());
-        QCOMPARE(StrictInt(QStringLiteral(" 7 ")), 7);
-        QCOMPARE(StrictInt(QStringLiteral("2.5")), 2);
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, StrictInt(QStringLiteral("EOFタグ：USER　キー：MAX")));
+        QCOMPARE(LenientInt(u"2.5"_s), 2);
+        QCOMPARE(LenientInt(u"-2.5"_s), -2);
+        QCOMPARE(LenientInt(u"0.5"_s), 0);
+        QCOMPARE(LenientInt(u".6"_s), 1);
+        QCOMPARE(LenientInt(u"12abc"_s), 12);
+        QCOMPARE(LenientInt(u"1e3"_s), 1000);
+        QCOMPARE(LenientInt(u"1e"_s), 1);
+        QCOMPARE(LenientInt(u"1e99"_s), std::numeric_limits<long long>::max());
+        QCOMPARE(StrictInt(u" 7 "_s), 7);
+        QCOMPARE(StrictInt(u"2.5"_s), 2);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, StrictInt(u"EOFタグ：USER　キー：MAX"_s));
         QVERIFY_THROWS_EXCEPTION(RuntimeError, StrictInt(QString()));
 
-        QVERIFY(TextIsTrue(QStringLiteral("-1")));
-        QVERIFY(TextIsTrue(QStringLiteral("True")));
-        QVERIFY(!TextIsTrue(QStringLiteral("False")));
-        QVERIFY(!TextIsTrue(QStringLiteral("0")));
+        QVERIFY(TextIsTrue(u"-1"_s));
+        QVERIFY(TextIsTrue(u"True"_s));
+        QVERIFY(!TextIsTrue(u"False"_s));
+        QVERIFY(!TextIsTrue(u"0"_s));
         QVERIFY(!TextIsTrue(QString()));
     }
 
     void addToListAppendsOnlyNewValues()
     {
-        writeCp932File(
-            m_path, QStringLiteral("[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n[NEXT]\r\nX=1\r\n"));
-        IniAccess ini(m_msgs, m_path);
-        const QByteArray before = readFileBytes(m_path);
+        writeCp932File(m_f.path, u"[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n[NEXT]\r\nX=1\r\n"_s);
+        IniAccess ini(m_f.msgs, m_f.path);
+        const QByteArray before = readFileBytes(m_f.path);
         // Already there twice: "OK", nothing written.
-        QCOMPARE(AddToList(ini, QStringLiteral("MAKER"), QStringLiteral("ミスミ")), QStringLiteral("OK"));
-        QCOMPARE(readFileBytes(m_path), before);
+        QCOMPARE(AddToList(ini, u"MAKER"_s, u"ミスミ"_s), u"OK"_s);
+        QCOMPARE(readFileBytes(m_f.path), before);
         // Compared exactly: case and blanks count.
-        QCOMPARE(AddToList(ini, QStringLiteral("MAKER"), QStringLiteral("thk")), QStringLiteral("REWRITE"));
-        QCOMPARE(AddToList(ini, QStringLiteral("MAKER"), QString()), QStringLiteral("REWRITE"));
-        QCOMPARE(readFileBytes(m_path),
-                 *IniFile::encodeCp932(
-                     QStringLiteral("[MAKER]\r\nMAX=5\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n4=thk\r\n5=\r\n"
-                                    "[NEXT]\r\nX=1\r\n")));
-        QCOMPARE(ReadList(ini, QStringLiteral("MAKER")),
-                 QStringList({QStringLiteral("ミスミ"), QStringLiteral("THK"), QStringLiteral("ミスミ"),
-                              QStringLiteral("thk"), QString()}));
-        QVERIFY(m_msgs.shown.isEmpty());
+        QCOMPARE(AddToList(ini, u"MAKER"_s, u"thk"_s), u"REWRITE"_s);
+        QCOMPARE(AddToList(ini, u"MAKER"_s, QString()), u"REWRITE"_s);
+        QCOMPARE(readFileBytes(m_f.path),
+                 *IniFile::encodeCp932(u"[MAKER]\r\nMAX=5\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n4=thk\r\n5=\r\n"
+                                       "[NEXT]\r\nX=1\r\n"_s));
+        QCOMPARE(ReadList(ini, u"MAKER"_s),
+                 QStringList({u"ミスミ"_s, u"THK"_s, u"ミスミ"_s, u"thk"_s, QString()}));
+        QVERIFY(m_f.msgs.shown.isEmpty());
     }
 
     void addToListOnAnEmptyListAndBadCounts()
     {
-        writeCp932File(m_path, QStringLiteral("[USER]\r\nMAX=0\r\n[BAD]\r\nMAX=x\r\n"));
-        IniAccess ini(m_msgs, m_path);
-        QCOMPARE(AddToList(ini, QStringLiteral("USER"), QStringLiteral("客先Ａ")), QStringLiteral("REWRITE"));
-        QCOMPARE(ini.get(QStringLiteral("USER"), QStringLiteral("MAX")), QStringLiteral("1"));
-        QCOMPARE(ini.get(QStringLiteral("USER"), QStringLiteral("1")), QStringLiteral("客先Ａ"));
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, AddToList(ini, QStringLiteral("BAD"), QStringLiteral("v")));
-        QVERIFY(m_msgs.shown.isEmpty());
-        // A list without "MAX": the reader's box, then the run-time error.
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, AddToList(ini, QStringLiteral("NONE"), QStringLiteral("v")));
-        QCOMPARE(m_msgs.shown.size(), 1);
-    }
-
-    void addToListWritesTheCountBeforeTheItem()
-    {
-        writeCp932File(m_path, QStringLiteral("[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"));
-        IniAccess ini(m_msgs, m_path);
-        QStringList writes;
+        writeCp932File(m_f.path, u"[USER]\r\nMAX=0\r\n[BAD]\r\nMAX=x\r\n"_s);
+        IniAccess ini(m_f.msgs, m_f.path);
+        QStringList writes; // "MAX" is written before the item
         ini.onWrite = [&writes](const QString&, const QString& section, const QString& key,
                                 const QString& value) { writes << section + u'/' + key + u'=' + value; };
-        QCOMPARE(AddToList(ini, QStringLiteral("user"), QStringLiteral("客先Ｂ")), QStringLiteral("REWRITE"));
-        QCOMPARE(writes, QStringList({QStringLiteral("user/MAX=2"), QStringLiteral("user/2=客先Ｂ")}));
+        QCOMPARE(AddToList(ini, u"user"_s, u"客先Ａ"_s), u"REWRITE"_s);
+        QCOMPARE(writes, QStringList({u"user/MAX=1"_s, u"user/1=客先Ａ"_s}));
+        QCOMPARE(ini.get(u"USER"_s, u"1"_s), u"客先Ａ"_s);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, AddToList(ini, u"BAD"_s, u"v"_s));
+        QVERIFY(m_f.msgs.shown.isEmpty());
+        // A list without "MAX": the reader's box, then the run-time error.
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, AddToList(ini, u"NONE"_s, u"v"_s));
+        QCOMPARE(m_f.msgs.shown.size(), 1);
     }
 
     void addToListRefusesTextsTheFileCannotHold()
     {
-        writeCp932File(m_path, QStringLiteral("[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"));
-        const QByteArray before = readFileBytes(m_path);
-        IniAccess ini(m_msgs, m_path);
-        QCOMPARE(AddToList(ini, QStringLiteral("USER"), QStringLiteral("客先😀")), QStringLiteral("OK"));
-        QCOMPARE(readFileBytes(m_path), before);
-        QCOMPARE(m_msgs.shown.size(), 1);
-        QCOMPARE(m_msgs.shown[0].title, QStringLiteral("ＩＮＩファイルエラー"));
-        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("「😀」")));
-    }
-
-    void enableMenuButtonsCallsTheMenuWhenThereIsOne()
-    {
-        AppContext ctx;
-        EnableMenuButtons(ctx, false); // no menu: nothing happens
-        QList<bool> calls;
-        ctx.enableMenuButtons = [&calls](bool e) { calls << e; };
-        EnableMenuButtons(ctx, false);
-        EnableMenuButtons(ctx, true);
-        QCOMPARE(calls, QList<bool>({false, true}));
+        writeCp932File(m_f.path, u"[USER]\r\nMAX=1\r\n1=客先Ａ\r\n"_s);
+        const QByteArray before = readFileBytes(m_f.path);
+        IniAccess ini(m_f.msgs, m_f.path);
+        QCOMPARE(AddToList(ini, u"USER"_s, u"客先😀"_s), u"OK"_s);
+        QCOMPARE(readFileBytes(m_f.path), before);
+        QCOMPARE(m_f.msgs.shown.size(), 1);
+        QCOMPARE(m_f.msgs.shown[0].title, u"ＩＮＩファイルエラー"_s);
+        QVERIFY(m_f.msgs.shown[0].text.contains(u"「😀」"_s));
     }
 };
 

@@ -10,71 +10,70 @@
 #include <QLineEdit>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 class TestCommonWidgets : public QObject
 {
     Q_OBJECT
-    QTemporaryDir m_dir;
-    QString m_path;
-    ScriptedMessageService m_msgs;
+    SettingsFileFixture m_f;
 
 private Q_SLOTS:
     void init()
     {
-        m_path = m_dir.filePath(QStringLiteral("PARA.ini"));
-        writeCp932File(m_path, QStringLiteral("[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n"));
-        m_msgs.clear();
+        m_f.reset();
+        writeCp932File(m_f.path, u"[MAKER]\r\nMAX=3\r\n1=ミスミ\r\n2=THK\r\n3=ミスミ\r\n"_s);
     }
 
     void rememberComboText()
     {
-        IniAccess ini(m_msgs, m_path);
+        IniAccess ini(m_f.msgs, m_f.path);
         QComboBox combo;
         combo.setEditable(true);
-        FillComboFromList(ini, &combo, QStringLiteral("MAKER"));
+        FillComboFromList(ini, &combo, u"MAKER"_s);
         QCOMPARE(combo.count(), 3);
         // Listed already: the drop-down is not touched.
-        combo.addItem(QStringLiteral("一時"));
-        combo.setEditText(QStringLiteral("THK"));
-        RememberComboText(ini, &combo, QStringLiteral("MAKER"));
+        combo.addItem(u"一時"_s);
+        combo.setEditText(u"THK"_s);
+        RememberComboText(ini, &combo, u"MAKER"_s);
         QCOMPARE(combo.count(), 4);
         // New: appended, the drop-down reloaded in order and the text put back.
-        combo.setEditText(QStringLiteral("SMC"));
-        RememberComboText(ini, &combo, QStringLiteral("MAKER"));
+        combo.setEditText(u"SMC"_s);
+        RememberComboText(ini, &combo, u"MAKER"_s);
         QCOMPARE(combo.count(), 4);
-        QCOMPARE(combo.itemText(3), QStringLiteral("SMC"));
-        QCOMPARE(combo.currentText(), QStringLiteral("SMC"));
-        QCOMPARE(ini.get(QStringLiteral("MAKER"), QStringLiteral("MAX")), QStringLiteral("4"));
+        QCOMPARE(combo.itemText(3), u"SMC"_s);
+        QCOMPARE(combo.currentText(), u"SMC"_s);
+        QCOMPARE(ini.get(u"MAKER"_s, u"MAX"_s), u"4"_s);
     }
 
     void rememberComboValue()
     {
-        IniAccess ini(m_msgs, m_path);
+        IniAccess ini(m_f.msgs, m_f.path);
         QComboBox combo;
-        FillComboFromList(ini, &combo, QStringLiteral("MAKER"));
+        FillComboFromList(ini, &combo, u"MAKER"_s);
         combo.setCurrentIndex(1);
-        RememberComboValue(ini, &combo, QStringLiteral("MAKER"), QStringLiteral("ミスミ"));
+        RememberComboValue(ini, &combo, u"MAKER"_s, u"ミスミ"_s);
         QCOMPARE(combo.currentIndex(), 1); // listed: untouched
-        RememberComboValue(ini, &combo, QStringLiteral("MAKER"), QStringLiteral("CKD"));
+        RememberComboValue(ini, &combo, u"MAKER"_s, u"CKD"_s);
         QCOMPARE(combo.count(), 4);
         QCOMPARE(combo.currentIndex(), 3);
-        QCOMPARE(combo.currentText(), QStringLiteral("CKD"));
+        QCOMPARE(combo.currentText(), u"CKD"_s);
     }
 
     void checkNumberBox()
     {
         QLineEdit edit;
-        edit.setText(QStringLiteral("12a3"));
+        edit.setText(u"12a3"_s);
         edit.setCursorPosition(0);
         QVERIFY(CheckNumberBox(&edit));
-        QCOMPARE(edit.text(), QStringLiteral("123"));
+        QCOMPARE(edit.text(), u"123"_s);
         QCOMPARE(edit.cursorPosition(), 3);
         QVERIFY(!CheckNumberBox(&edit));
 
         QComboBox combo;
         combo.setEditable(true);
-        combo.setEditText(QStringLiteral("5-"));
+        combo.setEditText(u"5-"_s);
         QVERIFY(CheckNumberBox(&combo));
-        QCOMPARE(combo.currentText(), QStringLiteral("5"));
+        QCOMPARE(combo.currentText(), u"5"_s);
         QCOMPARE(combo.lineEdit()->cursorPosition(), 1);
     }
 
@@ -99,24 +98,24 @@ private Q_SLOTS:
         QCOMPARE(field->palette().color(QPalette::Active, QPalette::Base), window_);
 
         box->setCheckState(Qt::Unchecked);
-        ApplyCheckColor(box, field, QStringLiteral("COLOR OFF")); // other modes do nothing
+        ApplyCheckColor(box, field, u"COLOR OFF"_s); // other modes do nothing
         QVERIFY(field->isEnabled());
-        ApplyCheckColor(box, field, QStringLiteral("COLOR ON"));
+        ApplyCheckColor(box, field, u"COLOR ON"_s);
         QVERIFY(!field->isEnabled());
         box->setCheckState(Qt::PartiallyChecked);
-        ApplyCheckColor(box, field, QStringLiteral("COLOR ON"));
+        ApplyCheckColor(box, field, u"COLOR ON"_s);
         QVERIFY(!field->isEnabled());
         box->setCheckState(Qt::Checked);
-        ApplyCheckColor(box, field, QStringLiteral("COLOR ON"));
+        ApplyCheckColor(box, field, u"COLOR ON"_s);
         QVERIFY(field->isEnabled());
     }
 
     void showScreenOwnsByName()
     {
         QWidget owner;
-        owner.setObjectName(QStringLiteral("KVRCAD0000"));
+        owner.setObjectName(u"KVRCAD0000"_s);
         auto* screen = new QWidget;
-        screen->setObjectName(QStringLiteral("KVRCAD0001"));
+        screen->setObjectName(u"KVRCAD0001"_s);
         ShowScreen(screen, &owner);
         QCOMPARE(screen->parentWidget(), &owner);
         QVERIFY(screen->isWindow());
@@ -125,7 +124,7 @@ private Q_SLOTS:
         QCOMPARE(screen->parentWidget(), &owner);
 
         QWidget same;
-        same.setObjectName(QStringLiteral("KVRCAD0000"));
+        same.setObjectName(u"KVRCAD0000"_s);
         ShowScreen(&same, &owner); // same name: no owner
         QCOMPARE(same.parentWidget(), nullptr);
         QVERIFY(same.isVisible());
@@ -134,7 +133,7 @@ private Q_SLOTS:
     void screenFontFallsBackToAJapaneseFont()
     {
         const QFont f = screenFont();
-        QVERIFY(f.families().contains(QStringLiteral("IPAGothic")));
+        QVERIFY(f.families().contains(u"IPAGothic"_s));
         QFontMetrics fm(f);
         QVERIFY(fm.inFont(QChar(0x90E8))); // 部
     }

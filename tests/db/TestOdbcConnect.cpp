@@ -2,10 +2,11 @@
 #include "Connect.h"
 #include "Database.h"
 #include "DbTestSupport.h"
-#include "PartsRecords.h"
 #include "TestSupport.h"
 
 #include <QtTest>
+
+using namespace Qt::StringLiterals;
 
 // Connecting to the PostgreSQL server of the test fixture through ODBC, as configured in PARA.ini.
 class TestOdbcConnect : public QObject
@@ -18,15 +19,13 @@ private:
 
     AppContext& program(const QString& section, const QString& provider, const QString& password)
     {
-        QString ini = QStringLiteral("[HEAD]\r\nTITLE=部品表システム\r\n[DBMS]\r\nDB=") + section +
-                      QStringLiteral("\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n[") + section +
-                      QStringLiteral("]\r\n");
+        QString ini = u"[HEAD]\r\nTITLE=部品表システム\r\n[DBMS]\r\nDB="_s + section +
+                      u"\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n["_s + section + u"]\r\n"_s;
         if (!provider.isEmpty())
-            ini += QStringLiteral("PRV=") + provider + QStringLiteral("\r\n");
-        ini += QStringLiteral("DSN=") + qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN") +
-               QStringLiteral("\r\nUID=") + qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID") +
-               QStringLiteral("\r\nPWD=") + password + QStringLiteral("\r\n");
-        writeCp932File(m_dir.path() + QStringLiteral("/PARA.ini"), ini);
+            ini += u"PRV="_s + provider + u"\r\n"_s;
+        ini += u"DSN="_s + qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN") + u"\r\nUID="_s +
+               qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID") + u"\r\nPWD="_s + password + u"\r\n"_s;
+        writeCp932File(m_dir.path() + u"/PARA.ini"_s, ini);
         m_ctx = std::make_unique<AppContext>();
         m_ctx->messages = &m_messages;
         m_ctx->setPaths(m_dir.path());
@@ -46,9 +45,9 @@ private Q_SLOTS:
     void dataSourceConnectsOnAConnectionOfItsOwn()
     {
         const QString password = qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD");
-        for (const auto& [section, provider] : {std::pair{QStringLiteral("ODBC"), QStringLiteral("MSDASQL")},
-                                                std::pair{QStringLiteral("ODBC"), QStringLiteral("ODBC")},
-                                                std::pair{QStringLiteral("ORACLE"), QString()}}) {
+        for (const auto& [section, provider] :
+             {std::pair{u"ODBC"_s, u"MSDASQL"_s}, std::pair{u"ODBC"_s, u"ODBC"_s},
+              std::pair{u"ORACLE"_s, QString()}}) {
             AppContext& ctx = program(section, provider, password);
             const ConnectResult r = ConnectDatabase(ctx);
             QVERIFY2(!r.endProgram, qPrintable(r.message));
@@ -57,26 +56,11 @@ private Q_SLOTS:
             // The shared connection keeps what it held: nothing at the first connect.
             QVERIFY(!ctx.DbConnection);
         }
-
-        // The same text opens a connection that works with the parts table records.
-        const QString text =
-            OdbcConnectionText(QStringLiteral("MSDASQL"), qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"),
-                               qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"), password);
-        std::shared_ptr<Database> db = OpenConnectionText(text);
-        QCOMPARE(db->dialect(), Database::Dialect::PostgreSql);
-        db->Execute(QStringLiteral("DELETE * FROM BUHINHYO"));
-        PartsHeader h{QStringLiteral("東和工業"),     QStringLiteral("100-01"),
-                      QStringLiteral("TW-0117"),      QStringLiteral("2"),
-                      QStringLiteral("位置決め治具"), QStringLiteral("2024/06/21"),
-                      QStringLiteral("鈴木")};
-        SaveHeader(*db, h);
-        QCOMPARE(ReadHeader(*db, h.assy, h.dwgNo, h.kind)->name, QStringLiteral("位置決め治具"));
     }
 
     void wrongPasswordShowsTheServersMessageAndEndsTheProgram()
     {
-        AppContext& ctx =
-            program(QStringLiteral("ODBC"), QStringLiteral("MSDASQL"), QStringLiteral("not-the-password"));
+        AppContext& ctx = program(u"ODBC"_s, u"MSDASQL"_s, u"not-the-password"_s);
         const ConnectResult r = ConnectDatabase(ctx);
         QVERIFY(r.endProgram);
         QCOMPARE(m_messages.shown.size(), 1);
@@ -84,7 +68,7 @@ private Q_SLOTS:
         QCOMPARE(box.icon, MsgIcon::None);
         QCOMPARE(box.buttons, MsgButtons::Ok);
         QCOMPARE(box.title, QString());
-        QVERIFY2(box.text.contains(QStringLiteral("password authentication failed")), qPrintable(box.text));
+        QVERIFY2(box.text.contains(u"password authentication failed"_s), qPrintable(box.text));
         QCOMPARE(box.text, r.message);
         QVERIFY(!ctx.DbConnection);
     }

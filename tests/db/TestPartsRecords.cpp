@@ -5,50 +5,51 @@
 
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-PartsHeader header()
+PartsHeader header(const QString& kind = u"1"_s)
 {
-    return PartsHeader{QStringLiteral("ABC精機"),      QStringLiteral("250-01"),
-                       QStringLiteral("K-2401"),       QStringLiteral("1"),
-                       QStringLiteral("搬送ユニット"), QStringLiteral("2024/04/08"),
-                       QStringLiteral("山田")};
+    return {u"ABC精機"_s, u"250-01"_s, u"K-2401"_s, kind, u"搬送ユニット"_s, u"2024/04/08"_s, u"山田"_s};
 }
 
-PartsLine line(const QString& zno, const QString& hinmei, const QString& suryo, const QString& tani)
+PartsLine line(const QString& zno, const QString& hinmei, const QString& suryo = u"1"_s,
+               const QString& tani = u"個"_s)
 {
     PartsLine l;
     l.zno = zno;
     l.hinmei = hinmei;
-    l.zaishitu = QStringLiteral("SS400");
+    l.zaishitu = u"SS400"_s;
     l.suryo = suryo;
     l.tani = tani;
-    l.maker = QStringLiteral("ミスミ");
+    l.maker = u"ミスミ"_s;
     return l;
 }
 
-// The stored lines of the sample table in item-number order (the editor's loading query).
-QList<QStringList> storedLines(Database& db, const QStringList& fields)
+// The given fields of the stored lines of the sample table, in item-number order (as the editor
+// loads them), each line joined with "|".
+QStringList stored(Database& db, const QStringList& fields)
 {
-    QList<QStringList> out;
-    Recordset rs(db,
-                 QStringLiteral("SELECT * FROM BUHINHYO_M WHERE CH_DWGNO = 'K-2401' AND CH_ASSY  = '250-01' "
-                                "AND CH_BUHIN = '1' ORDER BY CH_ZNO"));
-    while (!rs.Eof()) {
+    QStringList out;
+    Recordset rs(db, u"SELECT * FROM BUHINHYO_M WHERE CH_DWGNO = 'K-2401' AND CH_ASSY  = '250-01' "
+                     "AND CH_BUHIN = '1' ORDER BY CH_ZNO"_s);
+    for (; !rs.Eof(); rs.MoveNext()) {
         QStringList row;
         for (const QString& f : fields)
             row << rs.Field(f);
-        out << row;
-        rs.MoveNext();
+        out << row.join(u'|');
     }
     return out;
 }
 
-int rowCount(Database& db, const QString& table)
+int rows(Database& db, const QString& table)
 {
-    return Recordset(db, QStringLiteral("SELECT * FROM ") + table).RecordCount();
+    return countRows(db, u"SELECT * FROM "_s + table);
 }
+
+const QString kDate = u"20240408"_s;
 
 } // namespace
 
@@ -57,290 +58,186 @@ int rowCount(Database& db, const QString& table)
 class TestPartsRecords : public QObject
 {
     Q_OBJECT
-private:
-    std::unique_ptr<QTemporaryDir> m_dir;
-    TestDatabase m_t;
+    DbFixture m_f;
 
 private Q_SLOTS:
-    void init()
-    {
-        m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-        m_t = openTestDatabase(m_dir->path());
-    }
-    void cleanup()
-    {
-        m_t = TestDatabase();
-        m_dir.reset();
-    }
+    void init() { m_f.open(); }
+    void cleanup() { m_f.close(); }
 
     void statementTexts()
     {
+        QCOMPARE(HeaderQuery(u"250-01"_s, u"K-2401"_s, u"1"_s),
+                 u"SELECT * FROM BUHINHYO WHERE CH_ASSY  = '250-01' AND CH_DWGNO = 'K-2401' AND "
+                 "CH_BUHIN = '1'"_s);
         QCOMPARE(
-            HeaderQuery(QStringLiteral("250-01"), QStringLiteral("K-2401"), QStringLiteral("1")),
-            QStringLiteral("SELECT * FROM BUHINHYO WHERE CH_ASSY  = '250-01' AND CH_DWGNO = 'K-2401' AND "
-                           "CH_BUHIN = '1'"));
-        QCOMPARE(
-            DetailRowQuery(QStringLiteral("250-01"), QStringLiteral("0")),
-            QStringLiteral(
-                "SELECT * FROM BUHINHYO_M WHERE CH_ASSY    = '250-01' AND INT_NUMBER = 0 ORDER BY CH_ZNO"));
-        QCOMPARE(DeleteDetailStatement(QStringLiteral("42")),
-                 QStringLiteral("DELETE FROM BUHINHYO_M WHERE INT_NUMBER = 42"));
-        QCOMPARE(BuildHistoryQuery(QStringLiteral("CH_HINMEI"), QStringLiteral("2"), QStringLiteral("  "),
-                                   QString(), QString()),
-                 QStringLiteral(
-                     "SELECT CH_HINMEI,SUM(INT_SURYO) AS SUM_SURYO FROM BUHINHYO_M WHERE CH_BUHIN = '2' "
-                     "GROUP BY CH_HINMEI ORDER BY CH_HINMEI"));
-        QCOMPARE(BuildHistoryQuery(QStringLiteral("CH_ZAISHITU"), QStringLiteral("1"),
-                                   QStringLiteral(" ABC精機 "), QStringLiteral(" THK"),
-                                   QStringLiteral("SU ")),
-                 QStringLiteral(
-                     "SELECT CH_ZAISHITU,SUM(INT_SURYO) AS SUM_SURYO FROM BUHINHYO_M WHERE CH_BUHIN = '1' "
-                     "AND CH_USER = 'ABC精機' AND CH_MAKER = 'THK' AND CH_ZAISHITU LIKE 'SU%' "
-                     "GROUP BY CH_ZAISHITU ORDER BY CH_ZAISHITU"));
+            DetailRowQuery(u"250-01"_s, u"0"_s),
+            u"SELECT * FROM BUHINHYO_M WHERE CH_ASSY    = '250-01' AND INT_NUMBER = 0 ORDER BY CH_ZNO"_s);
+        QCOMPARE(DeleteDetailStatement(u"42"_s), u"DELETE FROM BUHINHYO_M WHERE INT_NUMBER = 42"_s);
+        QCOMPARE(BuildHistoryQuery(u"CH_HINMEI"_s, u"2"_s, u"  "_s, QString(), QString()),
+                 u"SELECT CH_HINMEI,SUM(INT_SURYO) AS SUM_SURYO FROM BUHINHYO_M WHERE CH_BUHIN = '2' "
+                 "GROUP BY CH_HINMEI ORDER BY CH_HINMEI"_s);
+        QCOMPARE(BuildHistoryQuery(u"CH_ZAISHITU"_s, u"1"_s, u" ABC精機 "_s, u" THK"_s, u"SU "_s),
+                 u"SELECT CH_ZAISHITU,SUM(INT_SURYO) AS SUM_SURYO FROM BUHINHYO_M WHERE CH_BUHIN = '1' "
+                 "AND CH_USER = 'ABC精機' AND CH_MAKER = 'THK' AND CH_ZAISHITU LIKE 'SU%' "
+                 "GROUP BY CH_ZAISHITU ORDER BY CH_ZAISHITU"_s);
     }
 
     void headerIsCreatedOnceThenOnlyNameDateDesignerChange()
     {
-        Database& db = *m_t.db;
-        QVERIFY(!ReadHeader(db, QStringLiteral("250-01"), QStringLiteral("K-2401"), QStringLiteral("1")));
+        Database& db = m_f.db();
+        QVERIFY(!ReadHeader(db, u"250-01"_s, u"K-2401"_s, u"1"_s));
         PartsHeader h = header();
-        h.date = QStringLiteral("2024/4/8");
+        h.date = u"2024/4/8"_s;
         SaveHeader(db, h);
         std::optional<PartsHeader> back = ReadHeader(db, h.assy, h.dwgNo, h.kind);
         QVERIFY(back);
-        QCOMPARE(back->user, QStringLiteral("ABC精機"));
-        QCOMPARE(back->date, QStringLiteral("2024/04/08"));
-        QCOMPARE(back->designer, QStringLiteral("山田"));
+        QCOMPARE(back->user + back->date + back->designer, u"ABC精機2024/04/08山田"_s);
 
-        h.user = QStringLiteral("東和工業");
-        h.name = QStringLiteral("搬送ユニット改");
-        h.date = QStringLiteral("2024/05/01");
-        h.designer = QStringLiteral("佐藤");
+        h = {u"東和工業"_s, h.assy, h.dwgNo, h.kind, u"搬送ユニット改"_s, u"2024/05/01"_s, u"佐藤"_s};
         SaveHeader(db, h);
         back = ReadHeader(db, h.assy, h.dwgNo, h.kind);
-        QCOMPARE(back->user, QStringLiteral("ABC精機")); // the customer is written only when created
-        QCOMPARE(back->name, QStringLiteral("搬送ユニット改"));
-        QCOMPARE(back->date, QStringLiteral("2024/05/01"));
-        QCOMPARE(back->designer, QStringLiteral("佐藤"));
-        QCOMPARE(rowCount(db, QStringLiteral("BUHINHYO")), 1);
-
-        // The other kind is a table of its own.
-        h.kind = QStringLiteral("2");
-        SaveHeader(db, h);
-        QCOMPARE(rowCount(db, QStringLiteral("BUHINHYO")), 2);
+        // The customer is written only when the header is created.
+        QCOMPARE(QStringList({back->user, back->name, back->date, back->designer}),
+                 QStringList({u"ABC精機"_s, u"搬送ユニット改"_s, u"2024/05/01"_s, u"佐藤"_s}));
+        QCOMPARE(rows(db, u"BUHINHYO"_s), 1);
+        SaveHeader(db, header(u"2"_s)); // the other kind is a table of its own
+        QCOMPARE(rows(db, u"BUHINHYO"_s), 2);
     }
 
     void newLinesAreInsertedEverySave()
     {
-        Database& db = *m_t.db;
-        const QList<PartsLine> lines{line(QStringLiteral("251"), QStringLiteral("ベースプレート"),
-                                          QStringLiteral("1"), QStringLiteral("個")),
-                                     line(QStringLiteral("252"), QStringLiteral("シャフト"),
-                                          QStringLiteral("2"), QStringLiteral("本"))};
-        SaveTable(db, header(), lines, QStringLiteral("20240408"));
-        QCOMPARE(storedLines(db, {QStringLiteral("CH_ZNO"), QStringLiteral("CH_HINMEI")}),
-                 (QList<QStringList>{{QStringLiteral("251"), QStringLiteral("ベースプレート")},
-                                     {QStringLiteral("252"), QStringLiteral("シャフト")}}));
+        Database& db = m_f.db();
+        const QList<PartsLine> lines{line(u"251"_s, u"ベースプレート"_s),
+                                     line(u"252"_s, u"シャフト"_s, u"2"_s, u"本"_s)};
+        SaveTable(db, header(), lines, kDate);
+        QCOMPARE(stored(db, {u"CH_ZNO"_s, u"CH_HINMEI"_s}),
+                 QStringList({u"251|ベースプレート"_s, u"252|シャフト"_s}));
         // Saved again before reloading: the lines still have no number and go in again.
-        SaveTable(db, header(), lines, QStringLiteral("20240408"));
-        QCOMPARE(rowCount(db, QStringLiteral("BUHINHYO_M")), 4);
-        QCOMPARE(rowCount(db, QStringLiteral("BUHINHYO")), 1);
-
-        const QList<QStringList> stored = storedLines(
-            db, {QStringLiteral("CH_ASSY"), QStringLiteral("CH_DWGNO"), QStringLiteral("CH_USER"),
-                 QStringLiteral("CH_BUHIN"), QStringLiteral("INT_SURYO"), QStringLiteral("CH_TANI"),
-                 QStringLiteral("CH_MAKER"), QStringLiteral("CH_HAISHI"), QStringLiteral("CH_UPDDATE"),
-                 QStringLiteral("INT_NUMBER")});
-        QCOMPARE(
-            stored[0].mid(0, 9),
-            (QStringList{QStringLiteral("250-01"), QStringLiteral("K-2401"), QStringLiteral("ABC精機"),
-                         QStringLiteral("1"), QStringLiteral("1"), QStringLiteral("個"),
-                         QStringLiteral("ミスミ"), QStringLiteral("False"), QStringLiteral("20240408")}));
-        QSet<QString> numbers;
-        for (const QStringList& r : stored)
-            numbers.insert(r[9]);
-        QCOMPARE(numbers.size(), 4);
-        QVERIFY(!numbers.contains(QStringLiteral("0")));
+        SaveTable(db, header(), lines, kDate);
+        QCOMPARE(rows(db, u"BUHINHYO_M"_s), 4);
+        QCOMPARE(rows(db, u"BUHINHYO"_s), 1);
+        QCOMPARE(stored(db, {u"CH_ASSY"_s, u"CH_DWGNO"_s, u"CH_USER"_s, u"CH_BUHIN"_s, u"INT_SURYO"_s,
+                             u"CH_TANI"_s, u"CH_MAKER"_s, u"CH_HAISHI"_s, u"CH_UPDDATE"_s})
+                     .at(0),
+                 u"250-01|K-2401|ABC精機|1|1|個|ミスミ|False|20240408"_s);
+        const QStringList numbers = stored(db, {u"INT_NUMBER"_s});
+        QCOMPARE(QSet<QString>(numbers.begin(), numbers.end()).size(), 4);
+        QVERIFY(!numbers.contains(u"0"_s));
     }
 
     void emptyNumberCellsKeepTheStoredValues()
     {
-        Database& db = *m_t.db;
-        PartsLine l = line(QStringLiteral("251"), QStringLiteral("ボールねじ"), QStringLiteral("2"),
-                           QStringLiteral("本"));
-        l.suryo2 = QStringLiteral("1.5");
-        l.tani2 = QStringLiteral("m");
-        l.tanka = QStringLiteral("12800");
-        l.kingk = QStringLiteral("25600");
-        SaveTable(db, header(), {l}, QStringLiteral("20240408"));
-        l.number = storedLines(db, {QStringLiteral("INT_NUMBER")}).at(0).at(0);
+        Database& db = m_f.db();
+        PartsLine l = line(u"251"_s, u"ボールねじ"_s, u"2"_s, u"本"_s);
+        l.suryo2 = u"1.5"_s;
+        l.tani2 = u"m"_s;
+        l.tanka = u"12800"_s;
+        l.kingk = u"25600"_s;
+        SaveTable(db, header(), {l}, kDate);
+        l.number = stored(db, {u"INT_NUMBER"_s}).at(0);
 
         l.suryo.clear();
-        l.tani = QStringLiteral("個"); // a unit without a quantity is not written either
-        l.suryo2 = QStringLiteral("  ");
+        l.tani = u"個"_s; // a unit without a quantity is not written either
+        l.suryo2 = u"  "_s;
         l.tani2.clear();
         l.tanka.clear();
         l.kingk.clear();
-        l.biko = QStringLiteral("BNK1402");
-        l.haishi = true;
-        l.kakko = true;
-        SaveDetailLine(db, header(), l, QStringLiteral("20240501"));
-        const QStringList fields{QStringLiteral("INT_SURYO"),  QStringLiteral("CH_TANI"),
-                                 QStringLiteral("INT_SURYO2"), QStringLiteral("CH_TANI2"),
-                                 QStringLiteral("INT_TANKA"),  QStringLiteral("INT_KINGK"),
-                                 QStringLiteral("CH_BIKO"),    QStringLiteral("CH_HAISHI"),
-                                 QStringLiteral("CH_KAKKO"),   QStringLiteral("CH_UPDDATE")};
-        QCOMPARE(storedLines(db, fields),
-                 (QList<QStringList>{{QStringLiteral("2"), QStringLiteral("本"), QStringLiteral("1.5"),
-                                      QStringLiteral("m"), QStringLiteral("12800"), QStringLiteral("25600"),
-                                      QStringLiteral("BNK1402"), QStringLiteral("True"),
-                                      QStringLiteral("True"), QStringLiteral("20240501")}}));
+        l.biko = u"BNK1402"_s;
+        l.haishi = l.kakko = true;
+        SaveDetailLine(db, header(), l, u"20240501"_s);
+        const QStringList fields{u"INT_SURYO"_s, u"CH_TANI"_s,   u"INT_SURYO2"_s, u"CH_TANI2"_s,
+                                 u"INT_TANKA"_s, u"INT_KINGK"_s, u"CH_BIKO"_s,    u"CH_HAISHI"_s,
+                                 u"CH_KAKKO"_s,  u"CH_UPDDATE"_s};
+        QCOMPARE(stored(db, fields), QStringList(u"2|本|1.5|m|12800|25600|BNK1402|True|True|20240501"_s));
 
         // Given values replace the stored ones; a new line saved without numbers reads them empty.
-        l.suryo = QStringLiteral("3");
-        l.tani = QStringLiteral("個");
-        SaveDetailLine(db, header(), l, QStringLiteral("20240502"));
-        QCOMPARE(storedLines(db, {QStringLiteral("INT_SURYO"), QStringLiteral("CH_TANI")}).at(0),
-                 (QStringList{QStringLiteral("3"), QStringLiteral("個")}));
-        PartsLine bare =
-            line(QStringLiteral("252"), QStringLiteral("カバー"), QString(), QStringLiteral("個"));
-        SaveDetailLine(db, header(), bare, QStringLiteral("20240502"));
-        QCOMPARE(storedLines(db, {QStringLiteral("INT_SURYO"), QStringLiteral("CH_TANI"),
-                                  QStringLiteral("INT_TANKA")})
-                     .at(1),
-                 (QStringList{QString(), QString(), QString()}));
+        l.suryo = u"3"_s;
+        SaveDetailLine(db, header(), l, kDate);
+        SaveDetailLine(db, header(), line(u"252"_s, u"カバー"_s, QString()), kDate);
+        QCOMPARE(stored(db, {u"INT_SURYO"_s, u"CH_TANI"_s, u"INT_TANKA"_s}),
+                 QStringList({u"3|個|12800"_s, u"||"_s}));
     }
 
     void detailRowIsFoundByAssemblyAndNumberOnly()
     {
-        Database& db = *m_t.db;
-        SaveTable(
-            db, header(),
-            {line(QStringLiteral("251"), QStringLiteral("ピン"), QStringLiteral("1"), QStringLiteral("本"))},
-            QStringLiteral("20240408"));
-        PartsLine l = line(QStringLiteral("251"), QStringLiteral("平行ピン"), QStringLiteral("4"),
-                           QStringLiteral("本"));
-        l.number = storedLines(db, {QStringLiteral("INT_NUMBER")}).at(0).at(0);
+        Database& db = m_f.db();
+        SaveTable(db, header(), {line(u"251"_s, u"ピン"_s)}, kDate);
+        PartsLine l = line(u"251"_s, u"平行ピン"_s, u"4"_s, u"本"_s);
+        l.number = stored(db, {u"INT_NUMBER"_s}).at(0);
 
         // Another drawing number and kind with the same assembly still reach the stored row, and
         // leave its owner columns as they were.
-        PartsHeader other = header();
-        other.dwgNo = QStringLiteral("K-9999");
-        other.kind = QStringLiteral("2");
-        other.user = QStringLiteral("東和工業");
-        SaveDetailLine(db, other, l, QStringLiteral("20240409"));
-        QCOMPARE(rowCount(db, QStringLiteral("BUHINHYO_M")), 1);
-        QCOMPARE(storedLines(db, {QStringLiteral("CH_HINMEI"), QStringLiteral("INT_SURYO"),
-                                  QStringLiteral("CH_USER")}),
-                 (QList<QStringList>{
-                     {QStringLiteral("平行ピン"), QStringLiteral("4"), QStringLiteral("ABC精機")}}));
-
+        PartsHeader other{u"東和工業"_s, u"250-01"_s, u"K-9999"_s, u"2"_s, QString(), QString(), QString()};
+        SaveDetailLine(db, other, l, kDate);
+        QCOMPARE(stored(db, {u"CH_HINMEI"_s, u"INT_SURYO"_s, u"CH_USER"_s}),
+                 QStringList(u"平行ピン|4|ABC精機"_s));
         // Another assembly does not find it: the line goes in as a new row.
-        other.assy = QStringLiteral("300-02");
-        SaveDetailLine(db, other, l, QStringLiteral("20240409"));
-        QCOMPARE(rowCount(db, QStringLiteral("BUHINHYO_M")), 2);
+        other.assy = u"300-02"_s;
+        SaveDetailLine(db, other, l, kDate);
+        QCOMPARE(rows(db, u"BUHINHYO_M"_s), 2);
     }
 
     void deletingByNumber()
     {
-        Database& db = *m_t.db;
-        SaveTable(
-            db, header(),
-            {line(QStringLiteral("251"), QStringLiteral("カラー"), QStringLiteral("1"), QStringLiteral("個")),
-             line(QStringLiteral("252"), QStringLiteral("キー"), QStringLiteral("1"), QStringLiteral("個")),
-             line(QStringLiteral("253"), QStringLiteral("ピン"), QStringLiteral("1"), QStringLiteral("本"))},
-            QStringLiteral("20240408"));
-        const QList<QStringList> before =
-            storedLines(db, {QStringLiteral("INT_NUMBER"), QStringLiteral("CH_ZNO")});
-        DeleteDetailLine(db, before[1][0]);
-        QCOMPARE(storedLines(db, {QStringLiteral("CH_ZNO")}),
-                 (QList<QStringList>{{QStringLiteral("251")}, {QStringLiteral("253")}}));
-        DeleteDetailLine(db, before[1][0]); // already gone: nothing happens
-        QCOMPARE(rowCount(db, QStringLiteral("BUHINHYO_M")), 2);
-
+        Database& db = m_f.db();
+        SaveTable(db, header(),
+                  {line(u"251"_s, u"カラー"_s), line(u"252"_s, u"キー"_s), line(u"253"_s, u"ピン"_s)}, kDate);
+        const QStringList numbers = stored(db, {u"INT_NUMBER"_s});
+        DeleteDetailLine(db, numbers[1]);
+        DeleteDetailLine(db, numbers[1]); // already gone: nothing happens
+        QCOMPARE(stored(db, {u"CH_ZNO"_s}), QStringList({u"251"_s, u"253"_s}));
         // Numbers are never given out again, even for the highest one after it was deleted.
-        DeleteDetailLine(db, before[2][0]);
-        SaveDetailLine(
-            db, header(),
-            line(QStringLiteral("253"), QStringLiteral("ピン"), QStringLiteral("1"), QStringLiteral("本")),
-            QStringLiteral("20240408"));
-        QVERIFY(storedLines(db, {QStringLiteral("INT_NUMBER")}).at(1).at(0).toLongLong() >
-                before[2][0].toLongLong());
+        DeleteDetailLine(db, numbers[2]);
+        SaveDetailLine(db, header(), line(u"253"_s, u"ピン"_s), kDate);
+        QVERIFY(stored(db, {u"INT_NUMBER"_s}).at(1).toLongLong() > numbers[2].toLongLong());
     }
 
-    void apostropheGivesAnErrorAndChangesNothing()
+    void quotesAndFailuresPartWay()
     {
-        Database& db = *m_t.db;
-        SaveTable(db, header(),
-                  {line(QStringLiteral("251"), QStringLiteral("カラー"), QStringLiteral("1"),
-                        QStringLiteral("個"))},
-                  QStringLiteral("20240408"));
+        Database& db = m_f.db();
+        SaveTable(db, header(), {line(u"251"_s, u"カラー"_s)}, kDate);
+        // A quote in a value pasted into the statement: an error, nothing written.
         PartsHeader h = header();
-        h.dwgNo = QStringLiteral("K-24'01");
+        h.dwgNo = u"K-24'01"_s;
         try {
-            SaveTable(db, h,
-                      {line(QStringLiteral("251"), QStringLiteral("ギヤ"), QStringLiteral("1"),
-                            QStringLiteral("個"))},
-                      QStringLiteral("20240408"));
+            SaveTable(db, h, {line(u"251"_s, u"ギヤ"_s)}, kDate);
             QFAIL("a drawing number with an apostrophe must fail");
         } catch (const RuntimeError& e) {
-            QVERIFY(e.number() != 0);
-            QVERIFY(e.description().startsWith(QStringLiteral("入力値に「'」が含まれているため")));
-            QVERIFY2(e.description().contains(QStringLiteral("CH_DWGNO = 'K-24'01'")),
-                     qPrintable(e.description()));
+            QVERIFY(e.description().startsWith(u"入力値に「'」が含まれているため"_s));
+            QVERIFY2(e.description().contains(u"CH_DWGNO = 'K-24'01'"_s), qPrintable(e.description()));
         }
-        QCOMPARE(rowCount(db, QStringLiteral("BUHINHYO")), 1);
-        QCOMPARE(rowCount(db, QStringLiteral("BUHINHYO_M")), 1);
+        QCOMPARE(rows(db, u"BUHINHYO"_s) + rows(db, u"BUHINHYO_M"_s), 2);
+        // In a value that is only written (a name), the quote is stored as it is.
+        SaveTable(db, header(), {line(u"252"_s, u"O'リング"_s)}, kDate);
+        QCOMPARE(stored(db, {u"CH_HINMEI"_s}).at(1), u"O'リング"_s);
 
-        // In a value that is only written (a name), an apostrophe is stored as it is.
-        SaveTable(db, header(),
-                  {line(QStringLiteral("252"), QStringLiteral("O'リング"), QStringLiteral("1"),
-                        QStringLiteral("個"))},
-                  QStringLiteral("20240408"));
-        QCOMPARE(storedLines(db, {QStringLiteral("CH_HINMEI")}).at(1).at(0), QStringLiteral("O'リング"));
-    }
-
-    void failurePartWayKeepsTheLinesBefore()
-    {
-        Database& db = *m_t.db;
-        QList<PartsLine> lines{
-            line(QStringLiteral("251"), QStringLiteral("カラー"), QStringLiteral("1"), QStringLiteral("個")),
-            line(QStringLiteral("252"), QStringLiteral("キー"), QStringLiteral("一"), QStringLiteral("個")),
-            line(QStringLiteral("253"), QStringLiteral("ピン"), QStringLiteral("1"), QStringLiteral("本"))};
-        try {
-            SaveTable(db, header(), lines, QStringLiteral("20240408"));
-            QFAIL("a quantity that is not a number must fail");
-        } catch (const RuntimeError& e) {
-            QCOMPARE(e.number(), 13);
-        }
-        QCOMPARE(storedLines(db, {QStringLiteral("CH_ZNO")}), (QList<QStringList>{{QStringLiteral("251")}}));
-        QVERIFY(ReadHeader(db, QStringLiteral("250-01"), QStringLiteral("K-2401"), QStringLiteral("1")));
+        // A line that fails stops the save; the lines before it stay saved.
+        db.Execute(u"DELETE FROM BUHINHYO_M"_s);
+        QCOMPARE(errorNumber([&] {
+                     SaveTable(db, header(),
+                               {line(u"251"_s, u"カラー"_s), line(u"252"_s, u"キー"_s, u"一"_s),
+                                line(u"253"_s, u"ピン"_s)},
+                               kDate);
+                 }),
+                 13);
+        QCOMPARE(stored(db, {u"CH_ZNO"_s}), QStringList(u"251"_s));
+        QVERIFY(ReadHeader(db, u"250-01"_s, u"K-2401"_s, u"1"_s));
     }
 
     void historySumsPerName()
     {
-        Database& db = *m_t.db;
-        PartsHeader h = header();
-        h.kind = QStringLiteral("2");
-        PartsLine a = line(QStringLiteral("251"), QStringLiteral("六角ボルト"), QStringLiteral("4"),
-                           QStringLiteral("本"));
-        PartsLine b = line(QStringLiteral("252"), QStringLiteral("六角ボルト"), QStringLiteral("6"),
-                           QStringLiteral("本"));
-        PartsLine c = line(QStringLiteral("253"), QStringLiteral("六角ナット"), QStringLiteral("2"),
-                           QStringLiteral("個"));
-        PartsLine d = line(QStringLiteral("254"), QStringLiteral("ベアリング"), QStringLiteral("2"),
-                           QStringLiteral("個"));
-        d.maker = QStringLiteral("NSK");
-        SaveTable(db, h, {a, b, c, d}, QStringLiteral("20240408"));
-        Recordset rs(db, BuildHistoryQuery(QStringLiteral("CH_HINMEI"), QStringLiteral("2"),
-                                           QStringLiteral("ABC精機"), QStringLiteral("ミスミ"),
-                                           QStringLiteral("六角")));
-        QList<QStringList> got;
+        Database& db = m_f.db();
+        PartsLine d = line(u"254"_s, u"ベアリング"_s, u"2"_s);
+        d.maker = u"NSK"_s;
+        SaveTable(db, header(u"2"_s),
+                  {line(u"251"_s, u"六角ボルト"_s, u"4"_s), line(u"252"_s, u"六角ボルト"_s, u"6"_s),
+                   line(u"253"_s, u"六角ナット"_s, u"2"_s), d},
+                  kDate);
+        Recordset rs(db, BuildHistoryQuery(u"CH_HINMEI"_s, u"2"_s, u"ABC精機"_s, u"ミスミ"_s, u"六角"_s));
+        QStringList got;
         for (; !rs.Eof(); rs.MoveNext())
-            got << QStringList{rs.Field(QStringLiteral("CH_HINMEI")), rs.Field(QStringLiteral("SUM_SURYO"))};
-        QCOMPARE(got, (QList<QStringList>{{QStringLiteral("六角ナット"), QStringLiteral("2")},
-                                          {QStringLiteral("六角ボルト"), QStringLiteral("10")}}));
+            got << rs.Field(u"CH_HINMEI"_s) + u'=' + rs.Field(u"SUM_SURYO"_s);
+        QCOMPARE(got, QStringList({u"六角ナット=2"_s, u"六角ボルト=10"_s}));
     }
 };
 

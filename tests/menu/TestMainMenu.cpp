@@ -3,7 +3,6 @@
 #include "IniAccess.h"
 #include "Initial.h"
 #include "KVRInfo.h"
-#include "Logo.h"
 #include "Main.h"
 #include "MainMenu.h"
 #include "MenuTestSupport.h"
@@ -17,6 +16,8 @@
 #include <QPushButton>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 class TestMainMenu : public QObject
 {
     Q_OBJECT
@@ -25,11 +26,8 @@ class TestMainMenu : public QObject
     std::unique_ptr<AppContext> m_ctx;
     std::unique_ptr<MainMenu> m_menu;
 
-    QPushButton* left(int k) { return m_menu->findChild<QPushButton*>(QStringLiteral("cmdLeft_%1").arg(k)); }
-    QPushButton* right(int i)
-    {
-        return m_menu->findChild<QPushButton*>(QStringLiteral("cmdRight_%1").arg(i));
-    }
+    QPushButton* left(int k) { return m_menu->findChild<QPushButton*>(u"cmdLeft_%1"_s.arg(k)); }
+    QPushButton* right(int i) { return m_menu->findChild<QPushButton*>(u"cmdRight_%1"_s.arg(i)); }
 
     // Start-up as the program does it, on a settings file made for the test.
     void startWith(const QString& iniText, const QString& iniPath = QString())
@@ -52,7 +50,7 @@ class TestMainMenu : public QObject
     void setEntry(int group, int slot, const QString& value)
     {
         QCOMPARE(m_ctx->ini->file(m_ctx->IniPath)
-                     .write(QStringLiteral("BOTTANL%1").arg(group + 1), QString::number(slot + 1), value),
+                     .write(u"BOTTANL%1"_s.arg(group + 1), QString::number(slot + 1), value),
                  IniFile::WriteResult::Ok);
     }
 
@@ -82,15 +80,15 @@ private Q_SLOTS:
     void isDressedFromTheSettingsFile()
     {
         startWith(completeMenuText());
-        QCOMPARE(m_menu->windowTitle(), QStringLiteral("部品表"));
-        QCOMPARE(m_menu->findChild<QLabel*>(QStringLiteral("lblTitle"))->text(), QStringLiteral("部品表"));
+        QCOMPARE(m_menu->windowTitle(), u"部品表"_s);
+        QCOMPARE(m_menu->findChild<QLabel*>(u"lblTitle"_s)->text(), u"部品表"_s);
         QCOMPARE(m_menu->palette().color(QPalette::Window), QColor(255, 192, 192)); // index 3
-        QCOMPARE(right(0)->text(), QStringLiteral("グループ1"));
+        QCOMPARE(right(0)->text(), u"グループ1"_s);
         QVERIFY(right(2)->isVisible());
         QVERIFY(!right(3)->isVisible());
-        QCOMPARE(right(10)->text(), QStringLiteral("プリンタ設定(F9)"));
-        QCOMPARE(right(11)->text(), QStringLiteral("終了(ESC)"));
-        QCOMPARE(left(0)->text(), QStringLiteral("G1ボタン1"));
+        QCOMPARE(right(10)->text(), u"プリンタ設定(F9)"_s);
+        QCOMPARE(right(11)->text(), u"終了(ESC)"_s);
+        QCOMPARE(left(0)->text(), u"G1ボタン1"_s);
         QVERIFY(left(2)->isVisible());
         QVERIFY(!left(3)->isVisible());
         QVERIFY(m_msgs.shown.isEmpty());
@@ -102,23 +100,23 @@ private Q_SLOTS:
         startWith(completeMenuText());
         QTest::mouseClick(right(1), Qt::LeftButton);
         QCOMPARE(m_menu->state().CurrentButtonGroup.value(), 1);
-        QCOMPARE(left(0)->text(), QStringLiteral("G2ボタン1"));
+        QCOMPARE(left(0)->text(), u"G2ボタン1"_s);
         QVERIFY(right(1)->isChecked());
         QCOMPARE(m_msgs.beeps, 1);
         // The group already shown: nothing is re-labelled.
-        m_menu->state().ButtonTable[1][0].Caption = QStringLiteral("変更");
+        m_menu->state().ButtonTable[1][0].Caption = u"変更"_s;
         QTest::mouseClick(right(1), Qt::LeftButton);
-        QCOMPARE(left(0)->text(), QStringLiteral("G2ボタン1"));
+        QCOMPARE(left(0)->text(), u"G2ボタン1"_s);
         QCOMPARE(m_msgs.beeps, 2);
         QTest::mouseClick(right(0), Qt::LeftButton);
-        QCOMPARE(left(0)->text(), QStringLiteral("G1ボタン1"));
+        QCOMPARE(left(0)->text(), u"G1ボタン1"_s);
         QVERIFY(m_msgs.shown.isEmpty());
     }
 
     void anEmptyTargetDoesNothing()
     {
         QString text = completeMenuText();
-        text.replace(QStringLiteral("1=G1ボタン1//T1_1"), QStringLiteral("1=見出しだけ//   "));
+        text.replace(u"1=G1ボタン1//T1_1"_s, u"1=見出しだけ//   "_s);
         startWith(text);
         int made = 0;
         m_menu->registerScreen(0, [&made](QWidget*) -> QWidget* {
@@ -136,19 +134,19 @@ private Q_SLOTS:
     void aSlotOpensTheSameScreenInEveryGroup()
     {
         QString text = completeMenuText();
-        text.replace(QStringLiteral("4=\r\n5=\r\n"), QStringLiteral("4=グループ4\r\n5=\r\n"));
+        text.replace(u"4=\r\n5=\r\n"_s, u"4=グループ4\r\n5=\r\n"_s);
         startWith(text);
         int made = 0;
         QPointer<QWidget> screen;
         m_menu->registerScreen(0, [&](QWidget* owner) -> QWidget* {
             ++made;
             screen = new QWidget(owner, Qt::Window);
-            screen->setObjectName(QStringLiteral("KVRCAD0003"));
+            screen->setObjectName(u"KVRCAD0003"_s);
             return screen;
         });
         QVERIFY(right(3)->isVisible());
         QTest::mouseClick(right(3), Qt::LeftButton);
-        QCOMPARE(left(0)->text(), QStringLiteral("G4ボタン1"));
+        QCOMPARE(left(0)->text(), u"G4ボタン1"_s);
         QTest::mouseClick(left(0), Qt::LeftButton);
         QCOMPARE(made, 1);
         QVERIFY(screen && screen->isVisible());
@@ -175,28 +173,25 @@ private Q_SLOTS:
         QVERIFY(m_msgs.shown.isEmpty());
     }
 
-    void aSlotWithoutAScreenSaysSo()
+    void slotsWithoutAWorkingScreenLeaveTheMenuUsable()
     {
         startWith(completeMenuText());
+        // No screen behind the slot: said in a box.
         QTest::mouseClick(left(2), Qt::LeftButton);
         QCOMPARE(m_msgs.shown.size(), 1);
         QCOMPARE(m_msgs.shown[0].icon, MsgIcon::Information);
-        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("G1ボタン3")));
-        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("[BOTTANL1] キー 3")));
+        QVERIFY(m_msgs.shown[0].text.contains(u"G1ボタン3"_s));
+        QVERIFY(m_msgs.shown[0].text.contains(u"[BOTTANL1] キー 3"_s));
         QVERIFY(allButtonsEnabled(true));
-    }
-
-    void aScreenThatFailsToOpenLeavesTheMenuUsable()
-    {
-        startWith(completeMenuText());
-        m_menu->registerScreen(1, [](QWidget*) -> QWidget* {
-            throw RuntimeError(3704, QStringLiteral("データベースに接続できません。"));
-        });
+        // A screen that fails while it is made: the error box.
+        m_msgs.clear();
+        m_menu->registerScreen(
+            1, [](QWidget*) -> QWidget* { throw RuntimeError(3704, u"データベースに接続できません。"_s); });
         QTest::mouseClick(left(1), Qt::LeftButton);
         QCOMPARE(m_msgs.shown.size(), 1);
-        QCOMPARE(m_msgs.shown[0].title, QStringLiteral("エラー"));
-        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("3704")));
-        QVERIFY(m_msgs.shown[0].text.contains(QStringLiteral("データベースに接続できません。")));
+        QCOMPARE(m_msgs.shown[0].title, u"エラー"_s);
+        QVERIFY(m_msgs.shown[0].text.contains(u"3704"_s));
+        QVERIFY(m_msgs.shown[0].text.contains(u"データベースに接続できません。"_s));
         QVERIFY(allButtonsEnabled(true));
     }
 
@@ -229,7 +224,7 @@ private Q_SLOTS:
         QCOMPARE(ends, 0);
         right(11)->show();
 
-        QGuiApplication::clipboard()->setText(QStringLiteral("コピー中"));
+        QGuiApplication::clipboard()->setText(u"コピー中"_s);
         QTest::keyClick(m_menu.get(), Qt::Key_Escape);
         QCOMPARE(ends, 1);
         QVERIFY(!m_menu->isVisible());
@@ -252,7 +247,7 @@ private Q_SLOTS:
         });
         closer.start();
         QTest::mouseClick(right(10), Qt::LeftButton);
-        QCOMPARE(seen, QStringLiteral("プリンタ設定"));
+        QCOMPARE(seen, u"プリンタ設定"_s);
         QVERIFY(m_menu->isVisible());
     }
 
@@ -275,8 +270,8 @@ private Q_SLOTS:
 
     void theStartRoutineShowsTheDressedMenuOnce()
     {
-        writeCp932File(m_dir->filePath(QStringLiteral("PARA.ini")), completeMenuText());
-        const QString lockPath = m_dir->filePath(QStringLiteral("start.lock"));
+        writeCp932File(m_dir->filePath(u"PARA.ini"_s), completeMenuText());
+        const QString lockPath = m_dir->filePath(u"start.lock"_s);
         AppContext ctx;
         ctx.messages = &m_msgs;
         Startup startup(ctx, lockPath);
@@ -286,47 +281,22 @@ private Q_SLOTS:
         QVERIFY(menu);
         QCOMPARE(registered, 1);
         QVERIFY(menu->isVisible());
-        QCOMPARE(menu->windowTitle(), QStringLiteral("部品表"));
+        QCOMPARE(menu->windowTitle(), u"部品表"_s);
         QCOMPARE(menu->state().CurrentButtonGroup.value(), 0);
-        QCOMPARE(menu->findChild<QPushButton*>(QStringLiteral("cmdLeft_0"))->text(),
-                 QStringLiteral("G1ボタン1"));
-        QPointer<KVRInfo> info = menu->findChild<KVRInfo*>(QStringLiteral("KVRInfo"));
+        QCOMPARE(menu->findChild<QPushButton*>(u"cmdLeft_0"_s)->text(), u"G1ボタン1"_s);
+        QPointer<KVRInfo> info = menu->findChild<KVRInfo*>(u"KVRInfo"_s);
         QVERIFY(info && info->isVisible());
         QTRY_VERIFY_WITH_TIMEOUT(!info, 5000);
 
         // A second start while the first runs: the work folder is there, E001, no menu.
-        QDir(m_dir->path()).rmdir(QStringLiteral("WORK"));
+        QDir(m_dir->path()).rmdir(u"WORK"_s);
         AppContext second;
         second.messages = &m_msgs;
         Startup again(second, lockPath);
         QVERIFY(!Main(second, again, m_dir->path()));
-        QVERIFY(QFileInfo(m_dir->filePath(QStringLiteral("WORK"))).isDir());
+        QVERIFY(QFileInfo(m_dir->filePath(u"WORK"_s)).isDir());
         QCOMPARE(m_msgs.shown.size(), 1);
-        QCOMPARE(m_msgs.shown[0].text, QStringLiteral("既に起動しています。"));
-    }
-
-    void informationScreenClosesOnItsTimer()
-    {
-        startWith(completeMenuText());
-        QPointer<KVRInfo> info = new KVRInfo(m_menu.get(), 200);
-        info->show();
-        QVERIFY(info->isVisible());
-        QVERIFY(info->isWindow());
-        QTRY_VERIFY_WITH_TIMEOUT(!info, 5000); // closed and gone
-        QVERIFY(m_menu->isVisible());
-    }
-
-    void theLogoMoves()
-    {
-        LogoStrip strip;
-        strip.resize(600, 52);
-        const int x = strip.logoX();
-        strip.step();
-        strip.step();
-        QVERIFY(strip.logoX() != x);
-        QVERIFY(strip.timer()->isActive());
-        const QImage logo = DrawLogo(48).toImage();
-        QVERIFY(logo.pixelColor(26, 4).alpha() > 0); // the sheet is drawn
+        QCOMPARE(m_msgs.shown[0].text, u"既に起動しています。"_s);
     }
 
     // With BUHINHYO_SCREENSHOT_DIR set, saves the menu as the shipped settings dress it.
@@ -337,11 +307,11 @@ private Q_SLOTS:
             QSKIP("BUHINHYO_SCREENSHOT_DIR not set");
         startWith(QString(), shippedIniPath());
         QVERIFY(m_msgs.shown.isEmpty());
-        QVERIFY(m_menu->grab().save(dir + QStringLiteral("/menu.png")));
+        QVERIFY(m_menu->grab().save(dir + u"/menu.png"_s));
         QTest::mouseClick(right(1), Qt::LeftButton);
-        QVERIFY(m_menu->grab().save(dir + QStringLiteral("/menu-group2.png")));
+        QVERIFY(m_menu->grab().save(dir + u"/menu-group2.png"_s));
         KVRInfo info(nullptr, 100000);
-        QVERIFY(info.grab().save(dir + QStringLiteral("/info.png")));
+        QVERIFY(info.grab().save(dir + u"/info.png"_s));
     }
 };
 

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "MessageService.h"
+
 #include <QByteArray>
+#include <QFile>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -11,3 +14,16 @@ QByteArray readFileBytes(const QString& path);
 QString sourceDir();
 // The shipped settings file, data/PARA.ini.
 QString shippedIniPath();
+
+// A settings file in a temporary folder and the message boxes shown meanwhile. reset() (from a
+// test's init()) removes the file and forgets the boxes.
+struct SettingsFileFixture {
+    QTemporaryDir dir;
+    QString path = dir.filePath(QStringLiteral("PARA.ini"));
+    ScriptedMessageService msgs;
+    void reset()
+    {
+        QFile::remove(path);
+        msgs.clear();
+    }
+};

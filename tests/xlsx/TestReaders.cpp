@@ -82,7 +82,7 @@ TEST(XlsxReaders, ExcelJsReadsBackWhatWasWritten)
         auto json = dir / (l.file + ".json");
         writeBytes(json, expected.toJson());
         int st = 0;
-        std::string cmd = "NODE_PATH=" + q(modules) + " node " +
+        std::string cmd = "NODE_PATH=" + q(modules) + " timeout -k 10 120 node " +
                           q(std::filesystem::path(XLSX_NODE_SRC) / "check_workbook.js") + " " + q(out) + " " +
                           q(json);
         std::string output = run(cmd, &st);
@@ -111,9 +111,11 @@ TEST(XlsxReaders, LibreOfficePrintsOnePagePerFilledPage)
     files += " " + q(dir / "template.xlsx");
     int st = 0;
     std::string profile = "file://" + (dir / "profile").string();
-    std::string output = run("soffice -env:UserInstallation=" + profile +
-                                 " --headless --convert-to pdf --outdir " + q(dir / "pdf") + files,
-                             &st);
+    // A converter that hangs is stopped (and killed if it must be) well before the test's own limit.
+    std::string output =
+        run("timeout -k 10 300 soffice -env:UserInstallation=" + profile +
+                " --headless --convert-to pdf --outdir " + q(dir / "pdf") + files + " </dev/null",
+            &st);
     ASSERT_EQ(output.find("Error:"), std::string::npos) << output;
     for (auto& n : names) {
         SCOPED_TRACE(n);

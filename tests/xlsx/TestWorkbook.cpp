@@ -26,11 +26,6 @@ std::string partOf(const std::filesystem::path& file, const std::string& name)
     return {};
 }
 
-[[maybe_unused]] std::string withoutMatches(std::string s, const std::regex& re)
-{
-    return std::regex_replace(s, re, "");
-}
-
 } // namespace
 
 TEST(XlsxWorkbook, OpenAndSaveWithoutEditsKeepsEveryPartByteForByte)
