@@ -124,15 +124,11 @@ private Q_SLOTS:
         QCOMPARE(itemRows.first(), 7); // heading of page 1
         QCOMPARE(t.valuesAt(1).first(), QStringLiteral("見出し1"));
         QList<int> expected;
-        expected << 7;
-        for (int row = 8; row <= 17; ++row)
-            expected << row;
-        expected << 27;
-        for (int row = 28; row <= 37; ++row)
-            expected << row;
-        expected << 47;
-        for (int row = 48; row <= 52; ++row)
-            expected << row;
+        for (const auto& [heading, first, last] : {std::tuple{7, 8, 17}, {27, 28, 37}, {47, 48, 52}}) {
+            expected << heading;
+            for (int row = first; row <= last; ++row)
+                expected << row;
+        }
         QCOMPARE(itemRows, expected);
         // The item number: text format, right aligned, leading zeros kept.
         const CellWrite item = t.at(1).at(1);

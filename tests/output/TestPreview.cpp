@@ -10,7 +10,6 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
-#include <QPdfView>
 #include <QPrinter>
 #include <QProgressBar>
 #include <QPushButton>
@@ -91,14 +90,6 @@ private Q_SLOTS:
         QVERIFY(done.wait(120000));
         QCOMPARE(w.pageCount(), 1);
         QVERIFY(w.findChild<QPushButton*>(QStringLiteral("printButton"))->isEnabled());
-        // Zoom choices switch the view's mode.
-        auto* zoom = w.findChild<QComboBox*>(QStringLiteral("zoomCombo"));
-        zoom->setCurrentText(QStringLiteral("150%"));
-        auto* view = w.findChild<QPdfView*>(QStringLiteral("previewView"));
-        QCOMPARE(view->zoomMode(), QPdfView::ZoomMode::Custom);
-        QCOMPARE(view->zoomFactor(), 1.5);
-        zoom->setCurrentIndex(1);
-        QCOMPARE(view->zoomMode(), QPdfView::ZoomMode::FitToWidth);
         // Printing renders the pages onto the printer (here a PDF file).
         QPrinter printer(QPrinter::HighResolution);
         printer.setOutputFormat(QPrinter::PdfFormat);
