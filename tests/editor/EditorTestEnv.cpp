@@ -30,7 +30,7 @@ QString settingsText()
                             QStringLiteral("プレート"),   QStringLiteral("SS400"),  QStringLiteral("S45C"),
                             QStringLiteral("SUS304"),     QStringLiteral("A5052")};
     for (int n = 1; n <= 8; ++n)
-        t += QStringLiteral("[KVRCAD0002COMBO%1]\r\nMAX=1\r\nINDEX=0\r\n1=%2\r\n").arg(n).arg(lists[n - 1]);
+        t += QStringLiteral("[KVRCAD0002COMBO%1]\r\nMAX=1\r\nINDEX=%2\r\n1=%3\r\n").arg(n).arg(n - 1).arg(lists[n - 1]);
     return t;
 }
 } // namespace
