@@ -1,6 +1,7 @@
 #include "AidsTestEnv.h"
 #include "DataSearch.h"
 #include "DataSearchScreen.h"
+#include "ScreenTestHelpers.h"
 
 #include <QGroupBox>
 #include <QLabel>
@@ -9,15 +10,6 @@
 #include <QRadioButton>
 #include <QTableWidget>
 #include <QtTest>
-
-namespace
-{
-void show(QWidget& w)
-{
-    w.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&w));
-}
-} // namespace
 
 // The data search KVRCAD0101 on a real database: the query, the stored tables it finds, the screen
 // in its two uses, and the lines a copy takes from its source.
@@ -111,7 +103,7 @@ private Q_SLOTS:
     {
         env->ctx.DataSearchFlag = Int16::from(DataSearchScreen::kFromSearch);
         DataSearchScreen screen(env->ctx, QStringLiteral("1"));
-        show(screen);
+        QVERIFY(showActive(&screen));
         QCOMPARE(screen.windowTitle(), QStringLiteral("データ検索"));
         QCOMPARE(screen.objectName(), QStringLiteral("KVRCAD0101"));
         QVERIFY(screen.findChild<QRadioButton*>(QStringLiteral("optKind1"))->isEnabled());
@@ -141,7 +133,7 @@ private Q_SLOTS:
     {
         env->ctx.DataSearchFlag = Int16::from(DataSearchScreen::kCopySource);
         DataSearchScreen screen(env->ctx, QStringLiteral("1"));
-        show(screen);
+        QVERIFY(showActive(&screen));
         QCOMPARE(screen.windowTitle(), QStringLiteral("コピー元データ検索"));
         QVERIFY(!screen.findChild<QRadioButton*>(QStringLiteral("optKind2"))->isEnabled());
         auto* select = screen.findChild<QPushButton*>(QStringLiteral("cmdSelect"));
@@ -160,40 +152,6 @@ private Q_SLOTS:
         QCOMPARE(asked, 2);
         QCOMPARE(screen.result(), int(QDialog::Accepted));
         QCOMPARE(screen.chosen().lines, 20);
-    }
-
-    void copiedLinesAreNewLinesInItemOrder()
-    {
-        const auto lines = ReadCopySourceLines(env->db(), QStringLiteral("A-100"), QStringLiteral("100-01"),
-                                               QStringLiteral("1"));
-        QCOMPARE(lines.size(), 20);
-        for (int i = 0; i < lines.size(); ++i) {
-            QCOMPARE(lines[i].size(), kGridColumns);
-            QCOMPARE(lines[i][1], QString::number(101 + i));
-            QCOMPARE(lines[i][2], QStringLiteral("部品%1").arg(i + 1));
-            QCOMPARE(lines[i][4], QString::number(21 - (i + 1)));
-            QCOMPARE(lines[i][5], QStringLiteral("個"));
-            QCOMPARE(lines[i][11], QStringLiteral("ミスミ"));
-            QVERIFY(lines[i][kColNumber].isEmpty());
-            QCOMPARE(lines[i][kColHaishi], QStringLiteral("0"));
-        }
-        QList<QStringList> grid;
-        for (int i = 0; i < 3; ++i) {
-            QStringList line(kGridColumns);
-            line[2] = QStringLiteral("既存%1").arg(i);
-            line[kColNumber] = QString::number(900 + i);
-            grid << line;
-        }
-        QCOMPARE(AppendCopiedLines(grid, lines), 3);
-        QCOMPARE(grid.size(), 23);
-        QCOMPARE(grid[2][2], QStringLiteral("既存2"));
-        QCOMPARE(grid[3][2], QStringLiteral("部品1"));
-        // A fresh editor's one empty (but numbered) line gives way to the copies.
-        QList<QStringList> fresh{QStringList(kGridColumns)};
-        fresh[0][0] = QStringLiteral("1");
-        fresh[0][1] = QStringLiteral("101");
-        QCOMPARE(AppendCopiedLines(fresh, lines), 0);
-        QCOMPARE(fresh.size(), 20);
     }
 };
 

@@ -7,6 +7,7 @@
 #include "EditorScreen.h"
 #include "HistorySearchDialog.h"
 #include "ListPickerDialog.h"
+#include "ScreenTestHelpers.h"
 #include "SearchAidsGlue.h"
 
 #include <QApplication>
@@ -15,7 +16,6 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QSqlQuery>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTimer>
@@ -23,50 +23,6 @@
 
 namespace
 {
-
-// Acts on the modal screen of type T as soon as it is shown (the command that opens it waits in
-// its exec()).
-template <typename T> void whenModal(std::function<void(T*)> act, int tries = 400)
-{
-    QTimer::singleShot(5, [act, tries] {
-        if (auto* screen = qobject_cast<T*>(QApplication::activeModalWidget())) {
-            act(screen);
-            // A failed check leaves the screen open: close it, so that the test ends.
-            if (screen->isVisible())
-                screen->reject();
-        } else if (tries > 0) {
-            whenModal<T>(act, tries - 1);
-        } else {
-            qWarning("modal screen not shown");
-        }
-    });
-}
-
-template <typename T> T* control(QWidget* screen, const char* name)
-{
-    T* w = screen->findChild<T*>(QString::fromLatin1(name));
-    if (!w)
-        qFatal("control %s not found", name);
-    return w;
-}
-
-void click(QWidget* screen, const char* name)
-{
-    control<QAbstractButton>(screen, name)->click();
-}
-
-void setText(QWidget* screen, const char* name, const QString& text)
-{
-    ListPickerDialog::PutText(control<QWidget>(screen, name), text);
-}
-
-QString text(QWidget* screen, const char* name)
-{
-    QWidget* w = control<QWidget>(screen, name);
-    if (auto* c = qobject_cast<QComboBox*>(w))
-        return c->currentText();
-    return qobject_cast<QLineEdit*>(w)->text();
-}
 
 int rowOf(QTableWidget* grid, const QString& firstCell)
 {
@@ -91,22 +47,13 @@ class TestEditorAids : public QObject
         if (!ed->openTable({dwgNo, assy, name, QStringLiteral("1"), QStringLiteral("2026/11/21"),
                             QStringLiteral("山田")}))
             return nullptr;
-        ed->show();
-        ed->activateWindow();
-        if (!QTest::qWaitForWindowActive(ed.get()))
-            return nullptr;
-        return ed;
+        return showActive(ed.get()) ? std::move(ed) : nullptr;
     }
 
-    QStringList numbersOf(const QString& dwgNo)
+    QList<QStringList> numbersOf(const QString& dwgNo)
     {
-        QStringList out;
-        QSqlQuery q(env->db().sql());
-        q.exec(QStringLiteral("SELECT INT_NUMBER FROM BUHINHYO_M WHERE CH_DWGNO = '") + dwgNo +
-               QStringLiteral("' ORDER BY INT_NUMBER"));
-        while (q.next())
-            out << q.value(0).toString();
-        return out;
+        return env->rows(u"SELECT INT_NUMBER FROM BUHINHYO_M WHERE CH_DWGNO = '"_qs + dwgNo +
+                         u"' ORDER BY INT_NUMBER"_qs);
     }
 
 private Q_SLOTS:
@@ -136,7 +83,7 @@ private Q_SLOTS:
         auto ed = openEditor(QStringLiteral("T-1"), QStringLiteral("1-01"), QStringLiteral("新規ユニット"));
         QVERIFY(ed);
         QCOMPARE(ed->editor().grid().lineCount(), 3);
-        const QStringList sourceBefore = numbersOf(QStringLiteral("A-100"));
+        const QList<QStringList> sourceBefore = numbersOf(QStringLiteral("A-100"));
         QCOMPARE(sourceBefore.size(), 20);
 
         // The first answer is No: the search stays open; the second (Yes) copies.
@@ -191,8 +138,8 @@ private Q_SLOTS:
         auto ed = openEditor(QStringLiteral("N-1"), QStringLiteral("5-01"), QStringLiteral("新"));
         QVERIFY(ed);
         const int before = StrictInt(env->ctx.ini->get(QStringLiteral("MAKER"), QStringLiteral("MAX")));
-        setText(ed.get(), "cboHinmei", QStringLiteral("ギア"));
-        setText(ed.get(), "cboMaker", QStringLiteral("新興工業"));
+        typeInto(ed.get(), "cboHinmei", QStringLiteral("ギア"));
+        typeInto(ed.get(), "cboMaker", QStringLiteral("新興工業"));
         click(ed.get(), "cmdTransfer");
         click(ed.get(), "cmdTransfer");
         const QStringList makers = ReadList(*env->ctx.ini, QStringLiteral("MAKER"));
@@ -203,8 +150,8 @@ private Q_SLOTS:
         QVERIFY(control<QComboBox>(ed.get(), "cboMaker")->findText(QStringLiteral("新興工業")) >= 0);
         QCOMPARE(ed->editor().grid().cell(1, EditorCol::Maker), QStringLiteral("新興工業"));
         // A quantity that is not a number refuses the transfer, and nothing is remembered.
-        setText(ed.get(), "cboMaker", QStringLiteral("未登録商会"));
-        setText(ed.get(), "txtSuryo", QStringLiteral("x"));
+        typeInto(ed.get(), "cboMaker", QStringLiteral("未登録商会"));
+        typeInto(ed.get(), "txtSuryo", QStringLiteral("x"));
         click(ed.get(), "cmdTransfer");
         QVERIFY(!ReadList(*env->ctx.ini, QStringLiteral("MAKER")).contains(QStringLiteral("未登録商会")));
     }
@@ -215,8 +162,8 @@ private Q_SLOTS:
         QVERIFY(ed);
         // Name history: the customer of the table, the typed beginning, no maker (the input area
         // shows the first line, whose maker would narrow the search).
-        setText(ed.get(), "cboHinmei", QStringLiteral("ボ"));
-        setText(ed.get(), "cboMaker", QString());
+        typeInto(ed.get(), "cboHinmei", QStringLiteral("ボ"));
+        typeInto(ed.get(), "cboMaker", QString());
         whenModal<HistorySearchDialog>([](HistorySearchDialog* d) {
             QCOMPARE(d->entries().size(), 1);
             QCOMPARE(d->entries()[0].quantity, QStringLiteral("100"));
@@ -224,25 +171,25 @@ private Q_SLOTS:
             QTest::keyClick(table, Qt::Key_Return);
         });
         click(ed.get(), "cmdHinmeiHistory");
-        QCOMPARE(text(ed.get(), "cboHinmei"), QStringLiteral("ボルト"));
+        QCOMPARE(textOf(ed.get(), "cboHinmei"), QStringLiteral("ボルト"));
         // Material history with a maker filter.
-        setText(ed.get(), "cboMaker", QStringLiteral("オリエンタル"));
-        setText(ed.get(), "cboZaishitu", QString());
+        typeInto(ed.get(), "cboMaker", QStringLiteral("オリエンタル"));
+        typeInto(ed.get(), "cboZaishitu", QString());
         whenModal<HistorySearchDialog>([](HistorySearchDialog* d) {
             QCOMPARE(d->windowTitle(), QStringLiteral("材質履歴検索"));
             QCOMPARE(d->entries().size(), 1);
             QTest::keyClick(d, Qt::Key_F5);
         });
         click(ed.get(), "cmdZaishituHistory");
-        QCOMPARE(text(ed.get(), "cboZaishitu"), QStringLiteral("S45C"));
+        QCOMPARE(textOf(ed.get(), "cboZaishitu"), QStringLiteral("S45C"));
 
         // "ｶｯｺ" on the field that had the focus, and off again.
         control<QWidget>(ed.get(), "txtBiko")->setFocus();
-        setText(ed.get(), "txtBiko", QStringLiteral("M10"));
+        typeInto(ed.get(), "txtBiko", QStringLiteral("M10"));
         click(ed.get(), "cmdKakkoInput");
-        QCOMPARE(text(ed.get(), "txtBiko"), QStringLiteral("(M10)"));
+        QCOMPARE(textOf(ed.get(), "txtBiko"), QStringLiteral("(M10)"));
         click(ed.get(), "cmdKakkoInput");
-        QCOMPARE(text(ed.get(), "txtBiko"), QStringLiteral("M10"));
+        QCOMPARE(textOf(ed.get(), "txtBiko"), QStringLiteral("M10"));
 
         // The list button beside the unit field opens the picker on the unit tab.
         whenModal<ListPickerDialog>([](ListPickerDialog* p) {
@@ -251,7 +198,7 @@ private Q_SLOTS:
             QTest::keyClick(p, Qt::Key_F5);
         });
         click(ed.get(), "cmdListTani2");
-        QCOMPARE(text(ed.get(), "cboTani2"), QStringLiteral("本"));
+        QCOMPARE(textOf(ed.get(), "cboTani2"), QStringLiteral("本"));
         for (const char* name :
              {"cmdListUser", "cmdListHinmei", "cmdListZaishitu", "cmdListTani", "cmdListMaker"})
             QVERIFY(ed->findChild<QPushButton*>(QString::fromLatin1(name)));
@@ -277,10 +224,8 @@ private Q_SLOTS:
     {
         DrawingSearchScreen search(env->ctx, MakeSearchHooks());
         QVERIFY(search.load());
-        search.show();
-        search.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&search));
-        setText(&search, "txtDwgNo", QStringLiteral("T"));
+        QVERIFY(showActive(&search));
+        typeInto(&search, "txtDwgNo", QStringLiteral("T"));
         whenModal<DataSearchScreen>([](DataSearchScreen* s) {
             QCOMPARE(s->windowTitle(), QStringLiteral("データ検索"));
             QCOMPARE(s->tables().size(), 1);
@@ -293,10 +238,10 @@ private Q_SLOTS:
         });
         QTest::keyClick(&search, Qt::Key_F1);
         QCOMPARE(env->ctx.DataSearchFlag.value(), 0);
-        QCOMPARE(text(&search, "txtDwgNo"), QStringLiteral("A-100"));
-        QCOMPARE(text(&search, "txtAssy"), QStringLiteral("100-01"));
-        QCOMPARE(text(&search, "cboName"), QStringLiteral("ベースフレーム"));
-        QCOMPARE(text(&search, "cboDesined"), QStringLiteral("山田"));
+        QCOMPARE(textOf(&search, "txtDwgNo"), QStringLiteral("A-100"));
+        QCOMPARE(textOf(&search, "txtAssy"), QStringLiteral("100-01"));
+        QCOMPARE(textOf(&search, "cboName"), QStringLiteral("ベースフレーム"));
+        QCOMPARE(textOf(&search, "cboDesined"), QStringLiteral("山田"));
         QVERIFY(control<QRadioButton>(&search, "optKind1")->isChecked());
         // "入力(F5)" opens that table, with the aids installed.
         click(&search, "cmd0");

@@ -1,21 +1,13 @@
 #include "AidsTestEnv.h"
 #include "HistorySearch.h"
 #include "HistorySearchDialog.h"
+#include "ScreenTestHelpers.h"
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QtTest>
-
-namespace
-{
-void show(QWidget& w)
-{
-    w.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&w));
-}
-} // namespace
 
 // The name and material history on a real database: the values of the kind with their summed
 // quantity, narrowed by customer, maker and the typed beginning, and the screen that offers them.
@@ -105,7 +97,7 @@ private Q_SLOTS:
         HistoryFilter f{NameColumn(), QStringLiteral("1"), QStringLiteral("南北機械"), QString(),
                         QStringLiteral("ボ")};
         HistorySearchDialog dialog(env->ctx, f);
-        show(dialog);
+        QVERIFY(showActive(&dialog));
         QCOMPARE(dialog.windowTitle(), QStringLiteral("品名履歴検索"));
         auto* table = dialog.findChild<QTableWidget*>(QStringLiteral("grdHistory"));
         auto* select = dialog.findChild<QPushButton*>(QStringLiteral("cmdSelect"));
@@ -139,7 +131,7 @@ private Q_SLOTS:
         HistoryFilter f{MaterialColumn(), QStringLiteral("1"), QString(), QStringLiteral("オリエンタル"),
                         QString()};
         HistorySearchDialog dialog(env->ctx, f);
-        show(dialog);
+        QVERIFY(showActive(&dialog));
         QCOMPARE(dialog.windowTitle(), QStringLiteral("材質履歴検索"));
         dialog.search();
         auto* table = dialog.findChild<QTableWidget*>(QStringLiteral("grdHistory"));

@@ -2,6 +2,7 @@
 #include "Common.h"
 #include "InputAids.h"
 #include "ListPickerDialog.h"
+#include "ScreenTestHelpers.h"
 #include "TestSupport.h"
 
 #include <QComboBox>
@@ -10,15 +11,6 @@
 #include <QPushButton>
 #include <QTabWidget>
 #include <QtTest>
-
-namespace
-{
-void show(QWidget& w)
-{
-    w.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&w));
-}
-} // namespace
 
 // The list picker over the settings file: its eleven tabs, the tab it opens on, moving an entry into
 // the field, and appending without ever editing what is listed.
@@ -39,7 +31,7 @@ private Q_SLOTS:
     {
         QLineEdit field;
         ListPickerDialog picker(*env->ctx.ini, QStringLiteral("KVRCAD0002COMBO6"), &field);
-        show(picker);
+        QVERIFY(showActive(&picker));
         QTabWidget* tabs = picker.tabs();
         QCOMPARE(tabs->count(), 11);
         QStringList captions;
@@ -71,7 +63,7 @@ private Q_SLOTS:
         maker.addItems({QStringLiteral("ミスミ"), QStringLiteral("オリエンタル")});
         maker.setEditText(QStringLiteral("オリエンタル"));
         ListPickerDialog picker(*env->ctx.ini, QStringLiteral("MAKER"), &maker);
-        show(picker);
+        QVERIFY(showActive(&picker));
         QListWidget* list = picker.list(5);
         QCOMPARE(picker.tabs()->currentIndex(), 5);
         // The field's entry is the one selected at first.
@@ -87,7 +79,7 @@ private Q_SLOTS:
     {
         QLineEdit field;
         ListPickerDialog picker(*env->ctx.ini, QStringLiteral("USER"), &field);
-        show(picker);
+        QVERIFY(showActive(&picker));
         auto* entry = picker.findChild<QLineEdit*>(QStringLiteral("txtNewEntry"));
         auto* add = picker.findChild<QPushButton*>(QStringLiteral("cmdAdd"));
         QVERIFY(!add->isEnabled());
@@ -109,7 +101,7 @@ private Q_SLOTS:
         env->writeIni(AidsTestEnv::iniText().remove(QStringLiteral("[STANI]\r\nMAX=3\r\n")));
         QLineEdit field;
         ListPickerDialog picker(*env->ctx.ini, QStringLiteral("STANI"), &field);
-        show(picker);
+        QVERIFY(showActive(&picker));
         QCOMPARE(picker.list(10)->count(), 0);
         QVERIFY(!env->messages.shown.isEmpty());
         QCOMPARE(env->messages.shown.front().title, QStringLiteral("ＩＮＩファイルエラー"));
@@ -123,18 +115,6 @@ private Q_SLOTS:
         QCOMPARE(ToggleBrackets(QStringLiteral(" （M10） ")), QStringLiteral("M10"));
         QCOMPARE(ToggleBrackets(QStringLiteral("(M10")), QStringLiteral("((M10)"));
         QCOMPARE(ToggleBrackets(QString()), QStringLiteral("()"));
-        // "INDEX" puts each list in a field's slot: 0 to 3 the name field, 4 to 7 the material
-        // field, ordered by slot; a slot outside them feeds nothing.
-        auto numbers = [](const QList<InputList>& lists) {
-            QList<int> out;
-            for (const auto& l : lists)
-                out << l.number;
-            return out;
-        };
-        QCOMPARE(numbers(NameInputLists(*env->ctx.ini)), (QList<int>{1, 2, 4}));
-        QCOMPARE(numbers(MaterialInputLists(*env->ctx.ini)), (QList<int>{6, 5, 7, 8}));
-        QCOMPARE(NameInputLists(*env->ctx.ini).front().items.size(), 3);
-        QCOMPARE(InputListCount(*env->ctx.ini), 8);
     }
 };
 

@@ -30,7 +30,10 @@ QString settingsText()
                             QStringLiteral("プレート"),   QStringLiteral("SS400"),  QStringLiteral("S45C"),
                             QStringLiteral("SUS304"),     QStringLiteral("A5052")};
     for (int n = 1; n <= 8; ++n)
-        t += QStringLiteral("[KVRCAD0002COMBO%1]\r\nMAX=1\r\nINDEX=%2\r\n1=%3\r\n").arg(n).arg(n - 1).arg(lists[n - 1]);
+        t += QStringLiteral("[KVRCAD0002COMBO%1]\r\nMAX=1\r\nINDEX=%2\r\n1=%3\r\n")
+                 .arg(n)
+                 .arg(n - 1)
+                 .arg(lists[n - 1]);
     return t;
 }
 } // namespace
@@ -40,8 +43,7 @@ EditorTestEnv::EditorTestEnv()
     ctx.setPaths(dir.path());
     ctx.messages = &messages;
     ctx.clock = &clock;
-    writeCp932File(ctx.IniPath, settingsText());
-    ctx.makeIni();
+    writeIni(settingsText());
     QDir(dir.path()).mkpath(QStringLiteral("DB"));
     QProcess sqlite;
     sqlite.setStandardInputFile(sourceDir() + QStringLiteral("/data/schema.sql"));
@@ -115,6 +117,17 @@ void EditorTestEnv::storeTable(const QString& dwgNo, const QString& assy, const 
                            "VALUES ('%1','%2','%3','%4','%5','%6',%7,%8,1,'個','20231224')")
                 .arg(assy, dwgNo, user, kind, l.value(0), l.value(1), l.value(2, QStringLiteral("0")),
                      l.value(3, QStringLiteral("0"))));
+}
+
+void EditorTestEnv::writeIni(const QString& text)
+{
+    writeCp932File(ctx.IniPath, text);
+    ctx.makeIni();
+}
+
+int EditorTestEnv::count(const QString& sql)
+{
+    return rows(sql).value(0).value(0).toInt();
 }
 
 QString EditorTestEnv::iniText() const

@@ -1,8 +1,8 @@
 #include "EditorLists.h"
 #include "EditorTestEnv.h"
 #include "IniAccess.h"
-#include "RuntimeError.h"
 #include "PartsTableEditor.h"
+#include "RuntimeError.h"
 #include "TestSupport.h"
 
 #include <QtTest>
@@ -191,6 +191,26 @@ private Q_SLOTS:
         QCOMPARE(column(Tanka), (QStringList{QString(), QString(), QString()}));
     }
 
+    void copiedLinesComeInAsNewLines()
+    {
+        env->storeTable(u"S-1"_qs, u"9-01"_qs, u"1"_qs, u"元"_qs, u"客先Ａ"_qs,
+                        {{u"012"_qs, u"B"_qs, u"1"_qs}, {u"011"_qs, u"A"_qs, u"0"_qs, u"1"_qs}});
+        ed->open(values());
+        // The fresh editor's one empty line gives way; the copies come in item number order, carry
+        // no stored number and are renumbered; the abolished one keeps its mark.
+        ed->appendCopiedLines(
+            PartsTableEditor::ReadStoredLines(*env->ctx.DbConnection, u"S-1"_qs, u"9-01"_qs, u"1"_qs));
+        QCOMPARE(column(Hinmei), (QStringList{u"A"_qs, u"B"_qs}));
+        QCOMPARE(column(Number), (QStringList{QString(), QString()}));
+        QCOMPARE(column(Zno), (QStringList{u"(251)"_qs, u"252"_qs}));
+        QCOMPARE(column(No), (QStringList{u"1"_qs, u"廃止"_qs}));
+        QVERIFY(ed->grid().marked(2));
+        QCOMPARE(ed->grid().currentRow(), 1);
+        ed->header().customer = u"客先Ａ"_qs;
+        QCOMPARE(ed->save(), PartsTableEditor::SaveResult::Saved);
+        QCOMPARE(env->count(u"SELECT COUNT(*) FROM BUHINHYO_M"_qs), 4);
+    }
+
     void inputListsFollowTheirIndex()
     {
         // Slots 0 to 3 feed the name field and 4 to 7 the material field, in slot order; a slot
@@ -201,7 +221,8 @@ private Q_SLOTS:
         ini.put(u"KVRCAD0002COMBO3"_qs, u"INDEX"_qs, u"9"_qs);
         ini.put(u"KVRCAD0002COMBO5"_qs, u"INDEX"_qs, u"2"_qs);
         const EditorLists lists = ReadEditorLists(ini);
-        QCOMPARE(lists.nameItems(), (QStringList{u"平座金"_qs, u"六角ボルト"_qs, u"SS400"_qs, u"プレート"_qs}));
+        QCOMPARE(lists.nameItems(),
+                 (QStringList{u"平座金"_qs, u"六角ボルト"_qs, u"SS400"_qs, u"プレート"_qs}));
         QCOMPARE(lists.materialItems(), (QStringList{u"S45C"_qs, u"SUS304"_qs, u"A5052"_qs}));
         ini.put(u"KVRCAD0002COMBO8"_qs, u"INDEX"_qs, u"x"_qs);
         QVERIFY_THROWS_EXCEPTION(RuntimeError, ReadEditorLists(ini));

@@ -177,7 +177,8 @@ private Q_SLOTS:
         typeInto(screen, "cboMaker", QString());
         click(screen, "cmd0");
         click(screen, "cmd0");
-        QVERIFY(env->iniText().contains(u"[MAKER]\r\nMAX=4\r\n1=ミスミ\r\n2=オリエンタル\r\n3=新メーカー\r\n4=\r\n"_qs));
+        QVERIFY(env->iniText().contains(
+            u"[MAKER]\r\nMAX=4\r\n1=ミスミ\r\n2=オリエンタル\r\n3=新メーカー\r\n4=\r\n"_qs));
         QCOMPARE(screen->findChildren<EditorScreen*>().size(), 4);
     }
 
