@@ -43,6 +43,6 @@ void AidsTestEnv::addLine(const QString& dwgNo, const QString& assy, const QStri
     exec(QStringLiteral("INSERT INTO BUHINHYO_M (CH_DWGNO,CH_ASSY,CH_BUHIN,CH_USER,CH_ZNO,CH_HINMEI,"
                         "CH_ZAISHITU,INT_SURYO,CH_TANI,CH_MAKER,CH_HAISHI,CH_KAKKO,CH_UPDDATE)"
                         " VALUES ('%1','%2','%3','%4','%5','%6','%7',%8,'個','%9',0,0,'20260115')")
-             .arg(dwgNo, assy, kind, user, zno, hinmei, zaishitu,
-                  suryo.isEmpty() ? QStringLiteral("NULL") : suryo, maker));
+             .arg(dwgNo, assy, kind, user, zno, hinmei, zaishitu, suryo.isEmpty() ? u"NULL"_qs : suryo,
+                  maker));
 }
