@@ -56,19 +56,17 @@ private Q_SLOTS:
         QCOMPARE(maker.count(), 3);
         QCOMPARE(name.currentText(), u"ギア"_qs);
         QVERIFY(env->messages.shown.isEmpty());
-    }
 
-    void knownAndBlankEntriesWriteNothing()
-    {
+        // Known and blank entries write nothing.
         const QByteArray before = readFileBytes(env->ctx.IniPath);
-        QComboBox name, material, unit, unit2, maker;
+        QComboBox name2, material2, unitB, unit2B, maker2;
         // "ピン" is in list 4, "SUS304" in list 6: both feed their fields already.
-        setUp(name, {}, u"ピン"_qs);
-        setUp(material, {}, u"SUS304"_qs);
-        setUp(unit, {}, u"  "_qs);
-        setUp(unit2, {}, QString());
-        setUp(maker, {}, u"ミスミ"_qs);
-        RememberInputFields(*env->ctx.ini, {&name, &material, &unit, &unit2, &maker});
+        setUp(name2, {}, u"ピン"_qs);
+        setUp(material2, {}, u"SUS304"_qs);
+        setUp(unitB, {}, u"  "_qs);
+        setUp(unit2B, {}, QString());
+        setUp(maker2, {}, u"ミスミ"_qs);
+        RememberInputFields(*env->ctx.ini, {&name2, &material2, &unitB, &unit2B, &maker2});
         QCOMPARE(readFileBytes(env->ctx.IniPath), before);
     }
 };

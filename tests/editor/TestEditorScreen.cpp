@@ -409,14 +409,6 @@ private Q_SLOTS:
             QCOMPARE(control<QLineEdit>(ed, f)->text(), QString());
         QCOMPARE(column(ed, Hinmei), QStringList{u"A"_qs});
 
-        // The lists come from the settings file.
-        QCOMPARE(control<QComboBox>(ed, "cboUser")->count(), 2);
-        QCOMPARE(control<QComboBox>(ed, "cboHinmei")->itemText(0), u"六角ボルト"_qs);
-        QCOMPARE(control<QComboBox>(ed, "cboHinmei")->count(), 4);
-        QCOMPARE(control<QComboBox>(ed, "cboZaishitu")->itemText(0), u"SS400"_qs);
-        QCOMPARE(control<QComboBox>(ed, "cboTani")->count(), 3);
-        QCOMPARE(control<QComboBox>(ed, "cboMaker")->itemText(1), u"オリエンタル"_qs);
-
         // Typing into the grid: number columns are checked, columns 0 and 1 are not editable.
         QAbstractItemModel* m = ed->gridView()->model();
         QVERIFY(!(m->flags(m->index(0, Zno)) & Qt::ItemIsEditable));

@@ -48,21 +48,6 @@ private Q_SLOTS:
         env.reset();
     }
 
-    void newTableOpensWithOneEmptyLine()
-    {
-        ed->open(values());
-        QCOMPARE(ed->grid().rows(), 2);
-        QCOMPARE(ed->header().title, u"製作部品表(MFG.PARTS.TABLE)"_qs);
-        QCOMPARE(ed->header().date, u"2024/03/05"_qs);
-        QCOMPARE(column(No), QStringList{u"1"_qs});
-        QCOMPARE(column(Zno), QStringList{u"251"_qs});
-        QVERIFY(env->messages.shown.isEmpty());
-        EditorOpenValues v = values();
-        v.kind = u"2"_qs;
-        ed->open(v);
-        QCOMPARE(ed->header().title, u"購入部品表(MFG.PARTS.TABLE)"_qs);
-    }
-
     void deletingTheOnlyLineLeavesABlankLine()
     {
         env->storeTable(u"D-100"_qs, u"250-01"_qs, u"1"_qs, u"ベース組立"_qs, u"客先Ａ"_qs,
@@ -126,24 +111,6 @@ private Q_SLOTS:
         ed->addLineAtBottom();
         QCOMPARE(ed->grid().cell(1, No), u"追加"_qs);
         QCOMPARE(ed->grid().currentCol(), int(No));
-    }
-
-    void loadShowsAbolishedLinesAndBrackets()
-    {
-        env->storeTable(
-            u"D-100"_qs, u"250-01"_qs, u"1"_qs, u"ベース組立"_qs, u"客先Ａ"_qs,
-            {{u"251"_qs, u"A"_qs}, {u"252"_qs, u"B"_qs, u"1"_qs}, {u"253"_qs, u"C"_qs, u"0"_qs, u"1"_qs}});
-        env->storeTable(u"D-100"_qs, u"250-01"_qs, u"2"_qs, u"ベース組立"_qs, u"客先Ａ"_qs,
-                        {{u"251"_qs, u"X"_qs}});
-        ed->open(values());
-        QCOMPARE(column(Hinmei), (QStringList{u"A"_qs, u"B"_qs, u"C"_qs}));
-        QCOMPARE(column(No), (QStringList{u"1"_qs, u"廃止"_qs, u"3"_qs}));
-        QCOMPARE(column(Zno), (QStringList{u"251"_qs, u"252"_qs, u"(253)"_qs}));
-        QVERIFY(ed->grid().marked(2));
-        QVERIFY(!ed->grid().marked(1));
-        QCOMPARE(column(Suryo), (QStringList{u"1"_qs, u"1"_qs, u"1"_qs}));
-        QCOMPARE(column(Tani), (QStringList{u"個"_qs, u"個"_qs, u"個"_qs}));
-        QCOMPARE(column(Tanka), (QStringList{QString(), QString(), QString()}));
     }
 
     void copiedLinesComeInAsNewLines()
