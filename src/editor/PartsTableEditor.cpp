@@ -257,6 +257,7 @@ void PartsTableEditor::setAbolished(bool on)
     m_grid.setCell(row, Haishi, on ? QStringLiteral("1") : QStringLiteral("0"));
     m_grid.setCell(row, No, on ? QStringLiteral("廃止") : QString::number(row));
     m_grid.setMarked(row, on);
+    m_grid.setCurrent(row, Haishi);
     refreshDisplay();
 }
 

@@ -54,7 +54,7 @@ inline QString textOf(QWidget* screen, const char* name)
 
 // Acts on the modal screen of type T as soon as it is shown (the command that opens it waits in
 // its exec()); a screen a failed check left open is closed, so that the test ends.
-template <typename T> void whenModal(std::function<void(T*)> act, int tries = 400)
+template <typename T> void whenModal(std::function<void(T*)> act, int tries = 2000)
 {
     QTimer::singleShot(5, [act, tries] {
         if (auto* screen = qobject_cast<T*>(QApplication::activeModalWidget())) {
