@@ -52,21 +52,6 @@ private Q_SLOTS:
     }
     void cleanup() { env.reset(); }
 
-    void queryText()
-    {
-        DataSearchFilter f;
-        f.kind = u"2"_qs;
-        f.dwgNo = u" A-1 "_qs;
-        f.customer = u"東西重工"_qs;
-        QCOMPARE(BuildDataSearchQuery(f),
-                 QStringLiteral(
-                     "SELECT H.CH_DWGNO,H.CH_ASSY,H.CH_BUHIN,H.CH_NAME,H.CH_HDATE,H.CH_DESINED,H.CH_USER,"
-                     "(SELECT COUNT(*) FROM BUHINHYO_M M WHERE M.CH_DWGNO = H.CH_DWGNO AND M.CH_ASSY = "
-                     "H.CH_ASSY AND M.CH_BUHIN = H.CH_BUHIN) AS LINE_COUNT FROM BUHINHYO H WHERE "
-                     "H.CH_BUHIN = '2' AND H.CH_DWGNO LIKE 'A-1%' AND H.CH_USER = '東西重工' "
-                     "ORDER BY H.CH_DWGNO,H.CH_ASSY"));
-    }
-
     void findsTablesOfTheKindSortedWithLineCounts()
     {
         DataSearchFilter f;
