@@ -1,5 +1,7 @@
 #include "AidDialog.h"
 
+#include "ScreenKeys.h"
+
 #include <QKeyEvent>
 #include <QPushButton>
 
@@ -12,18 +14,12 @@ QPushButton* AidDialog::commandButton(const QString& caption, const QString& nam
     button->setAutoDefault(false);
     button->setDefault(false);
     if (key != 0)
-        m_keys.insert(key, button);
+        BindFunctionKey(this, Qt::Key(key), button);
     return button;
 }
 
 void AidDialog::keyPressEvent(QKeyEvent* event)
 {
-    if (QPushButton* button = m_keys.value(event->key())) {
-        if (button->isEnabled() && button->isVisible())
-            button->click();
-        event->accept();
-        return;
-    }
     // Enter is taken by the lists; it never closes the screen by itself.
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
         event->accept();

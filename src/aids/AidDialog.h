@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QDialog>
-#include <QHash>
 
 class QPushButton;
 
@@ -17,7 +16,4 @@ protected:
     // Makes a command button with the given caption and object name, bound to a key (0: none).
     QPushButton* commandButton(const QString& caption, const QString& name, int key);
     void keyPressEvent(QKeyEvent* event) override;
-
-private:
-    QHash<int, QPushButton*> m_keys;
 };

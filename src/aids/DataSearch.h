@@ -33,22 +33,3 @@ struct StoredTable {
 // assembly. Values go between single quotes as they are typed, like every query of the program.
 QString BuildDataSearchQuery(const DataSearchFilter& filter);
 QList<StoredTable> FindStoredTables(Database& db, const DataSearchFilter& filter);
-
-// The grid of the editor: 15 texts per line (line number, item number, name, material, quantity,
-// unit, second quantity, second unit, remarks, unit price, amount, maker, stored number, abolish
-// value, bracket value).
-constexpr int kGridColumns = 15;
-constexpr int kColNumber = 12;
-constexpr int kColHaishi = 13;
-constexpr int kColKakko = 14;
-
-// The lines of a stored table as new editor lines: all lines, abolished ones included, in the order
-// of their item numbers; no stored number, so the next save inserts them as new rows.
-QList<QStringList> ReadCopySourceLines(Database& db, const QString& dwgNo, const QString& assy,
-                                       const QString& kind);
-
-// A line that holds nothing the user entered (the fresh editor's one empty line).
-bool IsBlankGridLine(const QStringList& line);
-// Puts the copied lines below the editor's lines. An editor that holds only one blank line has the
-// copies in place of it. Returns the index of the first copied line.
-int AppendCopiedLines(QList<QStringList>& grid, const QList<QStringList>& copies);

@@ -1,8 +1,6 @@
 #include "EditorAidsGlue.h"
 
 #include "AppContext.h"
-#include "CommandGuard.h"
-#include "Common.h"
 #include "DataSearch.h"
 #include "DataSearchScreen.h"
 #include "HistorySearchDialog.h"
@@ -11,18 +9,14 @@
 #include "ListPickerDialog.h"
 #include "PartsTableEditor.h"
 
-#include <QApplication>
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLayout>
 #include <QLineEdit>
-#include <QPointer>
 #include <QPushButton>
 
 namespace
 {
-
-const char* const kLastFieldProperty = "aidsLastInputField";
 
 QComboBox* combo(EditorScreen& screen, const char* name)
 {
@@ -76,7 +70,7 @@ void toggleBracket(EditorScreen& screen)
     // else the name field.
     QWidget* field = inputFieldOf(screen, screen.focusWidget());
     if (!field)
-        field = inputFieldOf(screen, qvariant_cast<QWidget*>(screen.property(kLastFieldProperty)));
+        field = screen.lastInputField();
     if (!field)
         field = combo(screen, "cboHinmei");
     if (auto* c = qobject_cast<QComboBox*>(field))
@@ -111,9 +105,8 @@ void copyAll(EditorScreen& screen)
     if (search.exec() != QDialog::Accepted)
         return;
     const StoredTable& source = search.chosen();
-    const auto lines = ReadCopySourceLines(*ctx.DbConnection, source.dwgNo, source.assy, source.kind);
-    CopyLinesIntoEditor(screen.editor(), lines);
-    screen.refreshInputArea();
+    screen.editor().appendCopiedLines(
+        PartsTableEditor::ReadStoredLines(*ctx.DbConnection, source.dwgNo, source.assy, source.kind));
 }
 
 // Puts a small list button beside a list field, in the field's place in its layout.
@@ -147,11 +140,16 @@ void addListButton(EditorScreen& screen, const char* comboName, const QString& s
     });
 }
 
-bool sameAsLine(const InputValues& a, const InputValues& b)
+// After the transfer wrote the input area into the line, the typed entries join their lists.
+void rememberInput(EditorScreen& screen)
 {
-    return a.hinmei == b.hinmei && a.zaishitu == b.zaishitu && a.suryo == b.suryo && a.tani == b.tani &&
-           a.suryo2 == b.suryo2 && a.tani2 == b.tani2 && a.biko == b.biko && a.tanka == b.tanka &&
-           a.maker == b.maker;
+    InputListFields f;
+    f.name = combo(screen, "cboHinmei");
+    f.material = combo(screen, "cboZaishitu");
+    f.unit = combo(screen, "cboTani");
+    f.unit2 = combo(screen, "cboTani2");
+    f.maker = combo(screen, "cboMaker");
+    RememberInputFields(*screen.context().ini, f);
 }
 
 } // namespace
@@ -164,6 +162,7 @@ EditorAids MakeEditorAids()
     aids.bracket = [](EditorScreen& s) { toggleBracket(s); };
     aids.copyAll = [](EditorScreen& s) { copyAll(s); };
     aids.install = [](EditorScreen& s) { InstallEditorAids(s); };
+    aids.rememberInput = [](EditorScreen& s) { rememberInput(s); };
     return aids;
 }
 
@@ -179,58 +178,4 @@ void InstallEditorAids(EditorScreen& screen)
     // "ｶｯｺ" acts on the input field that last had the focus, so the button must not take it.
     if (auto* bracket = screen.findChild<QPushButton*>(QStringLiteral("cmdKakkoInput")))
         bracket->setFocusPolicy(Qt::NoFocus);
-    QPointer<EditorScreen> guard(&screen);
-    QObject::connect(qApp, &QApplication::focusChanged, &screen, [guard](QWidget*, QWidget* now) {
-        if (!guard)
-            return;
-        if (QWidget* f = inputFieldOf(*guard, now))
-            guard->setProperty(kLastFieldProperty, QVariant::fromValue<QWidget*>(f));
-    });
-
-    // After the transfer button has written the input area into the line (it refuses when a number
-    // field holds no number), the typed entries are remembered in their lists.
-    if (auto* transfer = screen.findChild<QPushButton*>(QStringLiteral("cmdTransfer"))) {
-        QObject::connect(transfer, &QPushButton::clicked, &screen, [&screen] {
-            PartsTableEditor& editor = screen.editor();
-            if (!sameAsLine(screen.inputValues(), editor.inputFromLine(editor.grid().currentRow())))
-                return;
-            InputListFields f;
-            f.name = combo(screen, "cboHinmei");
-            f.material = combo(screen, "cboZaishitu");
-            f.unit = combo(screen, "cboTani");
-            f.unit2 = combo(screen, "cboTani2");
-            f.maker = combo(screen, "cboMaker");
-            guardCommand(*screen.context().messages, [&] { RememberInputFields(*screen.context().ini, f); });
-        });
-    }
-}
-
-int CopyLinesIntoEditor(PartsTableEditor& editor, const QList<QStringList>& lines)
-{
-    PartsGrid& grid = editor.grid();
-    bool replaceBlank = false;
-    if (grid.lineCount() == 1) {
-        QStringList only;
-        for (const QString& c : grid.line(1).cells)
-            only << c;
-        replaceBlank = IsBlankGridLine(only);
-    }
-    int first = -1;
-    for (const QStringList& line : lines) {
-        const int row = grid.appendLine();
-        if (first < 0)
-            first = row;
-        for (int c = EditorCol::Zno; c < EditorCol::Count && c < line.size(); ++c)
-            grid.setCell(row, c, line[c]);
-        grid.setMarked(row, TextIsTrue(line.value(EditorCol::Haishi)));
-    }
-    if (lines.isEmpty())
-        return 0;
-    if (replaceBlank) {
-        grid.removeLine(1);
-        first = 1;
-    }
-    grid.setCurrent(first, EditorCol::Zno);
-    editor.renumber();
-    return int(lines.size());
 }

@@ -1,10 +1,5 @@
 #include "InputAids.h"
 
-#include "Common.h"
-#include "IniAccess.h"
-
-#include <algorithm>
-
 const QList<ListTab>& ListPickerTabs()
 {
     static const QList<ListTab> tabs = {
@@ -30,56 +25,6 @@ int ListTabIndex(const QString& section)
         if (tabs[i].section == section)
             return i;
     return -1;
-}
-
-QString InputListSection(int n)
-{
-    return QStringLiteral("KVRCAD0002COMBO") + QString::number(n);
-}
-
-InputList ReadInputList(IniAccess& ini, int n)
-{
-    InputList list;
-    list.number = n;
-    list.section = InputListSection(n);
-    list.items = ReadList(ini, list.section);
-    list.index = StrictInt(ini.get(list.section, QStringLiteral("INDEX")));
-    return list;
-}
-
-int InputListCount(IniAccess& ini)
-{
-    const int count = StrictInt(ini.get(QStringLiteral("KVRCAD0002COMBOMAX"), QStringLiteral("MAX")));
-    return qBound(0, count, kFirstMaterialList + kListsPerField - 1);
-}
-
-namespace
-{
-
-QList<InputList> feeding(IniAccess& ini, bool names)
-{
-    QList<InputList> lists;
-    const int count = InputListCount(ini);
-    for (int n = 1; n <= count; ++n) {
-        InputList list = ReadInputList(ini, n);
-        if (names ? list.feedsName() : list.feedsMaterial())
-            lists << list;
-    }
-    std::stable_sort(lists.begin(), lists.end(),
-                     [](const InputList& a, const InputList& b) { return a.index < b.index; });
-    return lists;
-}
-
-} // namespace
-
-QList<InputList> NameInputLists(IniAccess& ini)
-{
-    return feeding(ini, true);
-}
-
-QList<InputList> MaterialInputLists(IniAccess& ini)
-{
-    return feeding(ini, false);
 }
 
 QString ToggleBrackets(const QString& text)

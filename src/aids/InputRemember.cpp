@@ -52,8 +52,9 @@ void rememberPlain(IniAccess& ini, const QString& section, QComboBox* field, con
 
 void RememberInputFields(IniAccess& ini, const InputListFields& fields)
 {
-    rememberNumbered(ini, fields.name, NameInputLists(ini));
-    rememberNumbered(ini, fields.material, MaterialInputLists(ini));
+    const QList<InputList> lists = ReadInputLists(ini);
+    rememberNumbered(ini, fields.name, NameInputLists(lists));
+    rememberNumbered(ini, fields.material, MaterialInputLists(lists));
     rememberPlain(ini, QStringLiteral("STANI"), fields.unit, {fields.unit, fields.unit2});
     rememberPlain(ini, QStringLiteral("STANI"), fields.unit2, {fields.unit, fields.unit2});
     rememberPlain(ini, QStringLiteral("MAKER"), fields.maker, {fields.maker});

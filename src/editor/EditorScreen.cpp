@@ -271,6 +271,8 @@ void EditorScreen::transfer()
         }
     }
     m_editor->writeInputToLine(inputValues());
+    if (m_aids.rememberInput)
+        m_aids.rememberInput(*this);
 }
 
 void EditorScreen::clearInput()

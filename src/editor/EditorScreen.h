@@ -26,6 +26,8 @@ struct EditorAids {
     std::function<void(EditorScreen&)> bracket;         // "ｶｯｺ"
     std::function<void(EditorScreen&)> copyAll;         // "全コピー"
     std::function<void(EditorScreen&)> install;         // once, when the screen has been built
+    std::function<void(EditorScreen&)> rememberInput;   // after a transfer wrote the input area
+                                                        // into the current line
 };
 
 // "部品表作成": one parts table in a header area, an input area and the grid of its lines.
@@ -51,6 +53,9 @@ public:
     void setInputValues(const InputValues& values);
     // Moves the current line (1 = the first data line) and shows it in the input area.
     void setCurrentLine(int row);
+
+    // The input field of the input area that last had the focus, null before any had it.
+    QWidget* lastInputField() const { return m_lastInputField; }
 
     // The standard height of a data line in pixels.
     int lineHeight() const { return m_lineHeight; }

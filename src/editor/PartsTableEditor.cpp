@@ -100,13 +100,21 @@ void PartsTableEditor::load()
         m_header.date = m_ctx.clock->now().date().toString(QStringLiteral("yyyy/MM/dd"));
     }
 
+    std::vector<PartsGrid::Line> lines = ReadStoredLines(*m_db, m_header.dwgNo, m_header.assy, m_header.kind);
+    if (!lines.empty())
+        m_grid.setLines(std::move(lines));
+    renumber();
+    refreshInput();
+}
+
+std::vector<PartsGrid::Line> PartsTableEditor::ReadStoredLines(Database& db, const QString& dwgNo,
+                                                               const QString& assy, const QString& kind)
+{
     std::unique_ptr<Recordset> rs;
-    OpenRecordset(*m_db, rs,
-                  BuildListQuery(QStringLiteral("FORM LOAD"), QString(), m_header.dwgNo, m_header.assy,
-                                 m_header.kind, QString()));
+    OpenRecordset(db, rs,
+                  BuildListQuery(QStringLiteral("FORM LOAD"), QString(), dwgNo, assy, kind, QString()));
     std::vector<PartsGrid::Line> lines;
     lines.reserve(size_t(std::max(0, rs->RecordCount())));
-    const QString abolished = QStringLiteral("廃止");
     static const QString fields[] = {QStringLiteral("CH_HINMEI"),  QStringLiteral("CH_ZAISHITU"),
                                      QStringLiteral("INT_SURYO"),  QStringLiteral("CH_TANI"),
                                      QStringLiteral("INT_SURYO2"), QStringLiteral("CH_TANI2"),
@@ -118,7 +126,7 @@ void PartsTableEditor::load()
         PartsGrid::Line line;
         auto& c = line.cells;
         const bool haishi = rs->Bool(QStringLiteral("CH_HAISHI"));
-        c[No] = haishi ? abolished : QString::number(lines.size() + 1);
+        c[No] = haishi ? QStringLiteral("廃止") : QString::number(lines.size() + 1);
         const QString zno = rs->Field(QStringLiteral("CH_ZNO"));
         c[Zno] = FormatStoredZno(zno);
         for (int col = Hinmei; col <= Maker; ++col)
@@ -133,10 +141,7 @@ void PartsTableEditor::load()
         rs->MoveNext();
     }
     rs->Close();
-    if (!lines.empty())
-        m_grid.setLines(std::move(lines));
-    renumber();
-    refreshInput();
+    return lines;
 }
 
 void PartsTableEditor::renumber()
@@ -252,6 +257,7 @@ void PartsTableEditor::setAbolished(bool on)
     m_grid.setCell(row, Haishi, on ? QStringLiteral("1") : QStringLiteral("0"));
     m_grid.setCell(row, No, on ? QStringLiteral("廃止") : QString::number(row));
     m_grid.setMarked(row, on);
+    m_grid.setCurrent(row, Haishi);
     refreshDisplay();
 }
 
@@ -270,31 +276,28 @@ bool PartsTableEditor::setBracketed(bool on)
     return on;
 }
 
-void PartsTableEditor::appendCopiedLines(const QList<PartsLine>& lines)
+void PartsTableEditor::appendCopiedLines(std::vector<PartsGrid::Line> lines)
 {
-    if (lines.isEmpty())
+    if (lines.empty())
         return;
-    const int last = m_grid.rows() - 1;
-    if (m_grid.isDataRow(last)) {
-        const auto& c = m_grid.line(last).cells;
+    if (m_grid.lineCount() == 1) {
+        const auto& c = m_grid.line(1).cells;
         bool empty = c[Number].isEmpty();
         for (int col = Hinmei; col <= Maker && empty; ++col)
             empty = c[size_t(col)].trimmed().isEmpty();
         if (empty)
-            m_grid.removeLine(last);
+            m_grid.removeLine(1);
     }
     const int first = m_grid.rows();
-    for (const PartsLine& l : lines) {
+    for (PartsGrid::Line& l : lines) {
         const int row = m_grid.appendLine();
-        const QString values[] = {l.zno,   l.hinmei, l.zaishitu, l.suryo, l.tani, l.suryo2,
-                                  l.tani2, l.biko,   l.tanka,    l.kingk, l.maker};
-        for (int col = Zno; col <= Maker; ++col)
-            m_grid.setCell(row, col, values[col - Zno]);
-        m_grid.setCell(row, Haishi, l.haishi ? QStringLiteral("1") : QStringLiteral("0"));
-        m_grid.setCell(row, Kakko, l.kakko ? QStringLiteral("1") : QStringLiteral("0"));
-        m_grid.setMarked(row, l.haishi);
+        // No stored number: the copy is a new line, inserted as a row of its own on the next save.
+        l.cells[Number].clear();
+        for (int col = Zno; col < Count; ++col)
+            m_grid.setCell(row, col, l.cells[size_t(col)]);
+        m_grid.setMarked(row, l.marked);
     }
-    m_grid.setCurrent(first);
+    m_grid.setCurrent(first, Zno);
     renumber();
     refreshInput();
 }

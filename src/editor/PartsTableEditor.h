@@ -88,8 +88,14 @@ public:
     void renumber();
 
     // Lines copied in from another table (the data search's whole-table copy): appended as new
-    // lines, never stored yet; a lone empty line at the bottom is replaced. Renumbers after.
-    void appendCopiedLines(const QList<PartsLine>& lines);
+    // lines without a stored number, so the next save inserts them; an editor holding only its one
+    // empty line has them in its place. The first copy becomes current; renumbers after.
+    void appendCopiedLines(std::vector<PartsGrid::Line> lines);
+
+    // The stored lines of a table as grid lines, read with the editor's load query (abolished
+    // lines included, in item number order).
+    static std::vector<PartsGrid::Line> ReadStoredLines(Database& db, const QString& dwgNo,
+                                                        const QString& assy, const QString& kind);
 
     // The input area and the current line.
     InputValues inputFromLine(int row) const;

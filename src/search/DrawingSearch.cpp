@@ -213,14 +213,9 @@ void DrawingSearchScreen::openEditor()
         return;
     }
     ShowScreen(editor, this);
-    // A maker or designer typed here joins its list; an empty field is nothing typed and adds no
-    // empty entry to the lists.
-    const QString maker = m_maker->currentText();
-    const QString designer = m_designer->currentText();
-    if (!maker.trimmed().isEmpty())
-        RememberComboValue(*m_ctx.ini, m_maker, QStringLiteral("MAKER"), maker);
-    if (!designer.trimmed().isEmpty())
-        RememberComboValue(*m_ctx.ini, m_designer, QStringLiteral("DESINED"), designer);
+    // A maker or designer typed here joins its list and is selected; an empty text joins it too.
+    RememberComboValue(*m_ctx.ini, m_maker, QStringLiteral("MAKER"), m_maker->currentText());
+    RememberComboValue(*m_ctx.ini, m_designer, QStringLiteral("DESINED"), m_designer->currentText());
     updateMakerFilter();
 }
 

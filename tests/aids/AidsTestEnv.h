@@ -1,24 +1,17 @@
 #pragma once
 
-#include "AppContext.h"
-#include "Clock.h"
-#include "MessageService.h"
+#include "Database.h"
+#include "EditorTestEnv.h"
 
-#include <QString>
-#include <QTemporaryDir>
-
-// A program folder of its own for each test: a settings file with the lists the aids read, and a
-// real SQLite database made from data/schema.sql, connected the way the program connects.
-class AidsTestEnv
+// The editor's test folder with the lists the aids are checked against (name lists with slots out of
+// order, one feeding no field), the clock at 2026-11-21, connected the way the program connects.
+class AidsTestEnv : public EditorTestEnv
 {
 public:
     AidsTestEnv();
-    ~AidsTestEnv();
 
-    bool ok() const { return m_ok; }
-    AppContext ctx;
-    ScriptedMessageService messages;
-    Database& db();
+    bool ok() const { return ctx.DbConnection != nullptr; }
+    Database& db() { return *ctx.DbConnection; }
 
     // Rows written straight into the tables.
     void addHeader(const QString& dwgNo, const QString& assy, const QString& kind, const QString& user,
@@ -27,16 +20,6 @@ public:
     void addLine(const QString& dwgNo, const QString& assy, const QString& kind, const QString& user,
                  const QString& zno, const QString& hinmei, const QString& zaishitu, const QString& suryo,
                  const QString& maker);
-    int count(const QString& sql);
 
-    // The settings file's text the environment was made with, and a rewrite of the file.
     static QString iniText();
-    void writeIni(const QString& text);
-
-private:
-    QTemporaryDir m_dir;
-    bool m_ok = false;
 };
-
-// Makes an empty database file from the shipped schema.
-bool MakeDatabaseFile(const QString& path, QString* error = nullptr);

@@ -1,6 +1,7 @@
 #include "AidsTestEnv.h"
 #include "DataSearch.h"
 #include "DataSearchScreen.h"
+#include "ScreenTestHelpers.h"
 
 #include <QGroupBox>
 #include <QLabel>
@@ -9,15 +10,6 @@
 #include <QRadioButton>
 #include <QTableWidget>
 #include <QtTest>
-
-namespace
-{
-void show(QWidget& w)
-{
-    w.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&w));
-}
-} // namespace
 
 // The data search KVRCAD0101 on a real database: the query, the stored tables it finds, the screen
 // in its two uses, and the lines a copy takes from its source.
@@ -28,26 +20,19 @@ class TestDataSearch : public QObject
 
     void fill()
     {
-        const QString a = QStringLiteral("東西重工"), b = QStringLiteral("南北機械");
-        env->addHeader(QStringLiteral("B-200"), QStringLiteral("200-01"), QStringLiteral("1"), b,
-                       QStringLiteral("搬送ユニット"), QStringLiteral("佐藤"));
-        env->addHeader(QStringLiteral("A-100"), QStringLiteral("100-01"), QStringLiteral("1"), a,
-                       QStringLiteral("ベースフレーム"), QStringLiteral("山田"));
-        env->addHeader(QStringLiteral("A-100"), QStringLiteral("110-01"), QStringLiteral("1"), a,
-                       QStringLiteral("カバー"), QStringLiteral("山田"));
-        env->addHeader(QStringLiteral("A-100"), QStringLiteral("100-01"), QStringLiteral("2"), a,
-                       QStringLiteral("ベースフレーム購入品"), QStringLiteral("山田"));
+        const QString a = u"東西重工"_qs, b = u"南北機械"_qs;
+        env->addHeader(u"B-200"_qs, u"200-01"_qs, u"1"_qs, b, u"搬送ユニット"_qs, u"佐藤"_qs);
+        env->addHeader(u"A-100"_qs, u"100-01"_qs, u"1"_qs, a, u"ベースフレーム"_qs, u"山田"_qs);
+        env->addHeader(u"A-100"_qs, u"110-01"_qs, u"1"_qs, a, u"カバー"_qs, u"山田"_qs);
+        env->addHeader(u"A-100"_qs, u"100-01"_qs, u"2"_qs, a, u"ベースフレーム購入品"_qs, u"山田"_qs);
         for (int i = 1; i <= 20; ++i)
-            env->addLine(QStringLiteral("A-100"), QStringLiteral("100-01"), QStringLiteral("1"), a,
-                         QStringLiteral("%1").arg(100 + (21 - i), 3, 10, QChar(u'0')),
-                         QStringLiteral("部品%1").arg(21 - i), QStringLiteral("SS400"), QString::number(i),
-                         QStringLiteral("ミスミ"));
-        env->addLine(QStringLiteral("B-200"), QStringLiteral("200-01"), QStringLiteral("1"), b,
-                     QStringLiteral("201"), QStringLiteral("ローラ"), QStringLiteral("SUS304"),
-                     QStringLiteral("2"), QStringLiteral("ミスミ"));
-        env->addLine(QStringLiteral("A-100"), QStringLiteral("100-01"), QStringLiteral("2"), a,
-                     QStringLiteral("101"), QStringLiteral("モータ"), QStringLiteral("-"),
-                     QStringLiteral("1"), QStringLiteral("オリエンタル"));
+            env->addLine(u"A-100"_qs, u"100-01"_qs, u"1"_qs, a,
+                         u"%1"_qs.arg(100 + (21 - i), 3, 10, QChar(u'0')), u"部品%1"_qs.arg(21 - i),
+                         u"SS400"_qs, QString::number(i), u"ミスミ"_qs);
+        env->addLine(u"B-200"_qs, u"200-01"_qs, u"1"_qs, b, u"201"_qs, u"ローラ"_qs, u"SUS304"_qs, u"2"_qs,
+                     u"ミスミ"_qs);
+        env->addLine(u"A-100"_qs, u"100-01"_qs, u"2"_qs, a, u"101"_qs, u"モータ"_qs, u"-"_qs, u"1"_qs,
+                     u"オリエンタル"_qs);
     }
 
     static QStringList keys(const QList<StoredTable>& tables)
@@ -67,89 +52,73 @@ private Q_SLOTS:
     }
     void cleanup() { env.reset(); }
 
-    void queryText()
-    {
-        DataSearchFilter f;
-        f.kind = QStringLiteral("2");
-        f.dwgNo = QStringLiteral(" A-1 ");
-        f.customer = QStringLiteral("東西重工");
-        QCOMPARE(BuildDataSearchQuery(f),
-                 QStringLiteral(
-                     "SELECT H.CH_DWGNO,H.CH_ASSY,H.CH_BUHIN,H.CH_NAME,H.CH_HDATE,H.CH_DESINED,H.CH_USER,"
-                     "(SELECT COUNT(*) FROM BUHINHYO_M M WHERE M.CH_DWGNO = H.CH_DWGNO AND M.CH_ASSY = "
-                     "H.CH_ASSY AND M.CH_BUHIN = H.CH_BUHIN) AS LINE_COUNT FROM BUHINHYO H WHERE "
-                     "H.CH_BUHIN = '2' AND H.CH_DWGNO LIKE 'A-1%' AND H.CH_USER = '東西重工' "
-                     "ORDER BY H.CH_DWGNO,H.CH_ASSY"));
-    }
-
     void findsTablesOfTheKindSortedWithLineCounts()
     {
         DataSearchFilter f;
-        f.kind = QStringLiteral("1");
+        f.kind = u"1"_qs;
         const auto all = FindStoredTables(env->db(), f);
-        QCOMPARE(keys(all), (QStringList{QStringLiteral("A-100/100-01/20"), QStringLiteral("A-100/110-01/0"),
-                                         QStringLiteral("B-200/200-01/1")}));
-        QCOMPARE(all[0].name, QStringLiteral("ベースフレーム"));
-        QCOMPARE(all[0].designer, QStringLiteral("山田"));
-        QCOMPARE(all[0].customer, QStringLiteral("東西重工"));
-        QCOMPARE(all[0].date, QStringLiteral("2026/01/15"));
-        f.kind = QStringLiteral("2");
-        QCOMPARE(keys(FindStoredTables(env->db(), f)), QStringList{QStringLiteral("A-100/100-01/1")});
-        f.kind = QStringLiteral("1");
-        f.assy = QStringLiteral("11");
-        QCOMPARE(keys(FindStoredTables(env->db(), f)), QStringList{QStringLiteral("A-100/110-01/0")});
+        QCOMPARE(keys(all), (QStringList{u"A-100/100-01/20"_qs, u"A-100/110-01/0"_qs, u"B-200/200-01/1"_qs}));
+        QCOMPARE(all[0].name, u"ベースフレーム"_qs);
+        QCOMPARE(all[0].designer, u"山田"_qs);
+        QCOMPARE(all[0].customer, u"東西重工"_qs);
+        QCOMPARE(all[0].date, u"2026/01/15"_qs);
+        f.kind = u"2"_qs;
+        QCOMPARE(keys(FindStoredTables(env->db(), f)), QStringList{u"A-100/100-01/1"_qs});
+        f.kind = u"1"_qs;
+        f.assy = u"11"_qs;
+        QCOMPARE(keys(FindStoredTables(env->db(), f)), QStringList{u"A-100/110-01/0"_qs});
         f.assy.clear();
-        f.name = QStringLiteral("搬送");
-        QCOMPARE(keys(FindStoredTables(env->db(), f)), QStringList{QStringLiteral("B-200/200-01/1")});
+        f.name = u"搬送"_qs;
+        QCOMPARE(keys(FindStoredTables(env->db(), f)), QStringList{u"B-200/200-01/1"_qs});
         f.name.clear();
-        f.designer = QStringLiteral("山");
-        f.customer = QStringLiteral("南北機械");
+        f.designer = u"山"_qs;
+        f.customer = u"南北機械"_qs;
         QVERIFY(FindStoredTables(env->db(), f).isEmpty());
     }
 
     void searchScreenHandsBackTheChosenTable()
     {
         env->ctx.DataSearchFlag = Int16::from(DataSearchScreen::kFromSearch);
-        DataSearchScreen screen(env->ctx, QStringLiteral("1"));
-        show(screen);
-        QCOMPARE(screen.windowTitle(), QStringLiteral("データ検索"));
-        QCOMPARE(screen.objectName(), QStringLiteral("KVRCAD0101"));
-        QVERIFY(screen.findChild<QRadioButton*>(QStringLiteral("optKind1"))->isEnabled());
-        auto* grid = screen.findChild<QTableWidget*>(QStringLiteral("grdTables"));
-        auto* select = screen.findChild<QPushButton*>(QStringLiteral("cmdSelect"));
-        QCOMPARE(select->text(), QStringLiteral("選択(F5)"));
+        DataSearchScreen screen(env->ctx, u"1"_qs);
+        QVERIFY(showActive(&screen));
+        QCOMPARE(screen.windowTitle(), u"データ検索"_qs);
+        QCOMPARE(screen.objectName(), u"KVRCAD0101"_qs);
+        QVERIFY(screen.findChild<QRadioButton*>(u"optKind1"_qs)->isEnabled());
+        auto* grid = screen.findChild<QTableWidget*>(u"grdTables"_qs);
+        auto* select = screen.findChild<QPushButton*>(u"cmdSelect"_qs);
+        QCOMPARE(select->text(), u"選択(F5)"_qs);
         screen.search();
         QCOMPARE(grid->rowCount(), 3);
-        QCOMPARE(grid->item(0, 6)->text(), QStringLiteral("20"));
+        QCOMPARE(grid->item(0, 6)->text(), u"20"_qs);
         // Typing a condition narrows the grid at once.
-        QTest::keyClicks(screen.findChild<QLineEdit*>(QStringLiteral("txtDwgNo")), QStringLiteral("B"));
+        QTest::keyClicks(screen.findChild<QLineEdit*>(u"txtDwgNo"_qs), u"B"_qs);
         QCOMPARE(grid->rowCount(), 1);
-        QCOMPARE(screen.findChild<QLabel*>(QStringLiteral("lblCount"))->text(), QStringLiteral("1件"));
+        QCOMPARE(screen.findChild<QLabel*>(u"lblCount"_qs)->text(), u"1件"_qs);
         // The other kind.
-        screen.findChild<QLineEdit*>(QStringLiteral("txtDwgNo"))->clear();
-        screen.findChild<QRadioButton*>(QStringLiteral("optKind2"))->setChecked(true);
+        screen.findChild<QLineEdit*>(u"txtDwgNo"_qs)->clear();
+        screen.findChild<QRadioButton*>(u"optKind2"_qs)->setChecked(true);
         QCOMPARE(grid->rowCount(), 1);
-        QCOMPARE(grid->item(0, 2)->text(), QStringLiteral("ベースフレーム購入品"));
+        QCOMPARE(grid->item(0, 2)->text(), u"ベースフレーム購入品"_qs);
         grid->setCurrentCell(0, 0);
         QTest::keyClick(&screen, Qt::Key_F5);
         QCOMPARE(screen.result(), int(QDialog::Accepted));
-        QCOMPARE(screen.chosen().dwgNo, QStringLiteral("A-100"));
-        QCOMPARE(screen.chosen().kind, QStringLiteral("2"));
+        QCOMPARE(screen.chosen().dwgNo, u"A-100"_qs);
+        QCOMPARE(screen.chosen().kind, u"2"_qs);
     }
 
     void copySourceScreenKeepsTheKindAndAsksBeforeClosing()
     {
         env->ctx.DataSearchFlag = Int16::from(DataSearchScreen::kCopySource);
-        DataSearchScreen screen(env->ctx, QStringLiteral("1"));
-        show(screen);
-        QCOMPARE(screen.windowTitle(), QStringLiteral("コピー元データ検索"));
-        QVERIFY(!screen.findChild<QRadioButton*>(QStringLiteral("optKind2"))->isEnabled());
-        auto* select = screen.findChild<QPushButton*>(QStringLiteral("cmdSelect"));
-        QCOMPARE(select->text(), QStringLiteral("コピー(F5)"));
+        DataSearchScreen screen(env->ctx, u"1"_qs);
+        QVERIFY(showActive(&screen));
+        QCOMPARE(screen.windowTitle(), u"コピー元データ検索"_qs);
+        QVERIFY(!screen.findChild<QRadioButton*>(u"optKind2"_qs)->isEnabled());
+        auto* select = screen.findChild<QPushButton*>(u"cmdSelect"_qs);
+        QCOMPARE(select->text(), u"コピー(F5)"_qs);
         int asked = 0;
         screen.setChooseHandler([&asked](const StoredTable&) { return ++asked > 1; });
         screen.search();
-        auto* grid = screen.findChild<QTableWidget*>(QStringLiteral("grdTables"));
+        auto* grid = screen.findChild<QTableWidget*>(u"grdTables"_qs);
         grid->setCurrentCell(0, 0);
         const QPoint at = grid->visualItemRect(grid->item(0, 1)).center();
         QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, at);
@@ -160,40 +129,6 @@ private Q_SLOTS:
         QCOMPARE(asked, 2);
         QCOMPARE(screen.result(), int(QDialog::Accepted));
         QCOMPARE(screen.chosen().lines, 20);
-    }
-
-    void copiedLinesAreNewLinesInItemOrder()
-    {
-        const auto lines = ReadCopySourceLines(env->db(), QStringLiteral("A-100"), QStringLiteral("100-01"),
-                                               QStringLiteral("1"));
-        QCOMPARE(lines.size(), 20);
-        for (int i = 0; i < lines.size(); ++i) {
-            QCOMPARE(lines[i].size(), kGridColumns);
-            QCOMPARE(lines[i][1], QString::number(101 + i));
-            QCOMPARE(lines[i][2], QStringLiteral("部品%1").arg(i + 1));
-            QCOMPARE(lines[i][4], QString::number(21 - (i + 1)));
-            QCOMPARE(lines[i][5], QStringLiteral("個"));
-            QCOMPARE(lines[i][11], QStringLiteral("ミスミ"));
-            QVERIFY(lines[i][kColNumber].isEmpty());
-            QCOMPARE(lines[i][kColHaishi], QStringLiteral("0"));
-        }
-        QList<QStringList> grid;
-        for (int i = 0; i < 3; ++i) {
-            QStringList line(kGridColumns);
-            line[2] = QStringLiteral("既存%1").arg(i);
-            line[kColNumber] = QString::number(900 + i);
-            grid << line;
-        }
-        QCOMPARE(AppendCopiedLines(grid, lines), 3);
-        QCOMPARE(grid.size(), 23);
-        QCOMPARE(grid[2][2], QStringLiteral("既存2"));
-        QCOMPARE(grid[3][2], QStringLiteral("部品1"));
-        // A fresh editor's one empty (but numbered) line gives way to the copies.
-        QList<QStringList> fresh{QStringList(kGridColumns)};
-        fresh[0][0] = QStringLiteral("1");
-        fresh[0][1] = QStringLiteral("101");
-        QCOMPARE(AppendCopiedLines(fresh, lines), 0);
-        QCOMPARE(fresh.size(), 20);
     }
 };
 

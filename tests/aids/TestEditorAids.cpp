@@ -7,6 +7,7 @@
 #include "EditorScreen.h"
 #include "HistorySearchDialog.h"
 #include "ListPickerDialog.h"
+#include "ScreenTestHelpers.h"
 #include "SearchAidsGlue.h"
 
 #include <QApplication>
@@ -15,7 +16,6 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QSqlQuery>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTimer>
@@ -23,50 +23,6 @@
 
 namespace
 {
-
-// Acts on the modal screen of type T as soon as it is shown (the command that opens it waits in
-// its exec()).
-template <typename T> void whenModal(std::function<void(T*)> act, int tries = 400)
-{
-    QTimer::singleShot(5, [act, tries] {
-        if (auto* screen = qobject_cast<T*>(QApplication::activeModalWidget())) {
-            act(screen);
-            // A failed check leaves the screen open: close it, so that the test ends.
-            if (screen->isVisible())
-                screen->reject();
-        } else if (tries > 0) {
-            whenModal<T>(act, tries - 1);
-        } else {
-            qWarning("modal screen not shown");
-        }
-    });
-}
-
-template <typename T> T* control(QWidget* screen, const char* name)
-{
-    T* w = screen->findChild<T*>(QString::fromLatin1(name));
-    if (!w)
-        qFatal("control %s not found", name);
-    return w;
-}
-
-void click(QWidget* screen, const char* name)
-{
-    control<QAbstractButton>(screen, name)->click();
-}
-
-void setText(QWidget* screen, const char* name, const QString& text)
-{
-    ListPickerDialog::PutText(control<QWidget>(screen, name), text);
-}
-
-QString text(QWidget* screen, const char* name)
-{
-    QWidget* w = control<QWidget>(screen, name);
-    if (auto* c = qobject_cast<QComboBox*>(w))
-        return c->currentText();
-    return qobject_cast<QLineEdit*>(w)->text();
-}
 
 int rowOf(QTableWidget* grid, const QString& firstCell)
 {
@@ -88,25 +44,15 @@ class TestEditorAids : public QObject
     {
         auto ed = std::make_unique<EditorScreen>(env->ctx, env->ctx.DbConnection, MakeEditorAids());
         ed->setAttribute(Qt::WA_DeleteOnClose, false);
-        if (!ed->openTable({dwgNo, assy, name, QStringLiteral("1"), QStringLiteral("2026/11/21"),
-                            QStringLiteral("山田")}))
+        if (!ed->openTable({dwgNo, assy, name, u"1"_qs, u"2026/11/21"_qs, u"山田"_qs}))
             return nullptr;
-        ed->show();
-        ed->activateWindow();
-        if (!QTest::qWaitForWindowActive(ed.get()))
-            return nullptr;
-        return ed;
+        return showActive(ed.get()) ? std::move(ed) : nullptr;
     }
 
-    QStringList numbersOf(const QString& dwgNo)
+    QList<QStringList> numbersOf(const QString& dwgNo)
     {
-        QStringList out;
-        QSqlQuery q(env->db().sql());
-        q.exec(QStringLiteral("SELECT INT_NUMBER FROM BUHINHYO_M WHERE CH_DWGNO = '") + dwgNo +
-               QStringLiteral("' ORDER BY INT_NUMBER"));
-        while (q.next())
-            out << q.value(0).toString();
-        return out;
+        return env->rows(u"SELECT INT_NUMBER FROM BUHINHYO_M WHERE CH_DWGNO = '"_qs + dwgNo +
+                         u"' ORDER BY INT_NUMBER"_qs);
     }
 
 private Q_SLOTS:
@@ -114,29 +60,25 @@ private Q_SLOTS:
     {
         env = std::make_unique<AidsTestEnv>();
         QVERIFY(env->ok());
-        const QString a = QStringLiteral("東西重工");
-        env->addHeader(QStringLiteral("A-100"), QStringLiteral("100-01"), QStringLiteral("1"), a,
-                       QStringLiteral("ベースフレーム"), QStringLiteral("山田"));
+        const QString a = u"東西重工"_qs;
+        env->addHeader(u"A-100"_qs, u"100-01"_qs, u"1"_qs, a, u"ベースフレーム"_qs, u"山田"_qs);
         for (int i = 1; i <= 20; ++i)
-            env->addLine(QStringLiteral("A-100"), QStringLiteral("100-01"), QStringLiteral("1"), a,
-                         QString::number(100 + i),
-                         (i % 2 ? QStringLiteral("ボルト") : QStringLiteral("ナット")),
-                         QStringLiteral("SS400"), QString::number(i), QStringLiteral("ミスミ"));
-        env->addHeader(QStringLiteral("T-1"), QStringLiteral("1-01"), QStringLiteral("1"), a,
-                       QStringLiteral("新規ユニット"), QStringLiteral("山田"));
+            env->addLine(u"A-100"_qs, u"100-01"_qs, u"1"_qs, a, QString::number(100 + i),
+                         (i % 2 ? u"ボルト"_qs : u"ナット"_qs), u"SS400"_qs, QString::number(i),
+                         u"ミスミ"_qs);
+        env->addHeader(u"T-1"_qs, u"1-01"_qs, u"1"_qs, a, u"新規ユニット"_qs, u"山田"_qs);
         for (int i = 1; i <= 3; ++i)
-            env->addLine(QStringLiteral("T-1"), QStringLiteral("1-01"), QStringLiteral("1"), a,
-                         QString::number(1 + i), QStringLiteral("既存%1").arg(i), QStringLiteral("S45C"),
-                         QStringLiteral("1"), QStringLiteral("オリエンタル"));
+            env->addLine(u"T-1"_qs, u"1-01"_qs, u"1"_qs, a, QString::number(1 + i), u"既存%1"_qs.arg(i),
+                         u"S45C"_qs, u"1"_qs, u"オリエンタル"_qs);
     }
     void cleanup() { env.reset(); }
 
     void copyAllTakesEveryLineOfTheSourceAsNewLines()
     {
-        auto ed = openEditor(QStringLiteral("T-1"), QStringLiteral("1-01"), QStringLiteral("新規ユニット"));
+        auto ed = openEditor(u"T-1"_qs, u"1-01"_qs, u"新規ユニット"_qs);
         QVERIFY(ed);
         QCOMPARE(ed->editor().grid().lineCount(), 3);
-        const QStringList sourceBefore = numbersOf(QStringLiteral("A-100"));
+        const QList<QStringList> sourceBefore = numbersOf(u"A-100"_qs);
         QCOMPARE(sourceBefore.size(), 20);
 
         // The first answer is No: the search stays open; the second (Yes) copies.
@@ -144,9 +86,9 @@ private Q_SLOTS:
         int shown = 0;
         whenModal<DataSearchScreen>([&shown](DataSearchScreen* s) {
             ++shown;
-            QCOMPARE(s->windowTitle(), QStringLiteral("コピー元データ検索"));
-            auto* grid = s->findChild<QTableWidget*>(QStringLiteral("grdTables"));
-            grid->setCurrentCell(rowOf(grid, QStringLiteral("A-100")), 0);
+            QCOMPARE(s->windowTitle(), u"コピー元データ検索"_qs);
+            auto* grid = s->findChild<QTableWidget*>(u"grdTables"_qs);
+            grid->setCurrentCell(rowOf(grid, u"A-100"_qs), 0);
             QTest::keyClick(s, Qt::Key_F5);
             QVERIFY(s->isVisible());
             QTest::keyClick(s, Qt::Key_F5);
@@ -155,32 +97,31 @@ private Q_SLOTS:
         click(ed.get(), "cmdCopyAll");
         QCOMPARE(shown, 1);
         QCOMPARE(env->messages.shown.size(), 2);
-        QCOMPARE(env->messages.shown[0].title, QStringLiteral("全コピー確認"));
-        QVERIFY(env->messages.shown[0].text.contains(QStringLiteral("20行")));
+        QCOMPARE(env->messages.shown[0].title, u"全コピー確認"_qs);
+        QVERIFY(env->messages.shown[0].text.contains(u"20行"_qs));
 
         const PartsGrid& grid = ed->editor().grid();
         QCOMPARE(grid.lineCount(), 23);
         for (int r = 1; r <= 23; ++r) {
             QCOMPARE(grid.cell(r, EditorCol::No), QString::number(r));
             // Assembly 1-01, start number 1: the items run from 002.
-            QCOMPARE(grid.cell(r, EditorCol::Zno), QStringLiteral("%1").arg(r + 1, 3, 10, QChar(u'0')));
+            QCOMPARE(grid.cell(r, EditorCol::Zno), u"%1"_qs.arg(r + 1, 3, 10, QChar(u'0')));
             QCOMPARE(grid.cell(r, EditorCol::Number).isEmpty(), r > 3);
         }
-        QCOMPARE(grid.cell(4, EditorCol::Hinmei), QStringLiteral("ボルト"));
-        QCOMPARE(grid.cell(23, EditorCol::Suryo), QStringLiteral("20"));
+        QCOMPARE(grid.cell(4, EditorCol::Hinmei), u"ボルト"_qs);
+        QCOMPARE(grid.cell(23, EditorCol::Suryo), u"20"_qs);
         // Nothing is written before the save.
-        QCOMPARE(numbersOf(QStringLiteral("T-1")).size(), 3);
+        QCOMPARE(numbersOf(u"T-1"_qs).size(), 3);
 
         env->messages.clear();
         click(ed.get(), "cmdUpdate");
-        QCOMPARE(env->messages.texts(), QStringList{QStringLiteral("更新しました。")});
-        QCOMPARE(numbersOf(QStringLiteral("T-1")).size(), 23);
+        QCOMPARE(env->messages.texts(), QStringList{u"更新しました。"_qs});
+        QCOMPARE(numbersOf(u"T-1"_qs).size(), 23);
         QCOMPARE(env->count(QStringLiteral("SELECT COUNT(*) FROM BUHINHYO_M WHERE CH_DWGNO = 'T-1' AND "
                                            "CH_HINMEI IN ('ボルト','ナット') AND CH_USER = '東西重工'")),
                  20);
-        QCOMPARE(numbersOf(QStringLiteral("A-100")), sourceBefore);
-        QCOMPARE(env->count(QStringLiteral("SELECT SUM(INT_SURYO) FROM BUHINHYO_M WHERE CH_DWGNO = 'A-100'")),
-                 210);
+        QCOMPARE(numbersOf(u"A-100"_qs), sourceBefore);
+        QCOMPARE(env->count(u"SELECT SUM(INT_SURYO) FROM BUHINHYO_M WHERE CH_DWGNO = 'A-100'"_qs), 210);
         // After the reload every line carries its stored number.
         QCOMPARE(ed->editor().grid().lineCount(), 23);
         QVERIFY(!ed->editor().grid().cell(23, EditorCol::Number).isEmpty());
@@ -188,61 +129,60 @@ private Q_SLOTS:
 
     void makerTypedOnceIsRememberedOnce()
     {
-        auto ed = openEditor(QStringLiteral("N-1"), QStringLiteral("5-01"), QStringLiteral("新"));
+        auto ed = openEditor(u"N-1"_qs, u"5-01"_qs, u"新"_qs);
         QVERIFY(ed);
-        const int before = StrictInt(env->ctx.ini->get(QStringLiteral("MAKER"), QStringLiteral("MAX")));
-        setText(ed.get(), "cboHinmei", QStringLiteral("ギア"));
-        setText(ed.get(), "cboMaker", QStringLiteral("新興工業"));
+        const int before = StrictInt(env->ctx.ini->get(u"MAKER"_qs, u"MAX"_qs));
+        typeInto(ed.get(), "cboHinmei", u"ギア"_qs);
+        typeInto(ed.get(), "cboMaker", u"新興工業"_qs);
         click(ed.get(), "cmdTransfer");
         click(ed.get(), "cmdTransfer");
-        const QStringList makers = ReadList(*env->ctx.ini, QStringLiteral("MAKER"));
-        QCOMPARE(makers.count(QStringLiteral("新興工業")), 1);
+        const QStringList makers = ReadList(*env->ctx.ini, u"MAKER"_qs);
+        QCOMPARE(makers.count(u"新興工業"_qs), 1);
         QCOMPARE(makers.size(), before + 1);
-        QCOMPARE(ReadList(*env->ctx.ini, QStringLiteral("KVRCAD0002COMBO1")).count(QStringLiteral("ギア")),
-                 1);
-        QVERIFY(control<QComboBox>(ed.get(), "cboMaker")->findText(QStringLiteral("新興工業")) >= 0);
-        QCOMPARE(ed->editor().grid().cell(1, EditorCol::Maker), QStringLiteral("新興工業"));
+        QCOMPARE(ReadList(*env->ctx.ini, u"KVRCAD0002COMBO1"_qs).count(u"ギア"_qs), 1);
+        QVERIFY(control<QComboBox>(ed.get(), "cboMaker")->findText(u"新興工業"_qs) >= 0);
+        QCOMPARE(ed->editor().grid().cell(1, EditorCol::Maker), u"新興工業"_qs);
         // A quantity that is not a number refuses the transfer, and nothing is remembered.
-        setText(ed.get(), "cboMaker", QStringLiteral("未登録商会"));
-        setText(ed.get(), "txtSuryo", QStringLiteral("x"));
+        typeInto(ed.get(), "cboMaker", u"未登録商会"_qs);
+        typeInto(ed.get(), "txtSuryo", u"x"_qs);
         click(ed.get(), "cmdTransfer");
-        QVERIFY(!ReadList(*env->ctx.ini, QStringLiteral("MAKER")).contains(QStringLiteral("未登録商会")));
+        QVERIFY(!ReadList(*env->ctx.ini, u"MAKER"_qs).contains(u"未登録商会"_qs));
     }
 
     void historyBracketsAndListButtons()
     {
-        auto ed = openEditor(QStringLiteral("T-1"), QStringLiteral("1-01"), QStringLiteral("新規ユニット"));
+        auto ed = openEditor(u"T-1"_qs, u"1-01"_qs, u"新規ユニット"_qs);
         QVERIFY(ed);
         // Name history: the customer of the table, the typed beginning, no maker (the input area
         // shows the first line, whose maker would narrow the search).
-        setText(ed.get(), "cboHinmei", QStringLiteral("ボ"));
-        setText(ed.get(), "cboMaker", QString());
+        typeInto(ed.get(), "cboHinmei", u"ボ"_qs);
+        typeInto(ed.get(), "cboMaker", QString());
         whenModal<HistorySearchDialog>([](HistorySearchDialog* d) {
             QCOMPARE(d->entries().size(), 1);
-            QCOMPARE(d->entries()[0].quantity, QStringLiteral("100"));
-            auto* table = d->findChild<QTableWidget*>(QStringLiteral("grdHistory"));
+            QCOMPARE(d->entries()[0].quantity, u"100"_qs);
+            auto* table = d->findChild<QTableWidget*>(u"grdHistory"_qs);
             QTest::keyClick(table, Qt::Key_Return);
         });
         click(ed.get(), "cmdHinmeiHistory");
-        QCOMPARE(text(ed.get(), "cboHinmei"), QStringLiteral("ボルト"));
+        QCOMPARE(textOf(ed.get(), "cboHinmei"), u"ボルト"_qs);
         // Material history with a maker filter.
-        setText(ed.get(), "cboMaker", QStringLiteral("オリエンタル"));
-        setText(ed.get(), "cboZaishitu", QString());
+        typeInto(ed.get(), "cboMaker", u"オリエンタル"_qs);
+        typeInto(ed.get(), "cboZaishitu", QString());
         whenModal<HistorySearchDialog>([](HistorySearchDialog* d) {
-            QCOMPARE(d->windowTitle(), QStringLiteral("材質履歴検索"));
+            QCOMPARE(d->windowTitle(), u"材質履歴検索"_qs);
             QCOMPARE(d->entries().size(), 1);
             QTest::keyClick(d, Qt::Key_F5);
         });
         click(ed.get(), "cmdZaishituHistory");
-        QCOMPARE(text(ed.get(), "cboZaishitu"), QStringLiteral("S45C"));
+        QCOMPARE(textOf(ed.get(), "cboZaishitu"), u"S45C"_qs);
 
         // "ｶｯｺ" on the field that had the focus, and off again.
         control<QWidget>(ed.get(), "txtBiko")->setFocus();
-        setText(ed.get(), "txtBiko", QStringLiteral("M10"));
+        typeInto(ed.get(), "txtBiko", u"M10"_qs);
         click(ed.get(), "cmdKakkoInput");
-        QCOMPARE(text(ed.get(), "txtBiko"), QStringLiteral("(M10)"));
+        QCOMPARE(textOf(ed.get(), "txtBiko"), u"(M10)"_qs);
         click(ed.get(), "cmdKakkoInput");
-        QCOMPARE(text(ed.get(), "txtBiko"), QStringLiteral("M10"));
+        QCOMPARE(textOf(ed.get(), "txtBiko"), u"M10"_qs);
 
         // The list button beside the unit field opens the picker on the unit tab.
         whenModal<ListPickerDialog>([](ListPickerDialog* p) {
@@ -251,7 +191,7 @@ private Q_SLOTS:
             QTest::keyClick(p, Qt::Key_F5);
         });
         click(ed.get(), "cmdListTani2");
-        QCOMPARE(text(ed.get(), "cboTani2"), QStringLiteral("本"));
+        QCOMPARE(textOf(ed.get(), "cboTani2"), u"本"_qs);
         for (const char* name :
              {"cmdListUser", "cmdListHinmei", "cmdListZaishitu", "cmdListTani", "cmdListMaker"})
             QVERIFY(ed->findChild<QPushButton*>(QString::fromLatin1(name)));
@@ -259,9 +199,9 @@ private Q_SLOTS:
 
     void aDatabaseFailureEndsTheAidOnly()
     {
-        auto ed = openEditor(QStringLiteral("T-1"), QStringLiteral("1-01"), QStringLiteral("新規ユニット"));
+        auto ed = openEditor(u"T-1"_qs, u"1-01"_qs, u"新規ユニット"_qs);
         QVERIFY(ed);
-        env->db().Execute(QStringLiteral("DROP TABLE BUHINHYO_M"));
+        env->db().Execute(u"DROP TABLE BUHINHYO_M"_qs);
         env->messages.clear();
         click(ed.get(), "cmdHinmeiHistory");
         click(ed.get(), "cmdCopyAll");
@@ -277,33 +217,31 @@ private Q_SLOTS:
     {
         DrawingSearchScreen search(env->ctx, MakeSearchHooks());
         QVERIFY(search.load());
-        search.show();
-        search.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&search));
-        setText(&search, "txtDwgNo", QStringLiteral("T"));
+        QVERIFY(showActive(&search));
+        typeInto(&search, "txtDwgNo", u"T"_qs);
         whenModal<DataSearchScreen>([](DataSearchScreen* s) {
-            QCOMPARE(s->windowTitle(), QStringLiteral("データ検索"));
+            QCOMPARE(s->windowTitle(), u"データ検索"_qs);
             QCOMPARE(s->tables().size(), 1);
             // The condition taken from the search screen can be widened.
-            s->findChild<QLineEdit*>(QStringLiteral("txtDwgNo"))->clear();
+            s->findChild<QLineEdit*>(u"txtDwgNo"_qs)->clear();
             QCOMPARE(s->tables().size(), 2);
-            auto* grid = s->findChild<QTableWidget*>(QStringLiteral("grdTables"));
-            grid->setCurrentCell(rowOf(grid, QStringLiteral("A-100")), 0);
+            auto* grid = s->findChild<QTableWidget*>(u"grdTables"_qs);
+            grid->setCurrentCell(rowOf(grid, u"A-100"_qs), 0);
             QTest::keyClick(grid, Qt::Key_Return);
         });
         QTest::keyClick(&search, Qt::Key_F1);
         QCOMPARE(env->ctx.DataSearchFlag.value(), 0);
-        QCOMPARE(text(&search, "txtDwgNo"), QStringLiteral("A-100"));
-        QCOMPARE(text(&search, "txtAssy"), QStringLiteral("100-01"));
-        QCOMPARE(text(&search, "cboName"), QStringLiteral("ベースフレーム"));
-        QCOMPARE(text(&search, "cboDesined"), QStringLiteral("山田"));
+        QCOMPARE(textOf(&search, "txtDwgNo"), u"A-100"_qs);
+        QCOMPARE(textOf(&search, "txtAssy"), u"100-01"_qs);
+        QCOMPARE(textOf(&search, "cboName"), u"ベースフレーム"_qs);
+        QCOMPARE(textOf(&search, "cboDesined"), u"山田"_qs);
         QVERIFY(control<QRadioButton>(&search, "optKind1")->isChecked());
         // "入力(F5)" opens that table, with the aids installed.
         click(&search, "cmd0");
         auto* ed = search.findChild<EditorScreen*>();
         QVERIFY(ed);
         QCOMPARE(ed->editor().grid().lineCount(), 20);
-        QVERIFY(ed->findChild<QPushButton*>(QStringLiteral("cmdListMaker")));
+        QVERIFY(ed->findChild<QPushButton*>(u"cmdListMaker"_qs));
         delete ed;
     }
 };

@@ -18,19 +18,18 @@ namespace
 QString settingsText()
 {
     QString t;
-    t += QStringLiteral("[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n");
+    t += u"[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB=DB\\CADDB.sqlite\r\n"_qs;
     t += QStringLiteral("[MSGCD]\r\nE102=数値を入力して下さい。\r\nE103=必須項目が入力されていません。\r\n"
                         "I100=登録しました。\r\nQ001=NAMEが変更されています。変更しますか？\r\n");
-    t += QStringLiteral("[USER]\r\nMAX=2\r\n1=客先Ａ\r\n2=客先Ｂ\r\n");
-    t += QStringLiteral("[MAKER]\r\nMAX=2\r\n1=ミスミ\r\n2=オリエンタル\r\n");
-    t += QStringLiteral("[STANI]\r\nMAX=3\r\n1=個\r\n2=本\r\n3=m\r\n");
-    t += QStringLiteral("[DESINED]\r\nMAX=2\r\n1=山田\r\n2=佐藤\r\n");
-    t += QStringLiteral("[KVRCAD0002COMBOMAX]\r\nMAX=8\r\n");
-    const QStringList lists{QStringLiteral("六角ボルト"), QStringLiteral("平座金"), QStringLiteral("軸受"),
-                            QStringLiteral("プレート"),   QStringLiteral("SS400"),  QStringLiteral("S45C"),
-                            QStringLiteral("SUS304"),     QStringLiteral("A5052")};
+    t += u"[USER]\r\nMAX=2\r\n1=客先Ａ\r\n2=客先Ｂ\r\n"_qs;
+    t += u"[MAKER]\r\nMAX=2\r\n1=ミスミ\r\n2=オリエンタル\r\n"_qs;
+    t += u"[STANI]\r\nMAX=3\r\n1=個\r\n2=本\r\n3=m\r\n"_qs;
+    t += u"[DESINED]\r\nMAX=2\r\n1=山田\r\n2=佐藤\r\n"_qs;
+    t += u"[KVRCAD0002COMBOMAX]\r\nMAX=8\r\n"_qs;
+    const QStringList lists{u"六角ボルト"_qs, u"平座金"_qs, u"軸受"_qs,   u"プレート"_qs,
+                            u"SS400"_qs,      u"S45C"_qs,   u"SUS304"_qs, u"A5052"_qs};
     for (int n = 1; n <= 8; ++n)
-        t += QStringLiteral("[KVRCAD0002COMBO%1]\r\nMAX=1\r\nINDEX=0\r\n1=%2\r\n").arg(n).arg(lists[n - 1]);
+        t += u"[KVRCAD0002COMBO%1]\r\nMAX=1\r\nINDEX=%2\r\n1=%3\r\n"_qs.arg(n).arg(n - 1).arg(lists[n - 1]);
     return t;
 }
 } // namespace
@@ -40,18 +39,17 @@ EditorTestEnv::EditorTestEnv()
     ctx.setPaths(dir.path());
     ctx.messages = &messages;
     ctx.clock = &clock;
-    writeCp932File(ctx.IniPath, settingsText());
-    ctx.makeIni();
-    QDir(dir.path()).mkpath(QStringLiteral("DB"));
+    writeIni(settingsText());
+    QDir(dir.path()).mkpath(u"DB"_qs);
     QProcess sqlite;
-    sqlite.setStandardInputFile(sourceDir() + QStringLiteral("/data/schema.sql"));
-    sqlite.start(QStringLiteral("sqlite3"), {dbPath()});
+    sqlite.setStandardInputFile(sourceDir() + u"/data/schema.sql"_qs);
+    sqlite.start(u"sqlite3"_qs, {dbPath()});
     if (!sqlite.waitForFinished(30000) || sqlite.exitCode() != 0)
         qFatal("cannot make the test database: %s", sqlite.readAllStandardError().constData());
     m_peekName = QUuid::createUuid().toString();
-    m_peek = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_peekName);
+    m_peek = QSqlDatabase::addDatabase(u"QSQLITE"_qs, m_peekName);
     m_peek.setDatabaseName(dbPath());
-    m_peek.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
+    m_peek.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=5000"_qs);
     if (!m_peek.open())
         qFatal("cannot open the test database");
 }
@@ -66,7 +64,7 @@ EditorTestEnv::~EditorTestEnv()
 
 QString EditorTestEnv::dbPath() const
 {
-    return dir.filePath(QStringLiteral("DB/CADDB.sqlite"));
+    return dir.filePath(u"DB/CADDB.sqlite"_qs);
 }
 
 void EditorTestEnv::connect()
@@ -113,8 +111,19 @@ void EditorTestEnv::storeTable(const QString& dwgNo, const QString& assy, const 
             QStringLiteral("INSERT INTO BUHINHYO_M (CH_ASSY, CH_DWGNO, CH_USER, CH_BUHIN, CH_ZNO, CH_HINMEI, "
                            "CH_HAISHI, CH_KAKKO, INT_SURYO, CH_TANI, CH_UPDDATE) "
                            "VALUES ('%1','%2','%3','%4','%5','%6',%7,%8,1,'個','20231224')")
-                .arg(assy, dwgNo, user, kind, l.value(0), l.value(1), l.value(2, QStringLiteral("0")),
-                     l.value(3, QStringLiteral("0"))));
+                .arg(assy, dwgNo, user, kind, l.value(0), l.value(1), l.value(2, u"0"_qs),
+                     l.value(3, u"0"_qs)));
+}
+
+void EditorTestEnv::writeIni(const QString& text)
+{
+    writeCp932File(ctx.IniPath, text);
+    ctx.makeIni();
+}
+
+int EditorTestEnv::count(const QString& sql)
+{
+    return rows(sql).value(0).value(0).toInt();
 }
 
 QString EditorTestEnv::iniText() const

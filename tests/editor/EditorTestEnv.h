@@ -35,6 +35,10 @@ public:
     // A stored table: a header and lines given as (CH_ZNO, CH_HINMEI, CH_HAISHI, CH_KAKKO).
     void storeTable(const QString& dwgNo, const QString& assy, const QString& kind, const QString& name,
                     const QString& user, const QList<QStringList>& lines);
+    // Rewrites the settings file with a text of the test's own.
+    void writeIni(const QString& text);
+    // The first field of a query's first row as a number.
+    int count(const QString& sql);
     // The text of the settings file, read back.
     QString iniText() const;
     // Message texts shown since the last clear, with their titles: "title|text".

@@ -1,10 +1,14 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QComboBox>
+#include <QDialog>
 #include <QLineEdit>
+#include <QTimer>
 #include <QWidget>
 #include <QtTest>
+#include <functional>
 
 // Finds a control of a screen by its object name; the test fails when it is missing.
 template <typename T> T* control(QWidget* screen, const char* name)
@@ -37,4 +41,30 @@ inline bool showActive(QWidget* screen)
     screen->show();
     screen->activateWindow();
     return QTest::qWaitForWindowActive(screen);
+}
+
+// The text of a drop-down or a text field.
+inline QString textOf(QWidget* screen, const char* name)
+{
+    QWidget* w = control<QWidget>(screen, name);
+    if (auto* combo = qobject_cast<QComboBox*>(w))
+        return combo->currentText();
+    return control<QLineEdit>(screen, name)->text();
+}
+
+// Acts on the modal screen of type T as soon as it is shown (the command that opens it waits in
+// its exec()); a screen a failed check left open is closed, so that the test ends.
+template <typename T> void whenModal(std::function<void(T*)> act, int tries = 2000)
+{
+    QTimer::singleShot(5, [act, tries] {
+        if (auto* screen = qobject_cast<T*>(QApplication::activeModalWidget())) {
+            act(screen);
+            if (screen->isVisible())
+                screen->reject();
+        } else if (tries > 0) {
+            whenModal<T>(act, tries - 1);
+        } else {
+            qWarning("modal screen not shown");
+        }
+    });
 }

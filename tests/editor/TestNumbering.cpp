@@ -28,13 +28,13 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("assy");
         QTest::addColumn<int>("base");
-        QTest::newRow("250-01") << QStringLiteral("250-01") << 250;
-        QTest::newRow("AB-7") << QStringLiteral("AB-7") << 0;
-        QTest::newRow("12-34-5") << QStringLiteral("12-34-5") << 1234;
-        QTest::newRow("no dash") << QStringLiteral("A12B3") << 123;
-        QTest::newRow("dash first") << QStringLiteral("-45") << 0;
+        QTest::newRow("250-01") << u"250-01"_qs << 250;
+        QTest::newRow("AB-7") << u"AB-7"_qs << 0;
+        QTest::newRow("12-34-5") << u"12-34-5"_qs << 1234;
+        QTest::newRow("no dash") << u"A12B3"_qs << 123;
+        QTest::newRow("dash first") << u"-45"_qs << 0;
         QTest::newRow("empty") << QString() << 0;
-        QTest::newRow("full-width digits") << QStringLiteral("２５０-1") << 0;
+        QTest::newRow("full-width digits") << u"２５０-1"_qs << 0;
     }
     void baseFromTheAssembly()
     {
@@ -46,16 +46,16 @@ private Q_SLOTS:
     void itemNumbersOfTheExamples()
     {
         PartsGrid g = gridOf(3);
-        Renumber(g, QStringLiteral("250-01"), 1);
+        Renumber(g, u"250-01"_qs, 1);
         QCOMPARE(column(g, EditorCol::No), (QStringList{u"1"_qs, u"2"_qs, u"3"_qs}));
         QCOMPARE(column(g, EditorCol::Zno), (QStringList{u"251"_qs, u"252"_qs, u"253"_qs}));
-        Renumber(g, QStringLiteral("250-01"), 0);
+        Renumber(g, u"250-01"_qs, 0);
         QCOMPARE(column(g, EditorCol::Zno), (QStringList{u"250"_qs, u"251"_qs, u"252"_qs}));
-        Renumber(g, QStringLiteral("AB-7"), 1);
+        Renumber(g, u"AB-7"_qs, 1);
         QCOMPARE(column(g, EditorCol::Zno), (QStringList{u"001"_qs, u"002"_qs, u"003"_qs}));
-        Renumber(g, QStringLiteral("12-34-5"), 1);
+        Renumber(g, u"12-34-5"_qs, 1);
         QCOMPARE(g.cell(1, EditorCol::Zno), u"1235"_qs);
-        Renumber(g, QStringLiteral("X-1"), 99);
+        Renumber(g, u"X-1"_qs, 99);
         QCOMPARE(g.cell(1, EditorCol::Zno), u"099"_qs);
         QCOMPARE(ThreeDigits(7), u"007"_qs);
         QCOMPARE(ThreeDigits(1234), u"1234"_qs);
@@ -69,7 +69,7 @@ private Q_SLOTS:
         g.setCell(4, EditorCol::Haishi, u"0"_qs);
         g.setCell(4, EditorCol::Kakko, u"False"_qs);
         g.setCell(1, EditorCol::Zno, u"(999)"_qs);
-        Renumber(g, QStringLiteral("250-01"), 1);
+        Renumber(g, u"250-01"_qs, 1);
         // The abolished line keeps its place: the lines below it go on counting.
         QCOMPARE(column(g, EditorCol::No), (QStringList{u"1"_qs, u"廃止"_qs, u"3"_qs, u"4"_qs}));
         QCOMPARE(column(g, EditorCol::Zno), (QStringList{u"251"_qs, u"252"_qs, u"(253)"_qs, u"254"_qs}));
@@ -79,11 +79,11 @@ private Q_SLOTS:
     {
         PartsGrid g = gridOf(2);
         g.setCell(1, EditorCol::Zno, u"x"_qs);
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, QStringLiteral("2147483647-1"), 1));
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, u"2147483647-1"_qs, 1));
         QCOMPARE(g.cell(1, EditorCol::Zno), u"x"_qs);
-        Renumber(g, QStringLiteral("2147483645-1"), 1); // line 2: 2147483645 + 2 + 1 - 1, the last that fits
+        Renumber(g, u"2147483645-1"_qs, 1); // line 2: 2147483645 + 2 + 1 - 1, the last that fits
         QCOMPARE(g.cell(2, EditorCol::Zno), u"2147483647"_qs);
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, QStringLiteral("99999999999-1"), 1));
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, u"99999999999-1"_qs, 1));
     }
 
     void storedItemNumbers()
@@ -121,25 +121,6 @@ private Q_SLOTS:
         QCOMPARE(int(CheckStartNumber(typed, v)), result);
         QCOMPARE(v, value);
         QCOMPARE(typed, left);
-    }
-
-    void gridKeepsItsCurrentCell()
-    {
-        PartsGrid g;
-        QCOMPARE(g.rows(), 2);
-        QCOMPARE(g.currentRow(), 1);
-        QCOMPARE(g.currentCol(), 1);
-        g.appendLine();
-        g.appendLine();
-        QCOMPARE(g.cell(3, EditorCol::No), u" "_qs);
-        g.setCurrent(3);
-        g.removeLine(3);
-        QCOMPARE(g.currentRow(), 2);
-        const int grown = g.growByOne();
-        QCOMPARE(grown, 3);
-        QCOMPARE(g.cell(3, EditorCol::No), QString());
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, g.cell(4, 0));
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, g.cell(0, 0));
     }
 };
 
