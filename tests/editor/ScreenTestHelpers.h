@@ -58,6 +58,9 @@ template <typename T> void whenModal(std::function<void(T*)> act, int tries = 20
 {
     QTimer::singleShot(5, [act, tries] {
         if (auto* screen = qobject_cast<T*>(QApplication::activeModalWidget())) {
+            // Function keys are window shortcuts: they reach a screen only once it is the active
+            // window, which the offscreen platform does not promise by the time it is shown.
+            QApplication::setActiveWindow(screen);
             act(screen);
             if (screen->isVisible())
                 screen->reject();

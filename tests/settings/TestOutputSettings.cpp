@@ -55,6 +55,8 @@ class TestOutputSettings : public QObject
         QTimer::singleShot(0, [objectName, act] {
             for (QWidget* top : QApplication::topLevelWidgets())
                 if (top->objectName() == objectName && top->isVisible()) {
+                    // Function keys are window shortcuts: make the dialog the active window first.
+                    QApplication::setActiveWindow(top);
                     act(top);
                     return;
                 }
