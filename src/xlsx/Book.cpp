@@ -659,6 +659,21 @@ std::size_t Worksheet::index() const
     return impl_->index;
 }
 
+// A written value no longer matches the cell's cell/value metadata: those attributes go,
+// and the sheet and the workbook's values are marked changed.
+static void valueWritten(SheetImpl& s, Cell& c)
+{
+    if (c.x) {
+        auto nx = std::make_shared<CellExtra>();
+        for (auto& kv : c.x->attrs)
+            if (kv.first != "cm" && kv.first != "vm")
+                nx->attrs.push_back(kv);
+        c.x = nx->attrs.empty() ? nullptr : nx;
+    }
+    s.dirty = true;
+    s.book->valuesChanged = true;
+}
+
 static SheetImpl& loadedSheet(SheetImpl* s)
 {
     if (s->part.empty())
@@ -716,15 +731,7 @@ void Worksheet::setText(int row, int col, std::string_view utf8)
     c.type = TShared;
     c.hasV = true;
     c.v = std::to_string(idx);
-    if (c.x) {
-        auto nx = std::make_shared<CellExtra>();
-        for (auto& kv : c.x->attrs)
-            if (kv.first != "cm" && kv.first != "vm")
-                nx->attrs.push_back(kv);
-        c.x = nx->attrs.empty() ? nullptr : nx;
-    }
-    s.dirty = true;
-    s.book->valuesChanged = true;
+    valueWritten(s, c);
 }
 
 void Worksheet::setNumber(int row, int col, double value)
@@ -738,15 +745,7 @@ void Worksheet::setNumber(int row, int col, double value)
     c.type = TNone;
     c.hasV = true;
     c.v = numberText(value);
-    if (c.x) {
-        auto nx = std::make_shared<CellExtra>();
-        for (auto& kv : c.x->attrs)
-            if (kv.first != "cm" && kv.first != "vm")
-                nx->attrs.push_back(kv);
-        c.x = nx->attrs.empty() ? nullptr : nx;
-    }
-    s.dirty = true;
-    s.book->valuesChanged = true;
+    valueWritten(s, c);
 }
 
 void Worksheet::clearValue(int row, int col)
@@ -763,8 +762,7 @@ void Worksheet::clearValue(int row, int col)
     c.hasV = false;
     c.v.clear();
     c.x.reset();
-    s.dirty = true;
-    s.book->valuesChanged = true;
+    valueWritten(s, c);
 }
 
 void Worksheet::setNumberFormat(int row, int col, std::string_view code)
