@@ -3,6 +3,7 @@
 #include "Connect.h"
 #include "Database.h"
 #include "LibreOffice.h"
+#include "PartsRecords.h"
 #include "PrintRequest.h"
 #include "PrintRun.h"
 #include "RuntimeError.h"
@@ -179,21 +180,16 @@ int main(int argc, char** argv)
         ConnectDatabase(ctx);
         if (!ctx.DbConnection)
             throw RuntimeError(91, QStringLiteral("データベースに接続できません。"));
-        std::unique_ptr<Recordset> rs;
-        OpenRecordset(*ctx.DbConnection, rs,
-                      QStringLiteral("SELECT * FROM BUHINHYO WHERE CH_ASSY  = '") + request.assy + u'\'' +
-                          QStringLiteral(" AND CH_DWGNO = '") + request.dwgNo + u'\'' +
-                          QStringLiteral(" AND CH_BUHIN = '") + kind + u'\'');
-        if (rs->RecordCount() == 0) {
+        const std::optional<PartsHeader> header =
+            ReadHeader(*ctx.DbConnection, request.assy, request.dwgNo, kind);
+        if (!header) {
             printErr(QStringLiteral("buhinhyo-print: 部品表がありません: ") + request.dwgNo + u' ' +
                      request.assy + QStringLiteral(" 区分 ") + kind);
             return ExitNoTable;
         }
-        rs->MoveFirst();
-        request.name = rs->Field(QStringLiteral("CH_NAME"));
-        request.date = rs->Field(QStringLiteral("CH_HDATE"));
-        request.designer = rs->Field(QStringLiteral("CH_DESINED"));
-        rs->Close();
+        request.name = header->name;
+        request.date = header->date;
+        request.designer = header->designer;
     } catch (const RuntimeError& e) {
         printErr(
             QStringLiteral("buhinhyo-print: データベースエラー %1: %2").arg(e.number()).arg(e.description()));

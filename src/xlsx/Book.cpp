@@ -112,27 +112,21 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
                 attr(c.attribute("sqref"), true);
         } else if (std::strcmp(ln, "extLst") == 0) {
             // x14 conditional formats and validations: xm:sqref and xm:f
-            std::vector<pugi::xml_node> stack{n};
-            while (!stack.empty()) {
-                auto cur = stack.back();
-                stack.pop_back();
-                for (auto c : cur.children()) {
-                    if (c.type() != pugi::node_element)
-                        continue;
-                    const char* cl = lname(c);
-                    if (std::strcmp(cl, "sqref") == 0) {
-                        if (sqrefToo)
-                            if (auto r = sq(c.text().get())) {
-                                c.text().set(r->c_str());
-                                changed = true;
-                            }
-                    } else if (std::strcmp(cl, "f") == 0) {
-                        text(c);
-                    } else {
-                        stack.push_back(c);
-                    }
+            walkElements(n, [&](pugi::xml_node c) {
+                const char* cl = lname(c);
+                if (std::strcmp(cl, "sqref") == 0) {
+                    if (sqrefToo)
+                        if (auto r = sq(c.text().get())) {
+                            c.text().set(r->c_str());
+                            changed = true;
+                        }
+                } else if (std::strcmp(cl, "f") == 0) {
+                    text(c);
+                } else {
+                    return false;
                 }
-            }
+                return true;
+            });
         }
     }
     return changed;
@@ -281,6 +275,20 @@ pugi::xml_document& BookImpl::chart(const std::string& part)
         Package::parseXml(*d, pkg->read(part), part);
     }
     return *d;
+}
+
+void BookImpl::rewriteChartFormulas(const std::function<std::optional<std::string>(std::string_view)>& fn)
+{
+    for (auto& cp : chartParts())
+        walkElements(chart(cp).document_element(), [&](pugi::xml_node c) {
+            if (std::strcmp(lname(c), "f") != 0)
+                return false;
+            if (auto nf = fn(c.text().get())) {
+                c.text().set(nf->c_str());
+                chartsDirty[cp] = true;
+            }
+            return true;
+        });
 }
 
 bool BookImpl::modified() const
@@ -614,26 +622,7 @@ void SheetImpl::insertRows(int top, int count)
             }
         }
     }
-    for (auto& cp : book->chartParts()) {
-        auto& d = book->chart(cp);
-        std::vector<pugi::xml_node> stack{d.document_element()};
-        while (!stack.empty()) {
-            auto cur = stack.back();
-            stack.pop_back();
-            for (auto c : cur.children()) {
-                if (c.type() != pugi::node_element)
-                    continue;
-                if (std::strcmp(lname(c), "f") == 0) {
-                    if (auto nf = shiftForInsert(c.text().get(), "", name, top, count)) {
-                        c.text().set(nf->c_str());
-                        book->chartsDirty[cp] = true;
-                    }
-                } else {
-                    stack.push_back(c);
-                }
-            }
-        }
-    }
+    book->rewriteChartFormulas([&](std::string_view f) { return shiftForInsert(f, "", name, top, count); });
     dirty = true;
 }
 
@@ -657,6 +646,21 @@ const std::string& Worksheet::name() const
 std::size_t Worksheet::index() const
 {
     return impl_->index;
+}
+
+// A written value no longer matches the cell's cell/value metadata: those attributes go,
+// and the sheet and the workbook's values are marked changed.
+static void valueWritten(SheetImpl& s, Cell& c)
+{
+    if (c.x) {
+        auto nx = std::make_shared<CellExtra>();
+        for (auto& kv : c.x->attrs)
+            if (kv.first != "cm" && kv.first != "vm")
+                nx->attrs.push_back(kv);
+        c.x = nx->attrs.empty() ? nullptr : nx;
+    }
+    s.dirty = true;
+    s.book->valuesChanged = true;
 }
 
 static SheetImpl& loadedSheet(SheetImpl* s)
@@ -716,15 +720,7 @@ void Worksheet::setText(int row, int col, std::string_view utf8)
     c.type = TShared;
     c.hasV = true;
     c.v = std::to_string(idx);
-    if (c.x) {
-        auto nx = std::make_shared<CellExtra>();
-        for (auto& kv : c.x->attrs)
-            if (kv.first != "cm" && kv.first != "vm")
-                nx->attrs.push_back(kv);
-        c.x = nx->attrs.empty() ? nullptr : nx;
-    }
-    s.dirty = true;
-    s.book->valuesChanged = true;
+    valueWritten(s, c);
 }
 
 void Worksheet::setNumber(int row, int col, double value)
@@ -738,15 +734,7 @@ void Worksheet::setNumber(int row, int col, double value)
     c.type = TNone;
     c.hasV = true;
     c.v = numberText(value);
-    if (c.x) {
-        auto nx = std::make_shared<CellExtra>();
-        for (auto& kv : c.x->attrs)
-            if (kv.first != "cm" && kv.first != "vm")
-                nx->attrs.push_back(kv);
-        c.x = nx->attrs.empty() ? nullptr : nx;
-    }
-    s.dirty = true;
-    s.book->valuesChanged = true;
+    valueWritten(s, c);
 }
 
 void Worksheet::clearValue(int row, int col)
@@ -763,8 +751,7 @@ void Worksheet::clearValue(int row, int col)
     c.hasV = false;
     c.v.clear();
     c.x.reset();
-    s.dirty = true;
-    s.book->valuesChanged = true;
+    valueWritten(s, c);
 }
 
 void Worksheet::setNumberFormat(int row, int col, std::string_view code)
@@ -1020,23 +1007,15 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
     if (auto colon = rn.find(':'); colon != std::string::npos)
         prefix = rn.substr(0, colon + 1);
     auto fixFormulas = [&](pugi::xml_node n) {
-        std::vector<pugi::xml_node> stack{n};
-        while (!stack.empty()) {
-            auto cur = stack.back();
-            stack.pop_back();
-            for (auto c : cur.children()) {
-                if (c.type() != pugi::node_element)
-                    continue;
-                const char* ln = lname(c);
-                if (std::strcmp(ln, "formula") == 0 || std::strcmp(ln, "formula1") == 0 ||
-                    std::strcmp(ln, "formula2") == 0) {
-                    if (auto nf = shiftForCopy(c.text().get(), d, 0))
-                        c.text().set(nf->c_str());
-                } else {
-                    stack.push_back(c);
-                }
-            }
-        }
+        walkElements(n, [&](pugi::xml_node c) {
+            const char* ln = lname(c);
+            if (std::strcmp(ln, "formula") != 0 && std::strcmp(ln, "formula1") != 0 &&
+                std::strcmp(ln, "formula2") != 0)
+                return false;
+            if (auto nf = shiftForCopy(c.text().get(), d, 0))
+                c.text().set(nf->c_str());
+            return true;
+        });
     };
     auto shiftAttr = [&](pugi::xml_node n, const char* an) {
         if (auto r = shiftSqrefForCopy(n.attribute(an).value(), d))
@@ -1107,18 +1086,11 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
         auto& dd = s.drawingDoc();
         auto droot = dd.document_element();
         unsigned maxId = 0;
-        std::vector<pugi::xml_node> stack{droot};
-        while (!stack.empty()) {
-            auto cur = stack.back();
-            stack.pop_back();
-            for (auto c : cur.children()) {
-                if (c.type() != pugi::node_element)
-                    continue;
-                if (std::strcmp(lname(c), "cNvPr") == 0)
-                    maxId = std::max(maxId, c.attribute("id").as_uint(0));
-                stack.push_back(c);
-            }
-        }
+        walkElements(droot, [&](pugi::xml_node c) {
+            if (std::strcmp(lname(c), "cNvPr") == 0)
+                maxId = std::max(maxId, c.attribute("id").as_uint(0));
+            return false;
+        });
         for (auto a : ans.children()) {
             auto copy = droot.append_copy(a);
             for (const char* which : {"from", "to"}) {
@@ -1126,18 +1098,11 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
                 if (rowNode)
                     rowNode.text().set(rowNode.text().as_int(0) + d);
             }
-            std::vector<pugi::xml_node> st{copy};
-            while (!st.empty()) {
-                auto cur = st.back();
-                st.pop_back();
-                for (auto c : cur.children()) {
-                    if (c.type() != pugi::node_element)
-                        continue;
-                    if (std::strcmp(lname(c), "cNvPr") == 0 && c.attribute("id"))
-                        c.attribute("id").set_value(++maxId);
-                    st.push_back(c);
-                }
-            }
+            walkElements(copy, [&](pugi::xml_node c) {
+                if (std::strcmp(lname(c), "cNvPr") == 0 && c.attribute("id"))
+                    c.attribute("id").set_value(++maxId);
+                return false;
+            });
         }
         s.drawingDirty = true;
     }
@@ -1255,25 +1220,7 @@ void Worksheet::rename(std::string_view newNameView)
         for (auto n : dn.children())
             if (auto nf = fn(n.text().get()))
                 n.text().set(nf->c_str());
-    for (auto& cp : book.chartParts()) {
-        auto& d = book.chart(cp);
-        std::vector<pugi::xml_node> stack{d.document_element()};
-        while (!stack.empty()) {
-            auto cur = stack.back();
-            stack.pop_back();
-            for (auto c : cur.children()) {
-                if (c.type() != pugi::node_element)
-                    continue;
-                if (std::strcmp(lname(c), "f") == 0) {
-                    if (auto nf = fn(c.text().get())) {
-                        c.text().set(nf->c_str());
-                        book.chartsDirty[cp] = true;
-                    }
-                } else
-                    stack.push_back(c);
-            }
-        }
-    }
+    book.rewriteChartFormulas(fn);
     for (auto sh : childL(book.wb.document_element(), "sheets").children())
         if (std::string(sh.attribute("name").value()) == old) {
             sh.attribute("name").set_value(newName.c_str());
@@ -1288,20 +1235,13 @@ void Worksheet::rename(std::string_view newNameView)
             Package::parseXml(app, book.pkg->read(rel.resolved), rel.resolved);
             bool changed = false;
             auto titles = childL(app.document_element(), "TitlesOfParts");
-            std::vector<pugi::xml_node> stack{titles};
-            while (titles && !stack.empty()) {
-                auto cur = stack.back();
-                stack.pop_back();
-                for (auto c : cur.children()) {
-                    if (c.type() != pugi::node_element)
-                        continue;
-                    if (std::strcmp(lname(c), "lpstr") == 0 && old == c.text().get()) {
-                        c.text().set(newName.c_str());
-                        changed = true;
-                    } else
-                        stack.push_back(c);
-                }
-            }
+            walkElements(titles, [&](pugi::xml_node c) {
+                if (std::strcmp(lname(c), "lpstr") != 0 || old != c.text().get())
+                    return false;
+                c.text().set(newName.c_str());
+                changed = true;
+                return true;
+            });
             if (changed)
                 book.pkg->write(rel.resolved, Package::serialize(app));
         }

@@ -8,10 +8,12 @@
 #include <pugixml.hpp>
 
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -58,6 +60,20 @@ inline const char* lname(const pugi::xml_node& n)
     const char* nm = n.name();
     const char* c = std::strchr(nm, ':');
     return c ? c + 1 : nm;
+}
+
+// Visits the elements below n, depth first; visit returns true when it has dealt with an element and
+// false to look inside it.
+template <class Visit> void walkElements(pugi::xml_node n, Visit visit)
+{
+    std::vector<pugi::xml_node> stack{n};
+    while (!stack.empty()) {
+        auto cur = stack.back();
+        stack.pop_back();
+        for (auto c : cur.children())
+            if (c.type() == pugi::node_element && !visit(c))
+                stack.push_back(c);
+    }
 }
 pugi::xml_node childL(const pugi::xml_node& n, const char* local);
 // Inserts (or finds) a child at its schema position given the order list.
@@ -216,6 +232,8 @@ struct BookImpl {
     pugi::xml_node definedNames(bool create);
     std::vector<std::string> chartParts();
     pugi::xml_document& chart(const std::string& part);
+    // Passes every formula of every chart through fn and keeps what it changes.
+    void rewriteChartFormulas(const std::function<std::optional<std::string>(std::string_view)>& fn);
 };
 
 std::string cellText(const BookImpl& book, const Cell& c);

@@ -161,23 +161,6 @@ private Q_SLOTS:
         QCOMPARE(countRows(db, kAll), 0);
     }
 
-    void settingsTableHasItsColumnsInOrder()
-    {
-        QStringList expected{u"CH_USER"_s,       u"CH_BUHIN"_s,    u"CH_ORGPATH"_s,  u"CH_ORGSHEET"_s,
-                             u"CH_CPYPATH"_s,    u"CH_CPYSHEET"_s, u"INT_PAGEMAX"_s, u"CH_HMIDASHI_R"_s,
-                             u"CH_HMIDASHI_C"_s, u"CH_HMIDASHI"_s};
-        for (const QString& i : {u"DWGNO"_s, u"NAME"_s, u"ASSY"_s, u"DATE"_s, u"DESINED"_s, u"SHEET"_s})
-            expected << u"CH_H"_s + i + u"_R"_s << u"CH_H"_s + i + u"_C"_s << u"YN_H"_s + i;
-        for (const QString& i : {u"ZUBAN"_s, u"HINMEI"_s, u"ZAISHITU"_s, u"BIKO"_s, u"SURYO"_s, u"TANKA"_s,
-                                 u"KING"_s, u"MAKER"_s})
-            expected << u"CH_M"_s + i + u"_SR"_s << u"CH_M"_s + i + u"_SC"_s << u"CH_M"_s + i + u"_ER"_s
-                     << u"CH_M"_s + i + u"_EC"_s << u"YN_M"_s + i << u"CH_MM"_s + i;
-        QStringList names = Recordset(m_f.db(), u"SELECT * FROM SETTEI"_s).FieldNames();
-        for (QString& n : names)
-            n = n.toUpper();
-        QCOMPARE(names, expected);
-    }
-
     void transactionsAndReplacedConnections()
     {
         std::shared_ptr<Database> db = m_f.t.db;

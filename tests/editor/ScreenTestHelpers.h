@@ -52,6 +52,16 @@ inline QString textOf(QWidget* screen, const char* name)
     return control<QLineEdit>(screen, name)->text();
 }
 
+// Deletes a screen that is still there, the screens of type T it opened first.
+template <typename T> void deleteScreen(QWidget* screen)
+{
+    if (!screen)
+        return;
+    for (T* child : screen->findChildren<T*>())
+        delete child;
+    delete screen;
+}
+
 // Acts on the modal screen of type T as soon as it is shown (the command that opens it waits in
 // its exec()); a screen a failed check left open is closed, so that the test ends.
 template <typename T> void whenModal(std::function<void(T*)> act, int tries = 2000)

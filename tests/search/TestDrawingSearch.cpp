@@ -49,11 +49,7 @@ private Q_SLOTS:
     }
     void cleanup()
     {
-        if (screen) {
-            for (auto* ed : screen->findChildren<EditorScreen*>())
-                delete ed;
-            delete screen;
-        }
+        deleteScreen<EditorScreen>(screen);
         env.reset();
     }
 

@@ -451,36 +451,6 @@ private Q_SLOTS:
         QVERIFY(w<QPushButton>(u"cmdSave"_s)->isEnabled());
     }
 
-    // With BUHINHYO_SCREENSHOT_DIR set (run under Xvfb), saves pictures of the three screens.
-    void screenshots()
-    {
-        const QString out = qEnvironmentVariable("BUHINHYO_SCREENSHOT_DIR");
-        if (out.isEmpty())
-            QSKIP("BUHINHYO_SCREENSHOT_DIR not set");
-        fillScreen(u"サンプル工業株式会社"_s, PrintFixture::workbook(u"three_sheets.xlsx"_s));
-        w<QCheckBox>(u"chkH_SHEET"_s)->click();
-        w<QCheckBox>(u"chkM_KING"_s)->click();
-        click(u"cmdSave"_s);
-        w<QCheckBox>(u"chkH_SHEET"_s)->click();
-        click(u"cmdSearch"_s);
-        QTest::qWait(200);
-        QVERIFY(screen->grab().save(out + u"/KVRCAD0003.png"_s));
-        f->dialogs.next << PrintFixture::workbook(u"three_sheets.xlsx"_s);
-        whenDialog(u"KVRCAD0004"_s, [out](QWidget* d) {
-            QTest::qWait(200);
-            d->grab().save(out + u"/KVRCAD0004.png"_s);
-            d->close();
-        });
-        click(u"cmdOrgFile"_s);
-        whenDialog(u"KVRCAD0102"_s, [out](QWidget* d) {
-            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"新しい客先"_s);
-            QTest::qWait(200);
-            d->grab().save(out + u"/KVRCAD0102.png"_s);
-            d->close();
-        });
-        click(u"cmdNewUser"_s);
-    }
-
     void closingGivesBackMenuAndConnection()
     {
         QList<bool> menu;

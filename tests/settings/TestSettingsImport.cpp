@@ -37,6 +37,21 @@ class TestSettingsImport : public QObject
                 rs->Field(u"CH_DESINED"_s)};
     }
     void runImport() { QTest::mouseClick(w<QPushButton>(u"cmdImport"_s), Qt::LeftButton); }
+    // The sample layout saved for 客先A and the filled list chosen as the workbook to read.
+    void readyToImport()
+    {
+        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
+                      SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
+    }
+    // Runs the import with the questions answered in this order.
+    void importAnswering(std::initializer_list<MsgAnswer> answers)
+    {
+        f->messages.clear();
+        for (MsgAnswer a : answers)
+            f->messages.setNextAnswer(a);
+        runImport();
+    }
 
 private Q_SLOTS:
     void init()
@@ -73,9 +88,7 @@ private Q_SLOTS:
 
     void importCreatesTables()
     {
-        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
-                      SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
+        readyToImport();
         w<QLineEdit>(u"txtCpySheet"_s)->setText(u"部品表"_s);
         f->messages.clear();
         f->messages.setNextAnswer(MsgAnswer::No); // the summary answered No: nothing written
@@ -95,27 +108,10 @@ private Q_SLOTS:
         QCOMPARE(header(u"D-600"_s, QString()).value(2), u"2026/11/21"_s);
         const auto read = lines(u"D-500"_s);
         QCOMPARE(read.size(), 12);
-        QCOMPARE(read.at(0).zno, u"001"_s);
-        QCOMPARE(read.at(0).hinmei, u"部品1"_s);
-        QCOMPARE(read.at(0).zaishitu, u"SS400"_s);
-        QCOMPARE(read.at(0).suryo.toDouble(), 1.0);
-        QCOMPARE(read.at(0).tani, u"個"_s);
-        QCOMPARE(read.at(0).tanka.toDouble(), 1000.0);
-        QCOMPARE(read.at(0).maker, u"ミスミ"_s);
+        // The cell by cell reading is checked by the print and import round trip; here what only a
+        // hand-filled sheet has: the update date of the import and a total written as "計4".
         QCOMPARE(read.at(0).upd, u"20261121"_s);
-        QVERIFY(!read.at(0).haishi);
         QVERIFY(read.at(3).haishi); // struck through on the sheet
-        QCOMPARE(read.at(9).kingk.toDouble(), 100000.0);
-        const StoredLine& cover = read.at(10);
-        QCOMPARE(cover.zno, u"011"_s);
-        QVERIFY(cover.kakko);
-        QCOMPARE(cover.biko, u"黒アルマイト"_s);
-        QCOMPARE(cover.suryo.toDouble(), 2.0);
-        QCOMPARE(cover.tani, u"R"_s);
-        QCOMPARE(cover.suryo2.toDouble(), 2.0);
-        QCOMPARE(cover.tani2, u"L"_s);
-        QCOMPARE(cover.tanka.toDouble(), 4500.0);
-        QCOMPARE(cover.kingk.toDouble(), 18000.0);
         QCOMPARE(read.at(11).tani, u"計"_s);
         QCOMPARE(read.at(11).suryo.toDouble(), 4.0);
         QCOMPARE(lines(u"D-600"_s).size(), 1);
@@ -123,9 +119,7 @@ private Q_SLOTS:
 
     void aFailureWritesNothing()
     {
-        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
-                      SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
+        readyToImport();
         // The database refuses the lines of the second table, after the first has been written.
         f->ctx.DbConnection->Execute(
             u"CREATE TRIGGER refuse BEFORE INSERT ON BUHINHYO_M "
@@ -141,17 +135,12 @@ private Q_SLOTS:
 
     void existingTablesAreAskedAbout()
     {
-        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
-                      SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
+        readyToImport();
         runImport(); // both created (default answer Yes)
         QCOMPARE(lines(u"D-500"_s).size(), 12);
 
         // D-500: not replaced, not added (skip); D-600: replaced; then the summary answered No.
-        f->messages.clear();
-        for (MsgAnswer a : {MsgAnswer::No, MsgAnswer::No, MsgAnswer::Yes, MsgAnswer::No})
-            f->messages.setNextAnswer(a);
-        runImport();
+        importAnswering({MsgAnswer::No, MsgAnswer::No, MsgAnswer::Yes, MsgAnswer::No});
         QCOMPARE(f->messages.shown.size(), 4);
         QVERIFY(f->messages.shown.at(0).text.contains(u"既に登録されています（明細12行）"_s));
         QVERIFY(f->messages.shown.at(3).text.contains(u"取り込まない：1件"_s));
@@ -160,19 +149,13 @@ private Q_SLOTS:
         QCOMPARE(lines(u"D-600"_s).size(), 1);
 
         // D-500 replaced, D-600 added to; summary Yes.
-        f->messages.clear();
-        for (MsgAnswer a : {MsgAnswer::Yes, MsgAnswer::No, MsgAnswer::Yes, MsgAnswer::Yes})
-            f->messages.setNextAnswer(a);
-        runImport();
+        importAnswering({MsgAnswer::Yes, MsgAnswer::No, MsgAnswer::Yes, MsgAnswer::Yes});
         QCOMPARE(f->codes().last(), u"I100"_s);
         QCOMPARE(lines(u"D-500"_s).size(), 12);
         QCOMPARE(lines(u"D-600"_s).size(), 2);
 
         // Everything skipped: said so, nothing asked further.
-        f->messages.clear();
-        for (MsgAnswer a : {MsgAnswer::No, MsgAnswer::No, MsgAnswer::No, MsgAnswer::No})
-            f->messages.setNextAnswer(a);
-        runImport();
+        importAnswering({MsgAnswer::No, MsgAnswer::No, MsgAnswer::No, MsgAnswer::No});
         QCOMPARE(f->messages.shown.size(), 5);
         QVERIFY(f->messages.shown.last().text.contains(u"取り込む部品表はありません"_s));
     }

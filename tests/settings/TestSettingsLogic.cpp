@@ -129,8 +129,8 @@ private Q_SLOTS:
 
     void importPages()
     {
-        // The cell by cell reading (brackets, strike-through, quantities, prices) is checked on a
-        // real workbook by the import test; here the paging: one table over pages 1 and 2, page 3
+        // The cell by cell reading (brackets, strike-through, quantities, prices) is checked on real
+        // workbooks by the print and import round trip; here the paging: one table over pages 1 and 2, page 3
         // without a drawing number, page 4 another table.
         const SettingsRecord s = sampleLayout();
         MemorySheet sh;
