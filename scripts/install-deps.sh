@@ -1,6 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that building, running and testing buhinhyo need.
 # Only what is missing is installed; nothing happens when everything is there.
+#   --desktop  also what a user at the screen needs (./run): the spreadsheet program that the
+#              preview's "表計算ソフトで開く" and keep-Excel hand the workbook to, and xdg-utils,
+#              through which the desktop picks it. The tests do without them.
+# An entry "a|b" is there when either package is installed; a is installed when neither is.
 set -euo pipefail
 
 packages=(
@@ -15,15 +19,29 @@ packages=(
   sqlite3 unixodbc unixodbc-dev odbc-postgresql postgresql
   # the screens' font, and Excel-like metrics for the rendered workbooks
   fonts-ipafont-gothic fonts-crosextra-carlito fonts-liberation2
-  # rendering workbooks for the preview and the tests
-  libreoffice-calc-nogui poppler-utils
+  # Qt's own texts in Japanese: the buttons of every box, the file, print and page set-up dialogs
+  qt6-translations-l10n
+  # rendering workbooks for the preview and the tests (the full Calc of --desktop does it too)
+  "libreoffice-calc-nogui|libreoffice-calc" poppler-utils
   # a display for the program and its screenshots on a machine without one
   xvfb xauth
 )
 
+if [ "${1:-}" = "--desktop" ]; then
+  packages+=(libreoffice-calc xdg-utils)
+fi
+
+installed() {
+  dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q "install ok installed"
+}
 missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+for entry in "${packages[@]}"; do
+  IFS='|' read -r -a choices <<<"$entry"
+  found=""
+  for p in "${choices[@]}"; do
+    if installed "$p"; then found=1; fi
+  done
+  [ -n "$found" ] || missing+=("${choices[0]}")
 done
 if [ ${#missing[@]} -eq 0 ]; then
   exit 0

@@ -8,6 +8,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPalette>
+#include <QScreen>
 
 void FillComboFromList(IniAccess& ini, QComboBox* combo, const QString& section)
 {
@@ -90,7 +91,29 @@ void ShowScreen(QWidget* screen, QWidget* owner)
         screen->parentWidget() != owner) {
         screen->setParent(owner, screen->windowFlags() | Qt::Window);
     }
+    if (!screen->isVisible() && !screen->testAttribute(Qt::WA_Moved))
+        CentreOver(screen, owner && owner != screen ? owner : nullptr);
     screen->show();
     screen->raise();
     screen->activateWindow();
+}
+
+void CentreOver(QWidget* window, const QWidget* owner)
+{
+    if (!window->testAttribute(Qt::WA_Resized))
+        window->adjustSize();
+    const QWidget* over = owner ? owner->window() : nullptr;
+    QScreen* on = over ? over->screen() : window->screen();
+    if (!on)
+        return;
+    const QRect area = on->availableGeometry();
+    const QRect ownerFrame = over && over->isVisible() ? over->frameGeometry() : area;
+    // The frame of a window not shown yet is unknown: leave room for a title bar.
+    constexpr int kTitleBar = 30;
+    const QSize size = window->size();
+    QPoint topLeft = ownerFrame.center() - QPoint(size.width() / 2, (size.height() + kTitleBar) / 2);
+    topLeft.setX(std::clamp(topLeft.x(), area.left(), std::max(area.left(), area.right() - size.width())));
+    topLeft.setY(
+        std::clamp(topLeft.y(), area.top(), std::max(area.top(), area.bottom() - size.height() - kTitleBar)));
+    window->move(topLeft);
 }

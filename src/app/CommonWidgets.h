@@ -31,5 +31,9 @@ bool IsChecked(const QCheckBox* box);
 void SetFieldEnabled(bool enabled, QWidget* field);
 // With the mode "COLOR ON", enables or disables the field by the check box; any other mode does nothing.
 void ApplyCheckColor(const QCheckBox* box, QWidget* field, const QString& mode);
-// Shows a screen modelessly; when it differs from the owner, it stays above the owner.
+// Shows a screen modelessly; when it differs from the owner, it stays above the owner. The first
+// time, it opens centred over the owner.
 void ShowScreen(QWidget* screen, QWidget* owner);
+// Moves a window that is not shown yet so that it is centred over the owner's window (over the
+// screen when there is no owner), and wholly on the owner's screen.
+void CentreOver(QWidget* window, const QWidget* owner);

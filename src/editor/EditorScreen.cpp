@@ -23,6 +23,7 @@
 #include <QPushButton>
 #include <QTableView>
 #include <QVBoxLayout>
+#include <array>
 
 using namespace EditorCol;
 
@@ -193,6 +194,22 @@ void EditorScreen::fillLists()
     for (QComboBox* c : {m_customer, m_hinmei, m_zaishitu, m_tani, m_tani2, m_maker}) {
         c->setCurrentIndex(-1);
         c->clearEditText();
+    }
+}
+
+void EditorScreen::refreshLists()
+{
+    const std::array<QComboBox*, 6> fields{m_customer, m_hinmei, m_zaishitu, m_tani, m_tani2, m_maker};
+    std::array<QString, 6> shown;
+    for (size_t i = 0; i < fields.size(); ++i)
+        shown[i] = fields[i]->currentText();
+    const QSignalBlocker blockers[] = {QSignalBlocker(m_customer), QSignalBlocker(m_hinmei),
+                                       QSignalBlocker(m_zaishitu), QSignalBlocker(m_tani),
+                                       QSignalBlocker(m_tani2),    QSignalBlocker(m_maker)};
+    fillLists();
+    for (size_t i = 0; i < fields.size(); ++i) {
+        fields[i]->setCurrentIndex(fields[i]->findText(shown[i], Qt::MatchExactly));
+        fields[i]->setEditText(shown[i]);
     }
 }
 

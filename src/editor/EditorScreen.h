@@ -47,6 +47,10 @@ public:
     AppContext& context() { return m_ctx; }
     QTableView* gridView() const { return m_view; }
 
+    // Reads the drop-down lists again (after a list was added to elsewhere); what the fields show
+    // stays.
+    void refreshLists();
+
     // The input area and the current line.
     void refreshInputArea();
     InputValues inputValues() const;

@@ -52,6 +52,9 @@ QComboBox* makeCombo(QWidget* parent, const char* name)
     c->setEditable(true);
     c->setInsertPolicy(QComboBox::NoInsert);
     c->setMaxVisibleItems(20);
+    // What is typed stays as typed: an inline completion would turn "S" into "SS400" before the
+    // history search or the transfer sees it.
+    c->setCompleter(nullptr);
     return c;
 }
 

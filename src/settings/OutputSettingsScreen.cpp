@@ -268,6 +268,8 @@ QWidget* OutputSettingsScreen::buildButtonRow()
     layout->setContentsMargins(0, 0, 0, 0);
     m_search = makeButton(QStringLiteral("cmdSearch"), QStringLiteral("検索(F1)"));
     m_save = makeButton(QStringLiteral("cmdSave"), QStringLiteral("登録(F5)"));
+    // After a load the caption says "新規登録" or "更新"; the key still presses it.
+    m_save->setToolTip(QStringLiteral("F5キーでも押せます"));
     m_orgButton = makeButton(QStringLiteral("cmdOrgFile"), QStringLiteral("雛形ﾌｧｲﾙ設定"));
     m_cpyButton = makeButton(QStringLiteral("cmdCpyFile"), QStringLiteral("取込ﾌｧｲﾙ設定"));
     m_preview = makeButton(QStringLiteral("cmdPreview"), QStringLiteral("印刷ﾌﾟﾚﾋﾞｭｰ"));

@@ -11,7 +11,9 @@
 #include "SearchAidsGlue.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -165,12 +167,18 @@ private Q_SLOTS:
         });
         click(ed.get(), "cmdHinmeiHistory");
         QCOMPARE(textOf(ed.get(), "cboHinmei"), u"ボルト"_qs);
-        // Material history with a maker filter.
+        // Material history: a typed "S" stays as typed (no completion to a listed material); the
+        // input area's maker narrows the search, shows on the screen and can be let go there.
         typeInto(ed.get(), "cboMaker", u"オリエンタル"_qs);
         typeInto(ed.get(), "cboZaishitu", QString());
+        QTest::keyClicks(control<QComboBox>(ed.get(), "cboZaishitu")->lineEdit(), u"S"_qs);
+        QCOMPARE(textOf(ed.get(), "cboZaishitu"), u"S"_qs);
         whenModal<HistorySearchDialog>([](HistorySearchDialog* d) {
             QCOMPARE(d->windowTitle(), u"材質履歴検索"_qs);
             QCOMPARE(d->entries().size(), 1);
+            QCOMPARE(d->findChild<QLabel*>(u"lblMaker"_qs)->text(), u"オリエンタル"_qs);
+            d->findChild<QCheckBox*>(u"chkMaker"_qs)->click();
+            QVERIFY(d->entries().size() > 1);
             QTest::keyClick(d, Qt::Key_F5);
         });
         click(ed.get(), "cmdZaishituHistory");
@@ -184,14 +192,17 @@ private Q_SLOTS:
         click(ed.get(), "cmdKakkoInput");
         QCOMPARE(textOf(ed.get(), "txtBiko"), u"M10"_qs);
 
-        // The list button beside the unit field opens the picker on the unit tab.
+        // The list button beside the unit field opens the picker on the unit tab; a unit added
+        // there is in the editor's unit lists at once.
         whenModal<ListPickerDialog>([](ListPickerDialog* p) {
             QCOMPARE(p->tabs()->currentIndex(), 10);
-            p->list(10)->setCurrentRow(1);
+            p->findChild<QLineEdit*>(u"txtNewEntry"_qs)->setText(u"缶"_qs);
+            p->findChild<QPushButton*>(u"cmdAdd"_qs)->click();
             QTest::keyClick(p, Qt::Key_F5);
         });
         click(ed.get(), "cmdListTani2");
-        QCOMPARE(textOf(ed.get(), "cboTani2"), u"本"_qs);
+        QCOMPARE(textOf(ed.get(), "cboTani2"), u"缶"_qs);
+        QVERIFY(control<QComboBox>(ed.get(), "cboTani")->findText(u"缶"_qs) >= 0);
         for (const char* name :
              {"cmdListUser", "cmdListHinmei", "cmdListZaishitu", "cmdListTani", "cmdListMaker"})
             QVERIFY(ed->findChild<QPushButton*>(QString::fromLatin1(name)));

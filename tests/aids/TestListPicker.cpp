@@ -38,19 +38,25 @@ private Q_SLOTS:
         for (int i = 0; i < tabs->count(); ++i)
             captions << tabs->tabText(i);
         QCOMPARE(captions,
-                 (QStringList{u"客先"_qs, u"品名"_qs, u"品名"_qs, u"品名"_qs, u"品名"_qs, u"メーカー"_qs,
-                              u"材質"_qs, u"材質"_qs, u"材質"_qs, u"材質"_qs, u"単位"_qs}));
+                 (QStringList{u"客先"_qs, u"品名1"_qs, u"品名2"_qs, u"品名3"_qs, u"品名4"_qs, u"メーカー"_qs,
+                              u"材質1"_qs, u"材質2"_qs, u"材質3"_qs, u"材質4"_qs, u"単位"_qs}));
         QCOMPARE(tabs->currentIndex(), 7);
+        // Only the material lists can fill a material field.
+        for (int i = 0; i < tabs->count(); ++i)
+            QCOMPARE(tabs->isTabEnabled(i), i >= 6 && i <= 9);
         QCOMPARE(picker.list(7)->count(), 1);
         QCOMPARE(picker.list(7)->item(0)->text(), u"SUS304"_qs);
-        // Other tabs are read when they are opened.
+        // Other tabs are read when they are opened; a unit never goes into the material field.
         QCOMPARE(picker.list(10)->count(), 0);
         tabs->setCurrentIndex(10);
         QCOMPARE(picker.list(10)->count(), 3);
         picker.list(10)->setCurrentRow(2);
         QTest::keyClick(picker.list(10), Qt::Key_Return);
+        QVERIFY(field.text().isEmpty() && picker.isVisible());
+        tabs->setCurrentIndex(7);
+        QTest::keyClick(picker.list(7), Qt::Key_Return);
         QCOMPARE(picker.result(), int(QDialog::Accepted));
-        QCOMPARE(field.text(), u"ｍ"_qs);
+        QCOMPARE(field.text(), u"SUS304"_qs);
         QVERIFY(env->messages.shown.isEmpty());
     }
 

@@ -1,13 +1,18 @@
 #include "CommonWidgets.h"
 #include "IniAccess.h"
 #include "MessageService.h"
+#include "QtJapanese.h"
 #include "TestSupport.h"
 #include "WidgetServices.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialogButtonBox>
+#include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QtTest>
 
 using namespace Qt::StringLiterals;
@@ -114,10 +119,14 @@ private Q_SLOTS:
     {
         QWidget owner;
         owner.setObjectName(u"KVRCAD0000"_s);
+        owner.setGeometry(100, 50, 500, 400);
+        owner.show();
         auto* screen = new QWidget;
         screen->setObjectName(u"KVRCAD0001"_s);
+        screen->resize(300, 200);
         ShowScreen(screen, &owner);
         QCOMPARE(screen->parentWidget(), &owner);
+        QVERIFY((screen->frameGeometry().center() - owner.frameGeometry().center()).manhattanLength() < 40);
         QVERIFY(screen->isWindow());
         QVERIFY(screen->isVisible());
         ShowScreen(screen, &owner); // shown again: stays with the same owner
@@ -128,6 +137,34 @@ private Q_SLOTS:
         ShowScreen(&same, &owner); // same name: no owner
         QCOMPARE(same.parentWidget(), nullptr);
         QVERIFY(same.isVisible());
+    }
+
+    void boxesSpeakJapaneseAndFitTheirText()
+    {
+        QVERIFY(LoadQtJapanese(*qApp));
+        const QString line =
+            u"取込ﾌｧｲﾙのデータを登録します。「いいえ」を選ぶと何もしません。よろしいですか？"_s;
+        QStringList buttons;
+        bool wrapped = true;
+        int width = 0;
+        QTimer::singleShot(0, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            QVERIFY(box);
+            for (QAbstractButton* b : box->buttons())
+                buttons << b->text();
+            auto* label = box->findChild<QLabel*>(u"qt_msgbox_label"_s);
+            wrapped = label->height() > 2 * label->fontMetrics().height();
+            width = box->width();
+            box->reject();
+        });
+        WidgetMessageService messages;
+        messages.show(MsgIcon::Question, MsgButtons::YesNo, u"インフォメーション"_s, line);
+        buttons.sort();
+        QCOMPARE(buttons, (QStringList{u"いいえ"_s, u"はい"_s}));
+        QVERIFY(!wrapped);
+        QVERIFY(width > QFontMetrics(screenFont()).horizontalAdvance(line));
+        QDialogButtonBox dialogButtons(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+        QCOMPARE(dialogButtons.button(QDialogButtonBox::Cancel)->text(), u"キャンセル"_s);
     }
 
     void screenFontFallsBackToAJapaneseFont()

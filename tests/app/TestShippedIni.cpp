@@ -7,6 +7,7 @@
 #include "MessageService.h"
 #include "TestSupport.h"
 
+#include <QRegularExpression>
 #include <QtTest>
 #include <utility>
 
@@ -99,6 +100,17 @@ private Q_SLOTS:
             QVERIFY(ReadList(ini, section).size() >= 5);
             QCOMPARE(StrictInt(ini.get(section, u"INDEX"_s)), n - 1);
         }
+        // Every customer of the sample tables and of the staged output settings can be chosen.
+        QFile samples(sourceDir() + u"/data/sample-data.sql"_s);
+        QVERIFY(samples.open(QIODevice::ReadOnly));
+        QStringList sampleCustomers{u"株式会社サンプル機工"_s};
+        static const QRegularExpression header(
+            u"INSERT INTO BUHINHYO \\(.*VALUES \\('[^']*','[^']*','[^']*','([^']*)'"_s);
+        for (auto it = header.globalMatch(QString::fromUtf8(samples.readAll())); it.hasNext();)
+            sampleCustomers << it.next().captured(1);
+        const QStringList customers = ReadList(ini, u"USER"_s);
+        for (const QString& customer : sampleCustomers)
+            QVERIFY2(customers.contains(customer), qPrintable(customer));
         const QStringList units = ReadList(ini, u"STANI"_s);
         for (const QString& unit : {u"個"_s, u"本"_s, u"枚"_s, u"組"_s, u"セット"_s, u"m"_s, u"R"_s, u"L"_s,
                                     u"R/L×"_s, u"L/R×"_s, u"計"_s})

@@ -14,6 +14,7 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QtTest>
 
 using namespace Qt::StringLiterals;
@@ -265,6 +266,33 @@ private Q_SLOTS:
         enable(true); // a late call from a screen finds no menu and does nothing
     }
 
+    void closingTheMenuAsksEachScreenOnce()
+    {
+        // A work screen that refuses to close (the editor's closing question answered No).
+        struct Refusing : QWidget {
+            using QWidget::QWidget;
+            int asked = 0;
+            bool refuse = true;
+            void closeEvent(QCloseEvent* e) override
+            {
+                ++asked;
+                e->setAccepted(!refuse);
+            }
+        };
+        startWith(completeMenuText());
+        Refusing* screen = nullptr;
+        m_menu->registerScreen(
+            1, [&](QWidget* owner) -> QWidget* { return screen = new Refusing(owner, Qt::Window); });
+        QTest::mouseClick(left(1), Qt::LeftButton);
+        QVERIFY(!m_menu->close());
+        QCOMPARE(screen->asked, 1);
+        QVERIFY(m_menu->isVisible() && screen->isVisible());
+        screen->refuse = false;
+        QVERIFY(m_menu->close());
+        QCOMPARE(screen->asked, 2);
+        QVERIFY(!screen->isVisible());
+    }
+
     void theStartRoutineShowsTheDressedMenuOnce()
     {
         writeCp932File(m_dir->filePath(u"PARA.ini"_s), completeMenuText());
@@ -283,6 +311,10 @@ private Q_SLOTS:
         QCOMPARE(menu->findChild<QPushButton*>(u"cmdLeft_0"_s)->text(), u"G1ボタン1"_s);
         QPointer<KVRInfo> info = menu->findChild<KVRInfo*>(u"KVRInfo"_s);
         QVERIFY(info && info->isVisible());
+        // The menu is placed by the program, on the screen, with the information centred over it.
+        QVERIFY(menu->testAttribute(Qt::WA_Moved));
+        QVERIFY(menu->screen()->availableGeometry().contains(menu->pos()));
+        QVERIFY((info->geometry().center() - menu->frameGeometry().center()).manhattanLength() < 40);
         QTRY_VERIFY_WITH_TIMEOUT(!info, 5000);
 
         // A second start while the first runs: the work folder is there, E001, no menu.

@@ -24,21 +24,41 @@ public:
     QString shotFolder;
     int pages = 0;
     QString pageLabel1, pageLabel2;
+    // Paging: the buttons usable at page 1 and at the end, where End and PageUp lead.
+    QList<bool> prevNextAtFirst, prevNextAtLast;
+    QString labelAfterEnd, labelAfterPageUp;
+    double fittedScale = 0, zoomedInScale = 0;
+    bool fitsTheScreen = false;
     void preview(const QString& workbookPath) override
     {
         PreviewWindow w(workbookPath, workFolder);
         QSignalSpy done(&w, &PreviewWindow::renderingDone);
         w.show();
+        QApplication::setActiveWindow(&w);
         QVERIFY(done.wait(120000));
         QCOMPARE(done.first().first().toBool(), true);
         pages = w.pageCount();
         QTest::qWait(200);
-        pageLabel1 = w.findChild<QLabel*>(QStringLiteral("pageLabel"))->text();
+        auto* label = w.findChild<QLabel*>(QStringLiteral("pageLabel"));
+        auto* prev = w.findChild<QPushButton*>(QStringLiteral("prevPageButton"));
+        auto* next = w.findChild<QPushButton*>(QStringLiteral("nextPageButton"));
+        pageLabel1 = label->text();
+        prevNextAtFirst = {prev->isEnabled(), next->isEnabled()};
+        fitsTheScreen = w.frameGeometry().height() <= w.screen()->availableGeometry().height() &&
+                        w.minimumSizeHint().width() < 800;
         w.grab().save(shotFolder + QStringLiteral("/preview-page1.png"));
-        QTest::mouseClick(w.findChild<QPushButton*>(QStringLiteral("nextPageButton")), Qt::LeftButton);
+        QTest::mouseClick(next, Qt::LeftButton);
         QTest::qWait(200);
-        pageLabel2 = w.findChild<QLabel*>(QStringLiteral("pageLabel"))->text();
+        pageLabel2 = label->text();
         w.grab().save(shotFolder + QStringLiteral("/preview-page2.png"));
+        QTest::keyClick(&w, Qt::Key_End);
+        labelAfterEnd = label->text();
+        prevNextAtLast = {prev->isEnabled(), next->isEnabled()};
+        QTest::keyClick(&w, Qt::Key_PageUp);
+        labelAfterPageUp = label->text();
+        fittedScale = w.shownScale();
+        QTest::mouseClick(w.findChild<QPushButton*>(QStringLiteral("zoomInButton")), Qt::LeftButton);
+        zoomedInScale = w.shownScale();
     }
     void keepWorkbook(const QString&) override {}
 };
@@ -72,6 +92,13 @@ private Q_SLOTS:
         QCOMPARE(p.pages, 3);
         QCOMPARE(p.pageLabel1, QStringLiteral("1 / 3 頁"));
         QCOMPARE(p.pageLabel2, QStringLiteral("2 / 3 頁"));
+        QCOMPARE(p.prevNextAtFirst, (QList<bool>{false, true}));
+        QCOMPARE(p.labelAfterEnd, QStringLiteral("3 / 3 頁"));
+        QCOMPARE(p.prevNextAtLast, (QList<bool>{true, false}));
+        QCOMPARE(p.labelAfterPageUp, QStringLiteral("2 / 3 頁"));
+        // "拡大" from the whole page enlarges it.
+        QVERIFY2(p.zoomedInScale > p.fittedScale, qPrintable(QString::number(p.fittedScale)));
+        QVERIFY(p.fitsTheScreen);
     }
 
     void printsTheRenderedPages()
@@ -127,9 +154,37 @@ private Q_SLOTS:
         QVERIFY(w.findChild<QLabel*>(QStringLiteral("problemLabel"))
                     ->text()
                     .contains(QStringLiteral("LibreOffice")));
-        QVERIFY(w.findChild<QPushButton*>(QStringLiteral("openWorkbookButton"))->isEnabled());
+        auto* open = w.findChild<QPushButton*>(QStringLiteral("openWorkbookButton"));
+        QVERIFY(open->isEnabled());
         QVERIFY(!w.findChild<QPushButton*>(QStringLiteral("printButton"))->isEnabled());
         w.grab().save(shotFolder() + QStringLiteral("/preview-no-libreoffice.png"));
+
+        // Nothing on the machine opens the workbook: a box says so and names it.
+        QFile book(dir.filePath(QStringLiteral("x.xlsx")));
+        QVERIFY(book.open(QIODevice::WriteOnly));
+        book.close();
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", dir.path().toLocal8Bit());
+        ScriptedMessageService messages;
+        w.setMessageService(&messages);
+        open->click();
+        QCOMPARE(messages.shown.size(), 1);
+        QVERIFY(messages.shown[0].text.contains(QStringLiteral("x.xlsx")));
+        // The desktop names a program for workbooks: xdg-open is given the workbook.
+        const QString opened = dir.filePath(QStringLiteral("opened"));
+        const QString scripts[][2] = {
+            {QStringLiteral("xdg-mime"), QStringLiteral("echo calc.desktop")},
+            {QStringLiteral("xdg-open"), QStringLiteral("echo \"$1\" > ") + opened}};
+        for (const auto& [name, body] : scripts) {
+            QFile script(dir.filePath(name));
+            QVERIFY(script.open(QIODevice::WriteOnly));
+            script.write("#!/bin/sh\n" + body.toUtf8() + '\n');
+            script.setPermissions(script.permissions() | QFile::ExeOwner);
+        }
+        open->click();
+        QTRY_COMPARE(QString::fromUtf8(readFileBytes(opened)).trimmed(), book.fileName());
+        QCOMPARE(messages.shown.size(), 1);
+        qputenv("PATH", path);
         LibreOffice::setProgram(QStandardPaths::findExecutable(QStringLiteral("soffice")));
     }
 };
