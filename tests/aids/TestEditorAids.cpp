@@ -171,6 +171,8 @@ private Q_SLOTS:
         // input area's maker narrows the search, shows on the screen and can be let go there.
         typeInto(ed.get(), "cboMaker", u"オリエンタル"_qs);
         typeInto(ed.get(), "cboZaishitu", QString());
+        QApplication::setActiveWindow(ed.get());
+        control<QComboBox>(ed.get(), "cboZaishitu")->setFocus();
         QTest::keyClicks(control<QComboBox>(ed.get(), "cboZaishitu")->lineEdit(), u"S"_qs);
         QCOMPARE(textOf(ed.get(), "cboZaishitu"), u"S"_qs);
         whenModal<HistorySearchDialog>([](HistorySearchDialog* d) {

@@ -153,7 +153,7 @@ private Q_SLOTS:
             for (QAbstractButton* b : box->buttons())
                 buttons << b->text();
             auto* label = box->findChild<QLabel*>(u"qt_msgbox_label"_s);
-            wrapped = label->height() > 2 * label->fontMetrics().height();
+            wrapped = label->height() > label->fontMetrics().height() * 3 / 2;
             width = box->width();
             box->reject();
         });
