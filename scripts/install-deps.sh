@@ -7,6 +7,15 @@
 # An entry "a|b" is there when either package is installed; a is installed when neither is.
 set -euo pipefail
 
+# LibreOffice renders the workbooks; the tests need only its converter ("nogui"), a user at the
+# screen Calc with its windows, which converts as well.
+calc="libreoffice-calc-nogui|libreoffice-calc"
+desktop=()
+if [ "${1:-}" = "--desktop" ]; then
+  calc=libreoffice-calc
+  desktop=(xdg-utils)
+fi
+
 packages=(
   # build
   cmake ninja-build g++ pkg-config
@@ -21,15 +30,12 @@ packages=(
   fonts-ipafont-gothic fonts-crosextra-carlito fonts-liberation2
   # Qt's own texts in Japanese: the buttons of every box, the file, print and page set-up dialogs
   qt6-translations-l10n
-  # rendering workbooks for the preview and the tests (the full Calc of --desktop does it too)
-  "libreoffice-calc-nogui|libreoffice-calc" poppler-utils
+  # rendering workbooks for the preview and the tests
+  "$calc" poppler-utils
   # a display for the program and its screenshots on a machine without one
   xvfb xauth
+  "${desktop[@]}"
 )
-
-if [ "${1:-}" = "--desktop" ]; then
-  packages+=(libreoffice-calc xdg-utils)
-fi
 
 installed() {
   dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q "install ok installed"

@@ -13,6 +13,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -79,7 +80,8 @@ ListPickerDialog::ListPickerDialog(IniAccess& ini, const QString& section, QWidg
     connect(m_newEntry, &QLineEdit::textChanged, this, [this] { updateButtons(); });
 
     applyScreenFont(this);
-    resize(640, 480);
+    // Wide enough for all eleven tabs side by side.
+    resize(std::max(640, m_tabs->tabBar()->sizeHint().width() + 40), 480);
 
     const int start = qMax(0, ListTabIndex(section));
     if (m_tabs->currentIndex() == start)
