@@ -6,11 +6,13 @@
 #include <QWidget>
 
 MsgAnswer WidgetMessageService::show(MsgIcon icon, MsgButtons buttons, const QString& title,
-                                     const QString& text)
+                                     const QString& text, const QString& detail)
 {
     QMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(title);
     box.setText(text);
+    if (!detail.isEmpty())
+        box.setDetailedText(detail);
     switch (icon) {
     case MsgIcon::None:
         box.setIcon(QMessageBox::NoIcon);

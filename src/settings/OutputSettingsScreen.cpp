@@ -317,7 +317,7 @@ void OutputSettingsScreen::buildControls()
     addFunctionKey(Qt::Key_F12, m_end);
 
     // A click on a customer of the list, or a change of the kind, loads at once.
-    connect(m_user, &QComboBox::activated, this, [this] { runAction([this] { search(); }); });
+    OnListPicked(m_user, this, [this] { runAction([this] { search(); }); });
     for (QRadioButton* option : {m_manufactured, m_purchased})
         connect(option, &QRadioButton::toggled, this, [this](bool on) {
             if (on && !m_filling && !m_busy)
@@ -609,12 +609,8 @@ void OutputSettingsScreen::chooseImport()
 
 void OutputSettingsScreen::preview()
 {
-    if (!m_ctx.printRun) {
-        m_ctx.messages->show(MsgIcon::Information, MsgButtons::Ok, QStringLiteral("印刷ﾌﾟﾚﾋﾞｭｰ"),
-                             QStringLiteral("このプログラムには印刷出力が組み込まれていないため、"
-                                            "プレビューできません。"));
+    if (!m_ctx.printRun)
         return;
-    }
     PrintRequest request;
     request.caller = this;
     request.runMode = QStringLiteral("TEST");

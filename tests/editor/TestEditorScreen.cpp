@@ -483,6 +483,7 @@ private Q_SLOTS:
         QTableView* view = ed.gridView();
         for (int c = 0; c < Count; ++c)
             QCOMPARE(view->isColumnHidden(c), c == No || c >= Number);
+        QCOMPARE(control<QAbstractButton>(view, "grdBuhinCorner")->text(), u"№"_qs);
         QCOMPARE(view->model()->headerData(Hinmei, Qt::Horizontal).toString(), u"品　　名"_qs);
         QCOMPARE(view->model()->headerData(Maker, Qt::Horizontal).toString(), u"メーカー"_qs);
         QCOMPARE(view->verticalHeader()->sectionSize(0), ed.lineHeight());

@@ -24,9 +24,9 @@ public:
     QString shotFolder;
     int pages = 0;
     QString pageLabel1, pageLabel2;
-    void preview(const QString& workbookPath) override
+    void preview(const QString& workbookPath, const QString& printPath) override
     {
-        PreviewWindow w(workbookPath, workFolder);
+        PreviewWindow w(workbookPath, workFolder, nullptr, printPath);
         QSignalSpy done(&w, &PreviewWindow::renderingDone);
         w.show();
         QVERIFY(done.wait(120000));
