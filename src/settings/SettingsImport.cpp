@@ -47,6 +47,17 @@ void OutputSettingsScreen::importData()
     // drop-downs as they stand.
     Database& db = database();
     const SettingsRecord settings = recordFromScreen();
+    // The tables are stored for the customer, and the sheet is read page by page.
+    if (settings.user.trimmed().isEmpty()) {
+        m_ctx.ini->ShowMessage(QStringLiteral("E117"), QString());
+        focusAfterAction(m_user);
+        return;
+    }
+    if (settings.pageMax.trimmed().isEmpty()) {
+        m_ctx.ini->ShowMessage(QStringLiteral("E118"), QString());
+        focusAfterAction(m_pageMax);
+        return;
+    }
     QApplication::setOverrideCursor(Qt::WaitCursor);
     ImportPlan plan;
     try {

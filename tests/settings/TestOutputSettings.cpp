@@ -344,7 +344,7 @@ private Q_SLOTS:
         combo(u"cboPageMax"_s)->setEditText(u"44"_s);
         user->lineEdit()->clear();
         QTest::mouseClick(user->lineEdit(), Qt::LeftButton);
-        QTest::keyClicks(user->lineEdit(), u"客先B"_s);
+        QTest::sendKeyEvent(QTest::Click, user->lineEdit(), Qt::Key_unknown, u"客先B"_s, Qt::NoModifier);
         QTest::keyClick(user->lineEdit(), Qt::Key_Tab);
         QCOMPARE(combo(u"cboPageMax"_s)->currentText(), u"44"_s);
         QTest::mouseClick(user->lineEdit(), Qt::LeftButton);
