@@ -98,12 +98,9 @@ void EditorScreen::connectCommands()
     connect(m_transfer, &QPushButton::clicked, this, [this] { command([this] { transfer(); }); });
     connect(m_clear, &QPushButton::clicked, this, [this] { clearInput(); });
     connect(m_clearChar, &QPushButton::clicked, this, [this] { clearLastCharacter(); });
-    connect(m_nameHistory, &QPushButton::clicked, this,
-            [this] { runAid(m_aids.nameHistory); });
-    connect(m_materialHistory, &QPushButton::clicked, this,
-            [this] { runAid(m_aids.materialHistory); });
-    connect(m_bracketAid, &QPushButton::clicked, this,
-            [this] { runAid(m_aids.bracket); });
+    connect(m_nameHistory, &QPushButton::clicked, this, [this] { runAid(m_aids.nameHistory); });
+    connect(m_materialHistory, &QPushButton::clicked, this, [this] { runAid(m_aids.materialHistory); });
+    connect(m_bracketAid, &QPushButton::clicked, this, [this] { runAid(m_aids.bracket); });
     connect(m_copyAll, &QPushButton::clicked, this, [this] { runAid(m_aids.copyAll); });
 
     BindFunctionKey(this, Qt::Key_F5, m_update);

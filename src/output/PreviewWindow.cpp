@@ -35,8 +35,8 @@ QPushButton* button(QWidget* parent, const QString& text, const char* name)
 
 PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent,
                              const QString& printPath)
-    : QDialog(parent), m_workbookPath(workbookPath), m_printPath(printPath.isEmpty() ? workbookPath : printPath),
-      m_workFolder(workFolder),
+    : QDialog(parent), m_workbookPath(workbookPath),
+      m_printPath(printPath.isEmpty() ? workbookPath : printPath), m_workFolder(workFolder),
       m_printer(QPrinter::HighResolution)
 {
     setObjectName(QStringLiteral("PreviewWindow"));

@@ -109,13 +109,13 @@ public:
     void selectOutputSheet(const QString& name, int formRows) override
     {
         const auto index = m_book.findSheet(name.toStdString());
-        if (!index)
-        {
+        if (!index) {
             QStringList names;
             for (const std::string& n : m_book.sheetNames())
                 names << QString::fromStdString(n);
             throw RuntimeError::outOfRange().withCause(
-                QStringLiteral("ブックにシート「%1」がありません（あるシート：%2）。").arg(name, names.join(u'、')));
+                QStringLiteral("ブックにシート「%1」がありません（あるシート：%2）。")
+                    .arg(name, names.join(u'、')));
         }
         try {
             m_target.sheet = &m_book.sheet(*index);

@@ -118,12 +118,13 @@ private Q_SLOTS:
                 QSqlQuery(db->sql()).exec(u"DROP TABLE "_s + table);
             applySchemaFile(*db, old.fileName());
             QSqlQuery q(db->sql());
-            for (const QString& sql :
-                 {u"INSERT INTO BUHINHYO (CH_DWGNO, CH_ASSY, CH_BUHIN) VALUES ('K-2401', '01', '1')"_s,
-                  u"INSERT INTO BUHINHYO_M (CH_DWGNO, CH_ASSY, CH_BUHIN, INT_SURYO) VALUES ('K-2401', '01', '1', 2.5)"_s,
-                  u"INSERT INTO BUHINHYO_M (CH_DWGNO, CH_ASSY, CH_BUHIN) VALUES ('K-2401', '01', '1')"_s,
-                  u"DELETE FROM BUHINHYO_M WHERE INT_NUMBER = 2"_s,
-                  u"INSERT INTO SETTEI (CH_USER, CH_BUHIN) VALUES ('ABC精機', '1')"_s})
+            for (
+                const QString& sql :
+                {u"INSERT INTO BUHINHYO (CH_DWGNO, CH_ASSY, CH_BUHIN) VALUES ('K-2401', '01', '1')"_s,
+                 u"INSERT INTO BUHINHYO_M (CH_DWGNO, CH_ASSY, CH_BUHIN, INT_SURYO) VALUES ('K-2401', '01', '1', 2.5)"_s,
+                 u"INSERT INTO BUHINHYO_M (CH_DWGNO, CH_ASSY, CH_BUHIN) VALUES ('K-2401', '01', '1')"_s,
+                 u"DELETE FROM BUHINHYO_M WHERE INT_NUMBER = 2"_s,
+                 u"INSERT INTO SETTEI (CH_USER, CH_BUHIN) VALUES ('ABC精機', '1')"_s})
                 QVERIFY2(q.exec(sql), qPrintable(q.lastError().text()));
             QCOMPARE(countRows(*db, u"SELECT * FROM BUHINHYO WHERE CH_DWGNO = 'k-2401'"_s), 0);
         }

@@ -431,7 +431,8 @@ private Q_SLOTS:
                   "(SELECT v FROM (SELECT '1' z, 0.0001 v UNION SELECT '2', 2.5 UNION SELECT '3', 100000 "
                   "UNION SELECT '4', 1000000 UNION SELECT '5', 2147483647) WHERE z = CH_ZNO)"_qs);
         env->exec(u"UPDATE BUHINHYO_M SET INT_SURYO2 = INT_TANKA, INT_KINGK = INT_TANKA"_qs);
-        const QString stored = u"SELECT INT_SURYO, INT_SURYO2, INT_TANKA, INT_KINGK FROM BUHINHYO_M ORDER BY CH_ZNO"_qs;
+        const QString stored =
+            u"SELECT INT_SURYO, INT_SURYO2, INT_TANKA, INT_KINGK FROM BUHINHYO_M ORDER BY CH_ZNO"_qs;
         const QList<QStringList> before = env->rows(stored);
         EditorScreen* ed = openFromSearch(u"D-100"_qs, u"250-01"_qs, u"ベース組立"_qs);
         QVERIFY(ed && showActive(ed));

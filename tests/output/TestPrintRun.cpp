@@ -232,7 +232,8 @@ private Q_SLOTS:
         QVERIFY2(problem.isEmpty(), qPrintable(problem));
         QCOMPARE(PdfPageCount(shown), 1);
         QVERIFY(PdfText(shown, 1).contains(QStringLiteral("1 / 1")));
-        QCOMPARE(PdfPageCount(RenderPdf(f->ctx.WorkbookPath, out.filePath(QStringLiteral("kept")), &problem)), 3);
+        QCOMPARE(PdfPageCount(RenderPdf(f->ctx.WorkbookPath, out.filePath(QStringLiteral("kept")), &problem)),
+                 3);
     }
 
     void testModePrintsSampleLines()
@@ -310,8 +311,9 @@ private Q_SLOTS:
         QCOMPARE(f->messages.shown[0].text,
                  QStringLiteral("プレビュー中にエラーが発生しました。設定内容の確認を行って下さい（9)"));
         // The cause is the box's detail text: the missing sheet, those there are, the step, the file.
-        for (const QString& part : {QStringLiteral("「無いシート」がありません（あるシート：部品表）"),
-                                    QStringLiteral("処理：出力シート"), QStringLiteral("mfg_parts_template.xlsx")})
+        for (const QString& part :
+             {QStringLiteral("「無いシート」がありません（あるシート：部品表）"),
+              QStringLiteral("処理：出力シート"), QStringLiteral("mfg_parts_template.xlsx")})
             QVERIFY2(f->messages.shown[0].detail.contains(part), qPrintable(f->messages.shown[0].detail));
         QVERIFY(presenter.previewed.isEmpty());
     }
