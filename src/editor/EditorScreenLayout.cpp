@@ -47,6 +47,7 @@ public:
         QStyleOptionHeader opt;
         opt.initFrom(corner);
         opt.state = QStyle::State_Enabled | QStyle::State_Raised;
+        opt.palette.setCurrentColorGroup(QPalette::Active); // the corner is disabled, its text is not
         opt.rect = corner->rect();
         opt.text = corner->text();
         opt.textAlignment = Qt::AlignCenter;

@@ -287,9 +287,10 @@ void OutputSettingsScreen::buildControls()
     m_detailFrame = buildDetailFrame();
 
     auto* importNote = new QLabel(
-        QStringLiteral("ﾃﾞｰﾀ取込実行：取込ｴｸｾﾙのｼｰﾄを登録済みの設定のセルと列で１頁行数ごとに読みます。"
-                       "DWG.№の無い頁は読み飛ばし、取消線の明細は廃止として取り込みます。"
-                       "書き込む前に件数を確認し、既にある部品表は置き換え・追加・取り込まないを選べます。"),
+        QStringLiteral(
+            "ﾃﾞｰﾀ取込実行：取込ｴｸｾﾙのｼｰﾄを画面の設定（未登録でも可）のセルと列で１頁行数ごとに読みます。"
+            "DWG.№の無い頁は読み飛ばし、取消線の明細は廃止として取り込みます。"
+            "書き込む前に件数を確認し、既にある部品表は置き換え・追加・取り込まないを選べます。"),
         this);
     importNote->setObjectName(QStringLiteral("lblImportNote"));
     importNote->setWordWrap(true);
