@@ -3,12 +3,15 @@
 #include "Common.h"
 #include "IniAccess.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPalette>
 #include <QScreen>
+#include <QTimer>
 
 void FillComboFromList(IniAccess& ini, QComboBox* combo, const QString& section)
 {
@@ -116,4 +119,43 @@ void CentreOver(QWidget* window, const QWidget* owner)
     topLeft.setY(
         std::clamp(topLeft.y(), area.top(), std::max(area.top(), area.bottom() - size.height() - kTitleBar)));
     window->move(topLeft);
+}
+
+namespace
+{
+// Sees the click or key by which the open list hands an item to its drop-down. Installed after the
+// drop-down's own watcher of the list, it sees the event first; the mark lasts until the event
+// has been handled.
+class ListPickWatch : public QObject
+{
+public:
+    using QObject::QObject;
+    bool picking = false;
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        bool pick = event->type() == QEvent::MouseButtonRelease;
+        if (event->type() == QEvent::KeyPress) {
+            const int key = static_cast<QKeyEvent*>(event)->key();
+            pick = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Select;
+        }
+        if (pick) {
+            picking = true;
+            QTimer::singleShot(0, this, [this] { picking = false; });
+        }
+        return false;
+    }
+};
+} // namespace
+
+void OnListPicked(QComboBox* combo, QObject* context, std::function<void()> act)
+{
+    auto* watch = new ListPickWatch(combo);
+    combo->view()->installEventFilter(watch);
+    combo->view()->viewport()->installEventFilter(watch);
+    QObject::connect(combo, &QComboBox::activated, context, [watch, act = std::move(act)] {
+        if (!watch->picking)
+            return;
+        watch->picking = false;
+        act();
+    });
 }

@@ -60,11 +60,13 @@ private:
 } // namespace
 
 MsgAnswer WidgetMessageService::show(MsgIcon icon, MsgButtons buttons, const QString& title,
-                                     const QString& text)
+                                     const QString& text, const QString& detail)
 {
     FittedMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(title);
     box.setText(text);
+    if (!detail.isEmpty())
+        box.setDetailedText(detail);
     switch (icon) {
     case MsgIcon::None:
         box.setIcon(QMessageBox::NoIcon);

@@ -99,13 +99,10 @@ void EditorScreen::connectCommands()
     connect(m_transfer, &QPushButton::clicked, this, [this] { command([this] { transfer(); }); });
     connect(m_clear, &QPushButton::clicked, this, [this] { clearInput(); });
     connect(m_clearChar, &QPushButton::clicked, this, [this] { clearLastCharacter(); });
-    connect(m_nameHistory, &QPushButton::clicked, this,
-            [this] { runAid(m_aids.nameHistory, m_nameHistory->text()); });
-    connect(m_materialHistory, &QPushButton::clicked, this,
-            [this] { runAid(m_aids.materialHistory, m_materialHistory->text()); });
-    connect(m_bracketAid, &QPushButton::clicked, this,
-            [this] { runAid(m_aids.bracket, m_bracketAid->text()); });
-    connect(m_copyAll, &QPushButton::clicked, this, [this] { runAid(m_aids.copyAll, m_copyAll->text()); });
+    connect(m_nameHistory, &QPushButton::clicked, this, [this] { runAid(m_aids.nameHistory); });
+    connect(m_materialHistory, &QPushButton::clicked, this, [this] { runAid(m_aids.materialHistory); });
+    connect(m_bracketAid, &QPushButton::clicked, this, [this] { runAid(m_aids.bracket); });
+    connect(m_copyAll, &QPushButton::clicked, this, [this] { runAid(m_aids.copyAll); });
 
     BindFunctionKey(this, Qt::Key_F5, m_update);
     BindFunctionKey(this, Qt::Key_F12, m_end);
@@ -344,24 +341,15 @@ void EditorScreen::preview()
     PrintRequest request =
         m_editor->printRequest(IsChecked(m_keepExcel), IsChecked(m_summary), IsChecked(m_pagePerMaker));
     request.caller = this;
-    if (!m_ctx.printRun) {
-        m_ctx.messages->show(MsgIcon::Information, MsgButtons::Ok, QStringLiteral("印刷ﾌﾟﾚﾋﾞｭｰ"),
-                             QStringLiteral("帳票出力はまだ組み込まれていません。"));
-        return;
-    }
-    m_ctx.printRun(request);
+    if (m_ctx.printRun)
+        m_ctx.printRun(request);
 }
 
-void EditorScreen::runAid(const std::function<void(EditorScreen&)>& aid, const QString& caption)
+void EditorScreen::runAid(const std::function<void(EditorScreen&)>& aid)
 {
     command([&] {
-        if (aid) {
+        if (aid)
             aid(*this);
-            return;
-        }
-        m_ctx.messages->show(MsgIcon::Information, MsgButtons::Ok, caption,
-                             u'「' + caption +
-                                 QStringLiteral("」はまだ組み込まれていません。後日追加されます。"));
     });
 }
 

@@ -74,7 +74,7 @@ private:
     void refreshStatus();
     void connectCommands();
     void command(const std::function<void()>& body);
-    void runAid(const std::function<void(EditorScreen&)>& aid, const QString& caption);
+    void runAid(const std::function<void(EditorScreen&)>& aid);
 
     void save();
     void transfer();

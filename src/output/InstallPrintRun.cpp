@@ -61,9 +61,9 @@ public:
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     }
 
-    void preview(const QString& workbookPath) override
+    void preview(const QString& workbookPath, const QString& printPath) override
     {
-        PreviewWindow window(workbookPath, m_workFolder, m_parent);
+        PreviewWindow window(workbookPath, m_workFolder, m_parent, printPath);
         window.setMessageService(&m_messages);
         window.exec();
     }

@@ -34,7 +34,8 @@ namespace
 
 QString quantityHalf(const QString& quantity, const QString& unit)
 {
-    if (LenientInt(quantity) <= 0)
+    // The quantity read as a whole number by its digits: 0.5 and -2 print, 0 and an empty text do not.
+    if (DigitsValue(quantity) <= 0)
         return {};
     if (unit == u"R" || unit == u"L")
         return unit + u'=' + quantity;
@@ -218,7 +219,9 @@ public:
         readSetting(lastRow, m_s.detail[MZuban].endRow);
         readSetting(pageMax, m_s.pageMax);
         step([&] { rowsPerPage = Int16::from(std::abs((lastRow - firstRow).value())) + Int16::from(1); });
-        step([&] { listRows = Int16::from(static_cast<long long>(m_list.size())); });
+        // The list is read up to its last used cell, and a spreadsheet reports A1 as the last used
+        // cell of an empty sheet: an empty list still lays out one page with one line of no values.
+        step([&] { listRows = Int16::from(std::max<long long>(1, static_cast<long long>(m_list.size()))); });
         step([&] {
             if (rowsPerPage == 0)
                 throw RuntimeError(11, QStringLiteral("0 で除算しました。"));
@@ -229,7 +232,7 @@ public:
         QString previousMaker, currentMaker, label;
         Int16 page, lineCounter = Int16::from(999), top, first, last, headingRow, lineRow;
         for (int r = 1; r <= listRows; ++r) {
-            const ListRow line = m_list[static_cast<size_t>(r - 1)];
+            const ListRow line = m_list.empty() ? ListRow() : m_list[static_cast<size_t>(r - 1)];
             if (pagePerMaker)
                 currentMaker = line.at(LcMaker);
             if (!(currentMaker == previousMaker && lineCounter <= rowsPerPage)) {

@@ -55,8 +55,10 @@ int NextZoomPercent(double shownScale, bool in)
     return kZoomPercents[0];
 }
 
-PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent)
-    : QDialog(parent), m_workbookPath(workbookPath), m_workFolder(workFolder),
+PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent,
+                             const QString& printPath)
+    : QDialog(parent), m_workbookPath(workbookPath),
+      m_printPath(printPath.isEmpty() ? workbookPath : printPath), m_workFolder(workFolder),
       m_printer(QPrinter::HighResolution)
 {
     setObjectName(QStringLiteral("PreviewWindow"));
@@ -192,7 +194,7 @@ void PreviewWindow::startRendering()
     }
     const QString outFolder = QDir(m_workFolder).absoluteFilePath(QStringLiteral("preview"));
     QDir().mkpath(outFolder);
-    m_pdfPath = LibreOffice::convertedPath(m_workbookPath, outFolder, QStringLiteral("pdf"));
+    m_pdfPath = LibreOffice::convertedPath(m_printPath, outFolder, QStringLiteral("pdf"));
     QFile::remove(m_pdfPath);
     m_process = new QProcess(this);
     m_process->setProcessChannelMode(QProcess::MergedChannels);
@@ -203,7 +205,7 @@ void PreviewWindow::startRendering()
     });
     m_process->start(soffice, LibreOffice::convertArguments(
                                   QDir(m_workFolder).absoluteFilePath(QStringLiteral("lo-profile-preview")),
-                                  QStringLiteral("pdf"), outFolder, m_workbookPath));
+                                  QStringLiteral("pdf"), outFolder, m_printPath));
 }
 
 void PreviewWindow::renderFinished(int exitCode, QProcess::ExitStatus status)

@@ -24,8 +24,11 @@ class PreviewWindow : public QDialog
 {
     Q_OBJECT
 public:
-    // workFolder holds the private LibreOffice profile and the rendered PDF.
-    PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent = nullptr);
+    // workFolder holds the private LibreOffice profile and the rendered PDF. The pages shown and
+    // printed are those of printPath (the workbook itself when empty); the workbook is what the
+    // spreadsheet program opens.
+    PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent = nullptr,
+                  const QString& printPath = QString());
     ~PreviewWindow() override;
 
     // Starts the rendering; called by exec()/show() through showEvent, or directly by tests.
@@ -61,6 +64,7 @@ private:
     void openWorkbook();
 
     QString m_workbookPath;
+    QString m_printPath;
     QString m_workFolder;
     QString m_pdfPath;
     QString m_problem;

@@ -52,9 +52,12 @@ void printErr(const QString& text)
 class StderrMessageService : public MessageService
 {
 public:
-    MsgAnswer show(MsgIcon, MsgButtons buttons, const QString& title, const QString& text) override
+    MsgAnswer show(MsgIcon, MsgButtons buttons, const QString& title, const QString& text,
+                   const QString& detail = QString()) override
     {
         printErr(QStringLiteral("buhinhyo-print: [") + title + QStringLiteral("] ") + text);
+        if (!detail.isEmpty())
+            printErr(QStringLiteral("buhinhyo-print: 原因: ") + detail);
         return buttons == MsgButtons::YesNo ? MsgAnswer::Yes : MsgAnswer::Ok;
     }
     void beep() override {}
@@ -75,7 +78,7 @@ public:
     QString workFolder;
     bool failed = false;
 
-    void preview(const QString& workbookPath) override
+    void preview(const QString& workbookPath, const QString& printPath) override
     {
         if (!out.isEmpty()) {
             QFile::remove(out);
@@ -88,8 +91,8 @@ public:
             const QString folder = QDir(workFolder).absoluteFilePath(QStringLiteral("print-pdf"));
             const QString problem =
                 LibreOffice::convert(QDir(workFolder).absoluteFilePath(QStringLiteral("lo-profile-print")),
-                                     QStringLiteral("pdf"), folder, workbookPath);
-            const QString made = LibreOffice::convertedPath(workbookPath, folder, QStringLiteral("pdf"));
+                                     QStringLiteral("pdf"), folder, printPath);
+            const QString made = LibreOffice::convertedPath(printPath, folder, QStringLiteral("pdf"));
             QFile::remove(pdf);
             if (!problem.isEmpty() || !QFile::rename(made, pdf)) {
                 if (problem.isEmpty() && QFile::copy(made, pdf)) {

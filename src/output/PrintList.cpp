@@ -10,18 +10,13 @@
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QVariant>
-#include <cmath>
 
 QString NumberText(const QVariant& value)
 {
     if (value.isNull() || !value.isValid())
         return {};
-    if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float) {
-        const double d = value.toDouble();
-        if (std::isfinite(d) && d == std::floor(d) && std::fabs(d) < 1e15)
-            return QString::number(static_cast<long long>(d));
-        return QString::number(d, 'g', 15);
-    }
+    if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float)
+        return DecimalText(value.toDouble());
     QString text = value.toString();
     // SQLite hands back "2.0" for a whole number kept in a REAL column.
     if (text.endsWith(QStringLiteral(".0")))

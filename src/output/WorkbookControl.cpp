@@ -95,20 +95,27 @@ QString WorkbookControl::OpenTemplate(const QString& path)
         }
     }
 
-    // A failing copy is reported as "E111", a work copy the engine cannot open as "E109".
+    // A failing copy is reported as "E111", a work copy the engine cannot open as "E109"; the
+    // cause (the engine's message, the files) is the box's detail text. The catalogue text of
+    // "E111" speaks of the import file, so the copy of a template has a text of its own.
+    const QString files = QStringLiteral("\n雛形：") + QDir::toNativeSeparators(file) +
+                          QStringLiteral("\n作業ファイル：") + QDir::toNativeSeparators(m_ctx.WorkbookPath);
+    const QString errorCode = QStringLiteral("エラーＣＤ：");
     try {
         copyToWorkCopy(source);
     } catch (const RuntimeError& e) {
-        m_ctx.ini->ShowMessage(QStringLiteral("E111"),
-                               QStringLiteral("エラーＣＤ：") + QString::number(e.number()));
+        m_ctx.ini->ShowMessageText(QStringLiteral("E111"),
+                                   QStringLiteral("雛形ファイルを作業ファイルにコピーできませんでした。") +
+                                       errorCode + QString::number(e.number()),
+                                   e.detailText() + files);
         return QStringLiteral("NO");
     }
     try {
         if (m_opener)
             m_opener(m_ctx.WorkbookPath);
     } catch (const RuntimeError& e) {
-        m_ctx.ini->ShowMessage(QStringLiteral("E109"),
-                               QStringLiteral("エラーＣＤ：") + QString::number(e.number()));
+        m_ctx.ini->ShowMessage(QStringLiteral("E109"), errorCode + QString::number(e.number()),
+                               e.detailText() + files);
         return QStringLiteral("NO");
     }
     m_templatePath = file;

@@ -4,6 +4,8 @@
 
 #include <Workbook.h>
 
+#include <QFile>
+
 #include <optional>
 #include <unordered_set>
 
@@ -107,8 +109,14 @@ public:
     void selectOutputSheet(const QString& name, int formRows) override
     {
         const auto index = m_book.findSheet(name.toStdString());
-        if (!index)
-            throw RuntimeError::outOfRange();
+        if (!index) {
+            QStringList names;
+            for (const std::string& n : m_book.sheetNames())
+                names << QString::fromStdString(n);
+            throw RuntimeError::outOfRange().withCause(
+                QStringLiteral("ブックにシート「%1」がありません（あるシート：%2）。")
+                    .arg(name, names.join(u'、')));
+        }
         try {
             m_target.sheet = &m_book.sheet(*index);
             if (formRows > 0)
@@ -165,6 +173,22 @@ public:
     {
         try {
             m_book.save();
+        } catch (const xlsx::Error& e) {
+            throw engineError(e);
+        }
+    }
+
+    void savePrintCopy(const QString& path) override
+    {
+        const QString saved = QString::fromStdString(m_book.path().string());
+        QFile::remove(path);
+        if (!QFile::copy(saved, path))
+            throw RuntimeError(75, QStringLiteral("パス名が無効です。"));
+        try {
+            xlsx::Workbook copy = xlsx::Workbook::open(path.toStdString());
+            if (m_target.sheet)
+                copy.showOnlySheet(m_target.sheet->index());
+            copy.save();
         } catch (const xlsx::Error& e) {
             throw engineError(e);
         }

@@ -1284,6 +1284,35 @@ std::vector<std::string> Workbook::sheetNames() const
     return v;
 }
 
+void Workbook::showOnlySheet(std::size_t index)
+{
+    BookImpl& book = *impl_;
+    if (index >= book.sheets.size())
+        throw Error("シート番号 " + std::to_string(index + 1) + " はありません: " + fileLabel(path()));
+    const std::string& keep = book.sheets[index]->name;
+    auto root = book.wb.document_element();
+    int tab = 0, position = 0;
+    for (auto sh : childL(root, "sheets").children()) {
+        if (std::strcmp(lname(sh), "sheet") != 0)
+            continue;
+        auto state = sh.attribute("state");
+        if (keep == sh.attribute("name").value()) {
+            tab = position;
+            sh.remove_attribute(state);
+        } else if (std::strcmp(state.value(), "veryHidden") != 0) {
+            (state ? state : sh.append_attribute("state")).set_value("hidden");
+        }
+        ++position;
+    }
+    for (auto view : childL(root, "bookViews").children()) {
+        for (const char* name : {"activeTab", "firstSheet"}) {
+            auto a = view.attribute(name);
+            (a ? a : view.append_attribute(name)).set_value(tab);
+        }
+    }
+    book.wbDirty = true;
+}
+
 std::size_t Workbook::sheetCount() const
 {
     return impl_->sheets.size();

@@ -139,6 +139,10 @@ public:
     Worksheet& sheet(std::size_t index);     // 0-based
     std::optional<std::size_t> findSheet(std::string_view name) const;
 
+    // Hides every other sheet and makes this one the active tab, so that printing the workbook
+    // prints this sheet alone. Sheets that were very hidden stay so.
+    void showOnlySheet(std::size_t index);
+
     // Things the user should know about the workbook (macros, external links, ...), in
     // Japanese, one sentence each.
     const std::vector<std::string>& warnings() const;

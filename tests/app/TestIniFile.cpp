@@ -157,10 +157,14 @@ private Q_SLOTS:
         QCOMPARE(IniFile::describeDamage(m_f.path), QString());
         QFile f(m_f.path);
         QVERIFY(f.open(QIODevice::Append));
-        f.write("\r\nM=\x01\r\n");
+        f.write("\r\n; a stray \x07 in a comment is read past\r\n");
+        f.close();
+        QCOMPARE(IniFile::describeDamage(m_f.path), QString());
+        QVERIFY(f.open(QIODevice::Append));
+        f.write(QByteArray("M=\0\r\n", 5)); // a NUL byte: no text file at all
         f.close();
         QCOMPARE(IniFile::describeDamage(m_f.path),
-                 u"5 行目にテキストではないデータ（制御文字 0x01）があります。"_s);
+                 u"5 行目にテキストではないデータ（制御文字 0x07）があります。"_s);
         QVERIFY(IniFile::describeDamage(m_f.dir.filePath(u"none.ini"_s)).contains(u"開けません"_s));
     }
 

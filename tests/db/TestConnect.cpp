@@ -5,6 +5,7 @@
 #include "RuntimeError.h"
 #include "TestSupport.h"
 
+#include <QSqlError>
 #include <QSqlQuery>
 #include <QtTest>
 
@@ -98,6 +99,50 @@ private Q_SLOTS:
         QVERIFY2(!r.endProgram, qPrintable(r.message));
         QVERIFY(m_messages.shown.isEmpty());
         QVERIFY(r.dbFilePath.endsWith(u"DB\\CADDB.sqlite"_s));
+    }
+
+    void earlierDatabaseComparesTextWithoutCase()
+    {
+        // A database file as the schema made it before its text columns were caseless.
+        QString schema = QString::fromUtf8(readFileBytes(sourceDir() + u"/data/schema.sql"_s));
+        QVERIFY(schema.contains(u" COLLATE NOCASE"_s));
+        QFile old(path(u"old-schema.sql"_s));
+        QVERIFY(old.open(QIODevice::WriteOnly));
+        old.write(schema.remove(u" COLLATE NOCASE"_s).toUtf8());
+        old.close();
+        const QString file = path(u"old.sqlite"_s);
+        QFile(makeSqliteDatabase(m_dir->path(), u"empty.sqlite"_s)).copy(file);
+        {
+            auto db = Database::openSqliteFile(file);
+            for (const QString& table : {u"BUHINHYO_M"_s, u"BUHINHYO"_s, u"SETTEI"_s})
+                QSqlQuery(db->sql()).exec(u"DROP TABLE "_s + table);
+            applySchemaFile(*db, old.fileName());
+            QSqlQuery q(db->sql());
+            for (
+                const QString& sql :
+                {u"INSERT INTO BUHINHYO (CH_DWGNO, CH_ASSY, CH_BUHIN) VALUES ('K-2401', '01', '1')"_s,
+                 u"INSERT INTO BUHINHYO_M (CH_DWGNO, CH_ASSY, CH_BUHIN, INT_SURYO) VALUES ('K-2401', '01', '1', 2.5)"_s,
+                 u"INSERT INTO BUHINHYO_M (CH_DWGNO, CH_ASSY, CH_BUHIN) VALUES ('K-2401', '01', '1')"_s,
+                 u"DELETE FROM BUHINHYO_M WHERE INT_NUMBER = 2"_s,
+                 u"INSERT INTO SETTEI (CH_USER, CH_BUHIN) VALUES ('ABC精機', '1')"_s})
+                QVERIFY2(q.exec(sql), qPrintable(q.lastError().text()));
+            QCOMPARE(countRows(*db, u"SELECT * FROM BUHINHYO WHERE CH_DWGNO = 'k-2401'"_s), 0);
+        }
+        // Opened by the program: rebuilt once, rows, numbers, numbering and indexes kept.
+        auto db = Database::openSqliteFile(file);
+        QCOMPARE(countRows(*db, u"SELECT * FROM BUHINHYO WHERE CH_ASSY  = '01' AND CH_DWGNO = 'k-2401' AND "
+                                u"CH_BUHIN = '1'"_s),
+                 1);
+        QCOMPARE(countRows(*db, u"SELECT * FROM SETTEI WHERE CH_USER = 'abc精機' and CH_BUHIN = '1'"_s), 1);
+        Recordset rs(*db, u"SELECT * FROM BUHINHYO_M WHERE CH_DWGNO = 'k-2401' ORDER BY CH_ZNO"_s);
+        QCOMPARE(rs.RecordCount(), 1);
+        QCOMPARE(rs.Field(u"INT_SURYO"_s), u"2.5"_s);
+        QSqlQuery q(db->sql());
+        QVERIFY(q.exec(u"INSERT INTO BUHINHYO_M (CH_DWGNO) VALUES ('K-2402')"_s));
+        QCOMPARE(q.lastInsertId().toInt(), 3);
+        QCOMPARE(countRows(*db, u"SELECT * FROM sqlite_master WHERE name IN ('BUHINHYO_M_TABLE', "
+                                u"'BUHINHYO_M_HINMEI', 'BUHINHYO_M_ZAISHITU')"_s),
+                 3);
     }
 
     void anyOtherKindMeansLocal()

@@ -100,6 +100,10 @@ private Q_SLOTS:
         QCOMPARE(QStringList({back->user, back->name, back->date, back->designer}),
                  QStringList({u"ABC精機"_s, u"搬送ユニット改"_s, u"2024/05/01"_s, u"佐藤"_s}));
         QCOMPARE(rows(db, u"BUHINHYO"_s), 1);
+        // Keys and texts compare without regard to case, on every database.
+        QVERIFY(ReadHeader(db, h.assy, u"k-2401"_s, h.kind));
+        SaveHeader(db, {u"abc精機"_s, h.assy, u"k-2401"_s, h.kind, h.name, h.date, h.designer});
+        QCOMPARE(rows(db, u"BUHINHYO"_s), 1);
         SaveHeader(db, header(u"2"_s)); // the other kind is a table of its own
         QCOMPARE(rows(db, u"BUHINHYO"_s), 2);
     }

@@ -418,6 +418,37 @@ private Q_SLOTS:
         QCOMPARE(control<QLineEdit>(ed, "txtBiko")->text(), u"手入力"_qs);
     }
 
+    void storedNumbersReadBackAsTheyWereTyped()
+    {
+        // Quantities, prices and amounts from 0.0001 to 2,147,483,647: shown as plain decimals,
+        // taken into the input area, transferred back by 表へ=>, saved and read back equal.
+        const QStringList numbers{u"0.0001"_qs, u"2.5"_qs, u"100000"_qs, u"1000000"_qs, u"2147483647"_qs};
+        QList<QStringList> lines;
+        for (int i = 1; i <= numbers.size(); ++i)
+            lines << QStringList{QString::number(i), u"品"_qs};
+        env->storeTable(u"D-100"_qs, u"250-01"_qs, u"1"_qs, u"ベース組立"_qs, u"A社"_qs, lines);
+        env->exec(u"UPDATE BUHINHYO_M SET INT_SURYO = 1, INT_TANKA = "
+                  "(SELECT v FROM (SELECT '1' z, 0.0001 v UNION SELECT '2', 2.5 UNION SELECT '3', 100000 "
+                  "UNION SELECT '4', 1000000 UNION SELECT '5', 2147483647) WHERE z = CH_ZNO)"_qs);
+        env->exec(u"UPDATE BUHINHYO_M SET INT_SURYO2 = INT_TANKA, INT_KINGK = INT_TANKA"_qs);
+        const QString stored =
+            u"SELECT INT_SURYO, INT_SURYO2, INT_TANKA, INT_KINGK FROM BUHINHYO_M ORDER BY CH_ZNO"_qs;
+        const QList<QStringList> before = env->rows(stored);
+        EditorScreen* ed = openFromSearch(u"D-100"_qs, u"250-01"_qs, u"ベース組立"_qs);
+        QVERIFY(ed && showActive(ed));
+        for (int col : {Suryo2, Tanka, Kingk})
+            QCOMPARE(column(ed, col), numbers);
+        for (int row = 1; row <= numbers.size(); ++row) {
+            moveTo(ed, row);
+            QCOMPARE(textOf(ed, "txtTanka"), numbers[row - 1]);
+            click(ed, "cmdTransfer");
+        }
+        QVERIFY(env->messages.shown.isEmpty());
+        click(ed, "cmdUpdate");
+        QCOMPARE(env->shownBoxes(), QStringList{u"インフォメーション|登録しました。"_qs});
+        QCOMPARE(env->rows(stored), before);
+    }
+
     void previewHandsTheRequestOver()
     {
         EditorScreen* ed = openFromSearch(u"D-100"_qs, u"250-01"_qs, u"ベース組立"_qs, true);
@@ -483,6 +514,7 @@ private Q_SLOTS:
         QTableView* view = ed.gridView();
         for (int c = 0; c < Count; ++c)
             QCOMPARE(view->isColumnHidden(c), c == No || c >= Number);
+        QCOMPARE(control<QAbstractButton>(view, "grdBuhinCorner")->text(), u"№"_qs);
         QCOMPARE(view->model()->headerData(Hinmei, Qt::Horizontal).toString(), u"品　　名"_qs);
         QCOMPARE(view->model()->headerData(Maker, Qt::Horizontal).toString(), u"メーカー"_qs);
         QCOMPARE(view->verticalHeader()->sectionSize(0), ed.lineHeight());

@@ -78,10 +78,11 @@ class RecordingPresenter : public PrintPresenter
 {
 public:
     explicit RecordingPresenter(QString copyTo) : m_copyTo(std::move(copyTo)) {}
-    void preview(const QString& workbookPath) override;
+    void preview(const QString& workbookPath, const QString& printPath) override;
     void keepWorkbook(const QString& workbookPath) override { kept << workbookPath; }
     void progress(int page, int total) override { pages << qMakePair(page, total); }
     QStringList previewed;
+    QStringList printCopies; // what the preview shows and prints
     QStringList kept;
     QList<QPair<int, int>> pages;
 

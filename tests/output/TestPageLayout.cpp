@@ -303,11 +303,20 @@ private Q_SLOTS:
     void quantityText()
     {
         // quantity 1, quantity 2, unit 1, unit 2 -> text
-        const char* cases[][5] = {
-            {"2", "", "R", "", "R=2"},      {"2", "2", "R", "L", "R=2 L=2"}, {"2", "", "R/L×", "", "R/L×2"},
-            {"5", "", "L/R×", "", "L/R×5"}, {"4", "", "計", "", "計4"},      {"3", "", "個", "", "3個"},
-            {"3", "", "", "", "3"},         {"0", "", "R", "", ""},          {"0", "3", "", "L", " L=3"},
-            {"", "", "", "", ""},           {"-1", "", "個", "", ""},        {"0.4", "", "個", "", ""}};
+        const char* cases[][5] = {{"2", "", "R", "", "R=2"},
+                                  {"2", "2", "R", "L", "R=2 L=2"},
+                                  {"2", "", "R/L×", "", "R/L×2"},
+                                  {"5", "", "L/R×", "", "L/R×5"},
+                                  {"4", "", "計", "", "計4"},
+                                  {"3", "", "個", "", "3個"},
+                                  {"3", "", "", "", "3"},
+                                  {"0", "", "R", "", ""},
+                                  {"0", "3", "", "L", " L=3"},
+                                  {"", "", "", "", ""},
+                                  {"-2", "", "個", "", "-2個"},
+                                  {"0.5", "", "kg", "", "0.5kg"},
+                                  {"0.3", "0.3", "R", "L", "R=0.3 L=0.3"},
+                                  {"0.0", "", "個", "", ""}};
         for (const auto& c : cases)
             QCOMPARE(QuantityText(QString::fromUtf8(c[0]), QString::fromUtf8(c[1]), QString::fromUtf8(c[2]),
                                   QString::fromUtf8(c[3])),
@@ -323,6 +332,7 @@ private Q_SLOTS:
                  QStringLiteral("SELECT * FROM SETTEI WHERE CH_USER = 'A社 ' and CH_BUHIN = '2'"));
         QCOMPARE(PageMaxValue(QStringLiteral(" 50 ")), 50);
         QVERIFY_THROWS_EXCEPTION(RuntimeError, PageMaxValue(QStringLiteral("5a")));
+        QCOMPARE(PageMaxValue(QStringLiteral("2.5")), 2);
     }
 
     void settingInt()

@@ -29,9 +29,9 @@ public:
     QString labelAfterEnd, labelAfterPageUp;
     double fittedScale = 0, zoomedInScale = 0;
     bool fitsTheScreen = false;
-    void preview(const QString& workbookPath) override
+    void preview(const QString& workbookPath, const QString& printPath) override
     {
-        PreviewWindow w(workbookPath, workFolder);
+        PreviewWindow w(workbookPath, workFolder, nullptr, printPath);
         QSignalSpy done(&w, &PreviewWindow::renderingDone);
         w.show();
         QApplication::setActiveWindow(&w);

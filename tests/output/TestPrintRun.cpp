@@ -32,6 +32,11 @@ private:
     QTemporaryDir out;
 
     QString result(const QString& name) const { return out.filePath(name); }
+    void useThreeSheetTemplate()
+    {
+        f->exec(QStringLiteral("UPDATE SETTEI SET CH_ORGPATH = '") + sourceDir() +
+                QStringLiteral("/tests/data/xlsx/three_sheet_template.xlsx'"));
+    }
 
 private Q_SLOTS:
     void init()
@@ -210,6 +215,8 @@ private Q_SLOTS:
 
     void keepWorkbookRenamesTheSheet()
     {
+        // A template saved by LibreOffice with a cover sheet before the list sheet and a copy after.
+        useThreeSheetTemplate();
         f->addTable(QStringLiteral("DWG-95"), QStringLiteral("01"), QStringLiteral("1"), MakeLines(5));
         PrintRequest r = SampleRequest();
         r.keepExcel = true;
@@ -217,8 +224,16 @@ private Q_SLOTS:
         QCOMPARE(RunPrint(f->ctx, r, OpenXlsxOutputWorkbook, presenter), PrintOutcome::Done);
         QCOMPARE(presenter.kept, QStringList{f->ctx.WorkbookPath});
         xlsx::Workbook book = xlsx::Workbook::open(f->ctx.WorkbookPath.toStdString());
-        QCOMPARE(book.sheetNames(), std::vector<std::string>{"DWG-95 01"});
+        QCOMPARE(book.sheetNames(), (std::vector<std::string>{"表紙", "DWG-95 01", "控え"}));
         QCOMPARE(text(book.sheet("DWG-95 01"), 12, 1), QStringLiteral("005"));
+        // The preview shows and prints the list sheet alone; the kept workbook prints every sheet.
+        QString problem;
+        const QString shown = RenderPdf(presenter.printCopies.value(0), out.path(), &problem);
+        QVERIFY2(problem.isEmpty(), qPrintable(problem));
+        QCOMPARE(PdfPageCount(shown), 1);
+        QVERIFY(PdfText(shown, 1).contains(QStringLiteral("1 / 1")));
+        QCOMPARE(PdfPageCount(RenderPdf(f->ctx.WorkbookPath, out.filePath(QStringLiteral("kept")), &problem)),
+                 3);
     }
 
     void testModePrintsSampleLines()
@@ -236,6 +251,16 @@ private Q_SLOTS:
         QCOMPARE(text(s, 17, 8), QStringLiteral("会社名"));
         QCOMPARE(text(s, 18, 2), QString());
         QCOMPARE(text(s, 5, 6), QStringLiteral("1 / 1"));
+
+        // A table without lines still prints one page: header cells, headings and its label.
+        r.runMode = QStringLiteral("HONBAN");
+        r.dwgNo = QStringLiteral("EMPTY");
+        RecordingPresenter empty(result(QStringLiteral("empty.xlsx")));
+        QCOMPARE(RunPrint(f->ctx, r, OpenXlsxOutputWorkbook, empty), PrintOutcome::Done);
+        QCOMPARE(empty.pages, (QList<QPair<int, int>>{{1, 1}}));
+        xlsx::Workbook emptyBook = xlsx::Workbook::open(result(QStringLiteral("empty.xlsx")).toStdString());
+        QCOMPARE(text(emptyBook.sheet("部品表"), 3, 2), QStringLiteral("EMPTY"));
+        QCOMPARE(text(emptyBook.sheet("部品表"), 5, 6), QStringLiteral("1 / 1"));
     }
 
     void missingSettingsRow()
@@ -285,6 +310,11 @@ private Q_SLOTS:
         QCOMPARE(f->messages.shown[0].icon, MsgIcon::Stop);
         QCOMPARE(f->messages.shown[0].text,
                  QStringLiteral("プレビュー中にエラーが発生しました。設定内容の確認を行って下さい（9)"));
+        // The cause is the box's detail text: the missing sheet, those there are, the step, the file.
+        for (const QString& part :
+             {QStringLiteral("「無いシート」がありません（あるシート：部品表）"),
+              QStringLiteral("処理：出力シート"), QStringLiteral("mfg_parts_template.xlsx")})
+            QVERIFY2(f->messages.shown[0].detail.contains(part), qPrintable(f->messages.shown[0].detail));
         QVERIFY(presenter.previewed.isEmpty());
     }
 
@@ -311,6 +341,7 @@ private Q_SLOTS:
         if (!QFile::exists(program))
             QSKIP("buhinhyo-print is not built");
         f->addTable(QStringLiteral("DWG-95"), QStringLiteral("01"), QStringLiteral("1"), MakeLines(95));
+        useThreeSheetTemplate(); // the PDF holds the list sheet's pages only
         const QString local = f->appFolder() + QStringLiteral("/buhinhyo-print");
         QVERIFY(QFile::copy(program, local));
         auto run = [&](const QStringList& args) {
@@ -356,6 +387,13 @@ private Q_SLOTS:
             QVERIFY(QFile::exists(xlsxOut));
             QVERIFY(!QFile::exists(result(QStringLiteral("none.pdf"))));
         }
+        // A run that fails writes the cause after its message.
+        f->exec(QStringLiteral("UPDATE SETTEI SET CH_ORGSHEET = '無いシート'"));
+        std::tie(code, err) = run(base + QStringList{QStringLiteral("--customer"), PrintFixture::customer});
+        QCOMPARE(code, 6);
+        QVERIFY2(err.contains(QStringLiteral("原因: インデックスが有効範囲にありません。\n")) &&
+                     err.contains(QStringLiteral("「無いシート」がありません")),
+                 qPrintable(err));
         // A template that is gone: E114 on stderr, status 5.
         f->exec(QStringLiteral("UPDATE SETTEI SET CH_ORGPATH = '/nonexistent/template.xlsx'"));
         std::tie(code, err) = run(base + QStringList{QStringLiteral("--customer"), PrintFixture::customer});

@@ -112,6 +112,7 @@ private Q_SLOTS:
         wc.setOpener([](const QString&) { throw RuntimeError(1004, QStringLiteral("broken")); });
         QCOMPARE(wc.OpenTemplate(path(QStringLiteral("t.xlsx"))), QStringLiteral("NO"));
         QCOMPARE(m_messages.texts(), QStringList{QStringLiteral("ブックを開けません。エラーＣＤ：1004")});
+        QVERIFY(m_messages.shown[0].detail.startsWith(QStringLiteral("broken\n雛形：")));
 
         // The work copy cannot be replaced (a folder stands in its way): E111.
         m_messages.clear();
@@ -120,8 +121,9 @@ private Q_SLOTS:
         wc.setOpener(nullptr);
         QCOMPARE(wc.OpenTemplate(path(QStringLiteral("t.xlsx"))), QStringLiteral("NO"));
         QCOMPARE(m_messages.shown.size(), 1);
-        QVERIFY(
-            m_messages.shown[0].text.startsWith(QStringLiteral("ファイルをコピーできません。エラーＣＤ：")));
+        QVERIFY(m_messages.shown[0].text.startsWith(
+            QStringLiteral("雛形ファイルを作業ファイルにコピーできませんでした。エラーＣＤ：")));
+        QVERIFY(m_messages.shown[0].detail.contains(m_ctx.WorkbookPath));
     }
 
     void xlsWithoutLibreOffice()

@@ -224,11 +224,9 @@ private Q_SLOTS:
         env->ctx.DataSearchFlag = Int16::from(7);
         QTest::keyClick(screen, Qt::Key_F1);
         QCOMPARE(env->ctx.DataSearchFlag.value(), 0);
-        QCOMPARE(env->messages.shown.size(), 1);
-        QVERIFY(env->messages.shown[0].text.contains(u"まだ組み込まれていません"_qs));
         QTest::keyClick(screen, Qt::Key_F2);
         QTest::keyClick(screen, Qt::Key_F3);
-        QCOMPARE(env->messages.shown.size(), 1);
+        QVERIFY(env->messages.shown.isEmpty());
     }
 
     void dataSearchHookAndEnd()

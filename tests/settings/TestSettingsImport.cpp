@@ -36,13 +36,19 @@ class TestSettingsImport : public QObject
         return {rs->Field(u"CH_USER"_s), rs->Field(u"CH_NAME"_s), rs->Field(u"CH_HDATE"_s),
                 rs->Field(u"CH_DESINED"_s)};
     }
-    void runImport() { QTest::mouseClick(w<QPushButton>(u"cmdImport"_s), Qt::LeftButton); }
-    // The sample layout saved for 客先A and the filled list chosen as the workbook to read.
-    void readyToImport()
+    void loadSampleLayout()
     {
         WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
                       SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
+        QTest::mouseClick(w<QPushButton>(u"cmdSearch"_s), Qt::LeftButton);
+    }
+    void runImport() { QTest::mouseClick(w<QPushButton>(u"cmdImport"_s), Qt::LeftButton); }
+    // The sample layout of 客先A on the screen and the filled list chosen as the workbook to read.
+    void readyToImport()
+    {
+        loadSampleLayout();
         w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
+        w<QLineEdit>(u"txtCpySheet"_s)->setText(u"部品表"_s);
     }
     // Runs the import with the questions answered in this order.
     void importAnswering(std::initializer_list<MsgAnswer> answers)
@@ -71,13 +77,15 @@ private Q_SLOTS:
     {
         runImport();
         QCOMPARE(f->codes(), QStringList{u"E111"_s});
-        // A path but no saved layout for the customer and kind.
+        // A path, but no customer or page rows on the screen.
         w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
+        w<QComboBox>(u"cboUser"_s)->setEditText(QString());
         runImport();
-        QCOMPARE(f->codes(), (QStringList{u"E111"_s, u"E150"_s}));
+        w<QComboBox>(u"cboUser"_s)->setEditText(u"客先A"_s);
+        runImport();
+        QCOMPARE(f->codes(), (QStringList{u"E111"_s, u"E117"_s, u"E118"_s}));
         // A workbook that is not one: the error box, nothing written, the screen usable.
-        WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
-                      SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
+        loadSampleLayout();
         w<QLineEdit>(u"txtCpyPath"_s)->setText(f->ctx.IniPath);
         f->messages.clear();
         runImport();

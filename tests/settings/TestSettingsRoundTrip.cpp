@@ -1,6 +1,7 @@
 // A parts table printed through the list output and read back by the data import.
 #include "Database.h"
 #include "IniAccess.h"
+#include "LibreOffice.h"
 #include "OutputSettingsScreen.h"
 #include "PrintRequest.h"
 #include "PrintRun.h"
@@ -24,7 +25,19 @@ private Q_SLOTS:
         QVERIFY(f.ok());
         f.ctx.ini->put(u"USER"_s, u"MAX"_s, u"1"_s);
         f.ctx.ini->put(u"USER"_s, u"1"_s, PrintFixture::customer);
-        f.addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(95));
+        // Numbers from 0.0001 to 2,147,483,647 and quantities below one or below zero.
+        std::vector<StoredLine> made = MakeLines(95);
+        const std::tuple<double, QString, double, QString, double, double> values[] = {
+            {0.5, u"kg"_s, 0, QString(), 1000000, 500000},
+            {0.3, u"R"_s, 0.3, u"L"_s, 0.0001, 2147483647},
+            {-2, u"個"_s, 0, QString(), 100000, 2.5}};
+        for (size_t i = 0; i < std::size(values); ++i) {
+            StoredLine& l = made[i];
+            std::tie(l.suryo, l.tani, l.suryo2, l.tani2, l.tanka, l.kingk) = values[i];
+            if (l.suryo2.toDouble() == 0)
+                l.suryo2 = QVariant();
+        }
+        f.addTable(u"DWG-95"_s, u"01"_s, u"1"_s, made);
         const QList<StoredLine> original = ReadStoredLines(*f.ctx.DbConnection, u"DWG-95"_s);
         QCOMPARE(original.size(), 95);
 
@@ -38,11 +51,16 @@ private Q_SLOTS:
         f.exec(u"DELETE FROM BUHINHYO_M"_s);
         f.exec(u"DELETE FROM BUHINHYO"_s);
         f.messages.clear();
+        // Read back from the old format, as LibreOffice saves it.
+        QVERIFY(LibreOffice::convert(out.filePath(u"profile"_s), u"xls"_s, out.path(), printed).isEmpty());
 
+        // The layout on the screen is used as it stands, saved or not.
         OutputSettingsScreen screen(f.ctx, nullptr);
         screen.show();
         screen.findChild<QComboBox*>(u"cboUser"_s)->setEditText(PrintFixture::customer);
-        screen.findChild<QLineEdit*>(u"txtCpyPath"_s)->setText(printed);
+        QTest::mouseClick(screen.findChild<QPushButton*>(u"cmdSearch"_s), Qt::LeftButton);
+        f.exec(u"DELETE FROM SETTEI"_s);
+        screen.findChild<QLineEdit*>(u"txtCpyPath"_s)->setText(out.filePath(u"printed.xls"_s));
         screen.findChild<QLineEdit*>(u"txtCpySheet"_s)->setText(u"部品表"_s);
         QTest::mouseClick(screen.findChild<QPushButton*>(u"cmdImport"_s), Qt::LeftButton);
         QVERIFY2(f.messages.shown.size() == 2, qPrintable(f.messages.texts().join(u'|')));
