@@ -7,7 +7,7 @@ packages=(
   # build
   cmake ninja-build g++ pkg-config
   qt6-base-dev qt6-pdf-dev libqt6sql6-sqlite libqt6sql6-odbc libgl-dev
-  libzip-dev libpugixml-dev
+  libzip-dev zlib1g-dev libpugixml-dev
   # regenerating the workbook engine's test templates (tests/data/xlsx/make_templates.sh)
   libxlsxwriter-dev
   libgtest-dev libbenchmark-dev
