@@ -103,6 +103,12 @@ public:
     // Insert count empty rows at row (everything from row on moves down).
     void insertRows(int row, int count);
 
+    // Writes the rows above row into the sheet's part now, compressed, and lets go of them: a long
+    // sheet filled from top to bottom then needs memory for its last rows only. Afterwards those
+    // rows can no longer be read or written, nor rows inserted above row (Error). A sheet that
+    // holds formulas keeps its rows (they may still have to move); false then.
+    bool writeOutRowsAbove(int row);
+
     // Manual page breaks: a break above row (row >= 2). Duplicates are ignored.
     void addRowBreakAbove(int row);
     std::vector<int> rowBreaksAbove() const; // the rows that start a new page, ascending
