@@ -12,7 +12,7 @@ packages=(
   libxlsxwriter-dev
   libgtest-dev libbenchmark-dev
   # database: the embedded SQLite file, and a real server through ODBC for the tests
-  sqlite3 unixodbc unixodbc-dev odbc-postgresql postgresql
+  sqlite3 libsqlite3-dev unixodbc unixodbc-dev odbc-postgresql postgresql
   # the screens' font, and Excel-like metrics for the rendered workbooks
   fonts-ipafont-gothic fonts-crosextra-carlito fonts-liberation2
   # rendering workbooks for the preview and the tests

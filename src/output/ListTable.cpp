@@ -1,11 +1,31 @@
 #include "ListTable.h"
 
+#include <QStringDecoder>
+
 void ListTable::push_back(const ListRow& row)
 {
     for (const QString& cell : row.cells) {
         m_text += cell;
-        m_ends.push_back(m_text.size());
+        m_ends.push_back(static_cast<std::uint32_t>(m_text.size()));
     }
+}
+
+void ListTable::appendUtf8(const std::array<std::string_view, 13>& cells)
+{
+    // UTF-8 never takes fewer bytes than UTF-16 takes characters: decode in place, then trim.
+    qsizetype bytes = 0;
+    for (const std::string_view cell : cells)
+        bytes += static_cast<qsizetype>(cell.size());
+    const qsizetype start = m_text.size();
+    m_text.resize(start + bytes);
+    QChar* const begin = m_text.data();
+    QChar* end = begin + start;
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    for (const std::string_view cell : cells) {
+        end = utf8.appendToBuffer(end, QByteArrayView(cell.data(), static_cast<qsizetype>(cell.size())));
+        m_ends.push_back(static_cast<std::uint32_t>(end - begin));
+    }
+    m_text.truncate(end - begin);
 }
 
 ListRow ListTable::operator[](size_t index) const

@@ -2,6 +2,8 @@
 
 #include <QString>
 #include <array>
+#include <cstdint>
+#include <string_view>
 #include <vector>
 
 // The list a print run lays out: one row per record of the list query, 13 columns numbered as
@@ -37,10 +39,12 @@ public:
     bool empty() const { return m_ends.empty(); }
     void reserve(size_t rows) { m_ends.reserve(rows * kColumns); }
     void push_back(const ListRow& row);
+    // One row from the texts of its 13 columns in UTF-8, as a database hands them over.
+    void appendUtf8(const std::array<std::string_view, 13>& cells);
     ListRow operator[](size_t index) const;
 
 private:
     static constexpr size_t kColumns = 13;
     QString m_text;
-    std::vector<qsizetype> m_ends;
+    std::vector<std::uint32_t> m_ends;
 };

@@ -6,21 +6,41 @@
 #include "ListQuery.h"
 #include "RuntimeError.h"
 
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QVariant>
+#include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <sqlite3.h>
+
+namespace
+{
+
+// A stored number as text: whole numbers without a decimal point or exponent (1000000, not
+// 1e+06), others with up to 15 significant digits.
+std::string_view DoubleText(double d, char (&buf)[32])
+{
+    if (std::isfinite(d) && d == std::floor(d) && std::fabs(d) < 1e15)
+        return {buf, static_cast<size_t>(std::to_chars(buf, buf + sizeof buf, static_cast<long long>(d)).ptr -
+                                         buf)};
+    const int n = std::snprintf(buf, sizeof buf, "%.15g", d);
+    return {buf, static_cast<size_t>(std::clamp(n, 0, int(sizeof buf) - 1))};
+}
+
+} // namespace
 
 QString NumberText(const QVariant& value)
 {
     if (value.isNull() || !value.isValid())
         return {};
     if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float) {
-        const double d = value.toDouble();
-        if (std::isfinite(d) && d == std::floor(d) && std::fabs(d) < 1e15)
-            return QString::number(static_cast<long long>(d));
-        return QString::number(d, 'g', 15);
+        char buf[32];
+        const std::string_view text = DoubleText(value.toDouble(), buf);
+        return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
     }
     QString text = value.toString();
     // SQLite hands back "2.0" for a whole number kept in a REAL column.
@@ -46,6 +66,147 @@ bool YesNo(const QVariant& value)
     return TextIsTrue(value.toString().trimmed());
 }
 
+// The columns the list takes from a record, by the query's mode.
+struct ListColumns {
+    int hinmei, zaishitu, tani, biko, maker, tani2, suryo, kingk;
+    int zno = -1, kakko = -1, tanka = -1, number = -1, haishi = -1, suryo2 = -1;
+
+    template <class IndexOf>
+    ListColumns(bool sum, IndexOf column)
+        : hinmei(column("CH_HINMEI")), zaishitu(column("CH_ZAISHITU")), tani(column("CH_TANI")),
+          biko(column("CH_BIKO")), maker(column("CH_MAKER")), tani2(column("CH_TANI2")),
+          suryo(column(sum ? "SUM_SURYO" : "INT_SURYO")), kingk(column(sum ? "SUM_KINGK" : "INT_KINGK"))
+    {
+        if (!sum) {
+            zno = column("CH_ZNO");
+            kakko = column("CH_KAKKO");
+            tanka = column("INT_TANKA");
+            number = column("INT_NUMBER");
+            haishi = column("CH_HAISHI");
+            suryo2 = column("INT_SURYO2");
+        }
+    }
+};
+
+RuntimeError missingColumn(const char* name)
+{
+    return RuntimeError(
+        3265, QStringLiteral("要求された名前、または序数に対応する項目がコレクションで見つかりません。") +
+                  QStringLiteral(" (") + QString::fromLatin1(name) + u')');
+}
+
+// The connection's own SQLite handle, when the database is the local file.
+sqlite3* SqliteHandle(Database& db)
+{
+    if (!db.isSqlite() || !db.sql().driver())
+        return nullptr;
+    const QVariant handle = db.sql().driver()->handle();
+    if (!handle.isValid() || qstrcmp(handle.typeName(), "sqlite3*") != 0)
+        return nullptr;
+    return *static_cast<sqlite3* const*>(handle.constData());
+}
+
+// The list read straight from SQLite: each record's fields go into the table as the UTF-8 the
+// file holds, without a QVariant or a QString per field.
+ListTable ReadSqliteList(sqlite3* handle, const QString& sql, bool sum)
+{
+    const QByteArray text = sql.toUtf8();
+    sqlite3_stmt* stmt = nullptr;
+    auto fail = [&](int rc) {
+        const QString message = QString::fromUtf8(sqlite3_errmsg(handle));
+        sqlite3_finalize(stmt);
+        throw RuntimeError(rc, message + QStringLiteral("\n(") + sql + u')');
+    };
+    int rc = sqlite3_prepare_v2(handle, text.constData(), static_cast<int>(text.size()), &stmt, nullptr);
+    if (rc != SQLITE_OK)
+        fail(rc);
+    const int columnCount = sqlite3_column_count(stmt);
+    const ListColumns at(sum, [&](const char* name) {
+        for (int i = 0; i < columnCount; ++i)
+            if (sqlite3_stricmp(sqlite3_column_name(stmt, i), name) == 0)
+                return i;
+        sqlite3_finalize(stmt);
+        throw missingColumn(name);
+    });
+    auto field = [&](int i) -> std::string_view {
+        const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(stmt, i));
+        return p ? std::string_view(p, static_cast<size_t>(sqlite3_column_bytes(stmt, i)))
+                 : std::string_view();
+    };
+    // Numbers as NumberText gives them; the buffers live until the row is appended.
+    char numbers[5][32];
+    auto number = [&](int i, int slot) -> std::string_view {
+        switch (sqlite3_column_type(stmt, i)) {
+        case SQLITE_NULL:
+            return {};
+        case SQLITE_FLOAT:
+            return DoubleText(sqlite3_column_double(stmt, i), numbers[slot]);
+        default: {
+            std::string_view t = field(i);
+            if (t.size() >= 2 && t.substr(t.size() - 2) == ".0")
+                t.remove_suffix(2);
+            return t;
+        }
+        }
+    };
+    auto yesNo = [&](int i) {
+        switch (sqlite3_column_type(stmt, i)) {
+        case SQLITE_NULL:
+            return false;
+        case SQLITE_INTEGER:
+            return sqlite3_column_int64(stmt, i) != 0;
+        case SQLITE_FLOAT:
+            return sqlite3_column_double(stmt, i) != 0;
+        default:
+            return TextIsTrue(QString::fromUtf8(field(i).data(), static_cast<qsizetype>(field(i).size())));
+        }
+    };
+
+    ListTable table;
+    // The row counter is 16-bit: a list longer than 32,767 records stops with the overflow error.
+    Int16 count;
+    std::array<std::string_view, 13> row;
+    std::string bracketed;
+    try {
+        while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+            ++count;
+            // The pages the scan has passed stay cached with the connection; a print run has no more
+            // use for them, and a long list would otherwise hold a few megabytes of them.
+            if ((count.value() & 511) == 0)
+                sqlite3_db_release_memory(handle);
+            row.fill({});
+            row[LcHinmei - 1] = field(at.hinmei);
+            row[LcZaishitu - 1] = field(at.zaishitu);
+            row[LcTani - 1] = field(at.tani);
+            row[LcBiko - 1] = field(at.biko);
+            row[LcMaker - 1] = field(at.maker);
+            row[LcTani2 - 1] = field(at.tani2);
+            row[LcSuryo - 1] = number(at.suryo, 0);
+            row[LcKingk - 1] = number(at.kingk, 1);
+            if (!sum) {
+                row[LcZno - 1] = field(at.zno);
+                if (yesNo(at.kakko)) {
+                    bracketed = '(' + std::string(row[LcZno - 1]) + ')';
+                    row[LcZno - 1] = bracketed;
+                }
+                row[LcTanka - 1] = number(at.tanka, 2);
+                row[LcNumber - 1] = number(at.number, 3);
+                row[LcHaishi - 1] = yesNo(at.haishi) ? "True" : "False";
+                row[LcSuryo2 - 1] = number(at.suryo2, 4);
+            }
+            table.appendUtf8(row);
+        }
+    } catch (...) {
+        sqlite3_finalize(stmt);
+        throw;
+    }
+    if (rc != SQLITE_DONE)
+        fail(rc);
+    sqlite3_finalize(stmt);
+    sqlite3_db_release_memory(handle);
+    return table;
+}
+
 } // namespace
 
 ListTable FillListFromDatabase(Database& db, const ListRequest& request)
@@ -56,6 +217,8 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     const QString maker = request.makerFilterOn ? request.makerFilterText : QString();
     const QString sql =
         BuildListQuery(request.modeString, filterWord, request.dwgNo, request.assy, request.kind, maker);
+    if (sqlite3* handle = SqliteHandle(db))
+        return ReadSqliteList(handle, sql, sum);
 
     // A print run reads each record once, in order: the query is read forward instead of through a
     // record set's snapshot, which for a long list doubled the run's time and memory.
@@ -64,35 +227,16 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     if (!q.exec(TranslateJetSql(sql)))
         throw DatabaseError(q.lastError(), sql);
     const QSqlRecord record = q.record();
-    auto column = [&](const char* name) {
+    const ListColumns at(sum, [&](const char* name) {
         const int index = record.indexOf(QString::fromLatin1(name));
         if (index < 0)
-            throw RuntimeError(
-                3265,
-                QStringLiteral("要求された名前、または序数に対応する項目がコレクションで見つかりません。") +
-                    QStringLiteral(" (") + QString::fromLatin1(name) + u')');
+            throw missingColumn(name);
         return index;
-    };
+    });
     auto text = [&](int index) {
         const QVariant v = q.value(index);
         return v.isNull() ? QString() : v.toString();
     };
-    const int hinmei = column("CH_HINMEI"), zaishitu = column("CH_ZAISHITU"), tani = column("CH_TANI"),
-              biko = column("CH_BIKO"), makerColumn = column("CH_MAKER"), tani2 = column("CH_TANI2");
-    int suryo, kingk, zno = -1, kakko = -1, tanka = -1, number = -1, haishi = -1, suryo2 = -1;
-    if (sum) {
-        suryo = column("SUM_SURYO");
-        kingk = column("SUM_KINGK");
-    } else {
-        suryo = column("INT_SURYO");
-        kingk = column("INT_KINGK");
-        zno = column("CH_ZNO");
-        kakko = column("CH_KAKKO");
-        tanka = column("INT_TANKA");
-        number = column("INT_NUMBER");
-        haishi = column("CH_HAISHI");
-        suryo2 = column("INT_SURYO2");
-    }
 
     ListTable table;
     // The row counter is 16-bit: a list longer than 32,767 records stops with the overflow error.
@@ -100,21 +244,21 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     ListRow row;
     while (q.next()) {
         ++count;
-        row.at(LcHinmei) = text(hinmei);
-        row.at(LcZaishitu) = text(zaishitu);
-        row.at(LcTani) = text(tani);
-        row.at(LcBiko) = text(biko);
-        row.at(LcMaker) = text(makerColumn);
-        row.at(LcTani2) = text(tani2);
-        row.at(LcSuryo) = NumberText(q.value(suryo));
-        row.at(LcKingk) = NumberText(q.value(kingk));
+        row.at(LcHinmei) = text(at.hinmei);
+        row.at(LcZaishitu) = text(at.zaishitu);
+        row.at(LcTani) = text(at.tani);
+        row.at(LcBiko) = text(at.biko);
+        row.at(LcMaker) = text(at.maker);
+        row.at(LcTani2) = text(at.tani2);
+        row.at(LcSuryo) = NumberText(q.value(at.suryo));
+        row.at(LcKingk) = NumberText(q.value(at.kingk));
         if (!sum) {
-            const QString itemNumber = text(zno);
-            row.at(LcZno) = YesNo(q.value(kakko)) ? u'(' + itemNumber + u')' : itemNumber;
-            row.at(LcTanka) = NumberText(q.value(tanka));
-            row.at(LcNumber) = NumberText(q.value(number));
-            row.at(LcHaishi) = YesNo(q.value(haishi)) ? QStringLiteral("True") : QStringLiteral("False");
-            row.at(LcSuryo2) = NumberText(q.value(suryo2));
+            const QString itemNumber = text(at.zno);
+            row.at(LcZno) = YesNo(q.value(at.kakko)) ? u'(' + itemNumber + u')' : itemNumber;
+            row.at(LcTanka) = NumberText(q.value(at.tanka));
+            row.at(LcNumber) = NumberText(q.value(at.number));
+            row.at(LcHaishi) = YesNo(q.value(at.haishi)) ? QStringLiteral("True") : QStringLiteral("False");
+            row.at(LcSuryo2) = NumberText(q.value(at.suryo2));
         }
         table.push_back(row);
     }

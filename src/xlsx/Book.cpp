@@ -768,14 +768,33 @@ void Worksheet::clearValue(int row, int col)
     valueWritten(s, c);
 }
 
+static int numFmtFor(SheetImpl& s, std::string_view code)
+{
+    if (code.empty() || code.size() > 255 || !validUtf8(code))
+        throw Error("表示形式 \"" + std::string(code) + "\" が不正です。");
+    return s.book->styles.loaded() ? s.book->styles.numFmtId(code) : 0;
+}
+
 void Worksheet::setNumberFormat(int row, int col, std::string_view code)
 {
     auto& s = loadedSheet(impl_);
-    if (code.empty() || code.size() > 255 || !validUtf8(code))
-        throw Error("表示形式 \"" + std::string(code) + "\" が不正です。");
     StylePatch p;
-    p.numFmt = s.book->styles.loaded() ? s.book->styles.numFmtId(std::string(code)) : 0;
+    p.numFmt = numFmtFor(s, code);
     s.applyStyle(row, col, p);
+}
+
+void Worksheet::setFormat(int row, int col, const FormatChange& change)
+{
+    auto& s = loadedSheet(impl_);
+    StylePatch p;
+    if (!change.numberFormat.empty())
+        p.numFmt = numFmtFor(s, change.numberFormat);
+    if (change.align)
+        p.align = static_cast<int>(*change.align);
+    if (change.strike)
+        p.strike = *change.strike ? 1 : 0;
+    if (p.numFmt >= 0 || p.align >= 0 || p.strike >= 0)
+        s.applyStyle(row, col, p);
 }
 
 void Worksheet::setHorizontalAlignment(int row, int col, HAlign align)

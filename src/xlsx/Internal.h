@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -145,7 +146,7 @@ public:
     bool loaded() const { return !part_.empty(); }
     std::size_t xfCount() const { return xfs_.size(); }
     int derive(int base, const StylePatch& patch);
-    int numFmtId(const std::string& code);
+    int numFmtId(std::string_view code);
     std::string numFmtCode(int xf) const;
     std::string codeOfId(int numFmtId) const;
     HAlign align(int xf) const;
@@ -156,6 +157,7 @@ public:
 
 private:
     void indexAll();
+    int deriveOnce(int base, const StylePatch& patch);
     int deriveChanged(int base, const StylePatch& patch);
     int intern(pugi::xml_node container, std::vector<pugi::xml_node>& list,
                std::unordered_map<std::string, int>& map, pugi::xml_node candidate);
@@ -165,6 +167,10 @@ private:
     std::unordered_map<std::string, int> fontMap_, fillMap_, xfMap_;
     std::map<int, std::string> numFmts_;
     std::map<std::pair<int, std::string>, int> memo_;
+    // derive's answers by base and patch (numFmt, align, strike, fill), and the last format looked up.
+    std::map<std::tuple<int, int, int, int, long long>, int> derived_;
+    std::string lastCode_;
+    int lastCodeId_ = -1;
     bool interned_ = false;
     bool dirty_ = false;
 };

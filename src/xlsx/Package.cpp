@@ -209,7 +209,8 @@ public:
                 // What came before ends on a byte boundary; the piece refers to nothing before it,
                 // and what follows starts afresh.
                 deflateText(z, {}, Z_SYNC_FLUSH, out);
-                out(piece.data);
+                for (const std::string& block : *piece.data)
+                    out(block);
                 c.crc = static_cast<std::uint32_t>(
                     crc32_combine(c.crc, piece.crc, static_cast<z_off_t>(piece.size)));
                 c.size += piece.size;
@@ -371,7 +372,17 @@ DeflateStream::~DeflateStream()
 
 void DeflateStream::run(int flush)
 {
-    deflateAll(*z_, flush, [this](std::string_view d) { out_.append(d); });
+    deflateAll(*z_, flush, [this](std::string_view d) {
+        while (!d.empty()) {
+            if (out_.empty() || out_.back().size() == kChunk) {
+                out_.emplace_back();
+                out_.back().reserve(kChunk);
+            }
+            const std::size_t n = std::min(d.size(), kChunk - out_.back().size());
+            out_.back().append(d.substr(0, n));
+            d.remove_prefix(n);
+        }
+    });
 }
 
 void DeflateStream::add(std::string_view text)
@@ -388,7 +399,7 @@ DeflatedPiece DeflateStream::piece()
     z_->next_in = nullptr;
     z_->avail_in = 0;
     run(Z_SYNC_FLUSH);
-    return {out_, crc_, size_};
+    return {&out_, crc_, size_};
 }
 
 std::string lowerAscii(std::string s)

@@ -29,7 +29,7 @@ struct Relationship {
 // Raw deflate data that ends on a byte boundary without a final block, with the CRC-32 and length
 // of what it holds: a piece of a part compressed ahead of the save.
 struct DeflatedPiece {
-    std::string_view data;
+    const std::vector<std::string>* data = nullptr; // the compressed bytes, in blocks
     std::uint32_t crc = 0;
     std::uint64_t size = 0;
 };
@@ -49,7 +49,7 @@ public:
 private:
     void run(int flush);
     std::unique_ptr<z_stream> z_;
-    std::string out_;
+    std::vector<std::string> out_; // blocks of a fixed capacity: growing never copies what was written
     std::uint32_t crc_ = 0;
     std::uint64_t size_ = 0;
 };

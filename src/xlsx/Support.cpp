@@ -467,18 +467,25 @@ static const std::map<std::string, int>& builtinFormats()
     return m;
 }
 
-int Styles::numFmtId(const std::string& code)
+int Styles::numFmtId(std::string_view codeView)
 {
+    // A fill sets the same one or two formats on every line.
+    if (lastCodeId_ >= 0 && codeView == lastCode_)
+        return lastCodeId_;
+    const std::string code(codeView);
+    lastCode_ = code;
+    lastCodeId_ = -1;
     auto& b = builtinFormats();
     if (auto it = b.find(code); it != b.end())
-        return it->second;
+        return lastCodeId_ = it->second;
     int highest = 163;
     for (auto& [id, c] : numFmts_) {
         if (c == code)
-            return id;
+            return lastCodeId_ = id;
         highest = std::max(highest, id);
     }
     int id = highest + 1;
+    lastCodeId_ = id;
     auto root = doc_.document_element();
     auto nf = ensureChild(root, "numFmts", kStyleOrder);
     std::string prefix;
@@ -576,6 +583,14 @@ int Styles::derive(int base, const StylePatch& patch)
         base = 0;
     if (xfs_.empty())
         throw Error("styles.xml にセル書式（cellXfs）がありません。");
+    const auto key = std::make_tuple(base, patch.numFmt, patch.align, patch.strike, patch.fill);
+    if (auto it = derived_.find(key); it != derived_.end())
+        return it->second;
+    return derived_[key] = deriveOnce(base, patch);
+}
+
+int Styles::deriveOnce(int base, const StylePatch& patch)
+{
     // a patch that changes nothing keeps the cell's format as it is
     StylePatch p = patch;
     if (p.numFmt >= 0 && numFmtCode(base) == codeOfId(p.numFmt))

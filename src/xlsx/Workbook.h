@@ -84,6 +84,14 @@ public:
     void setStrike(int row, int col, bool strike);
     void setFill(int row, int col, std::uint32_t rgb); // solid fill, 0xRRGGBB
 
+    // Several changes of a cell's format in one step; what is left unset stays as the cell has it.
+    struct FormatChange {
+        std::string_view numberFormat; // empty: unchanged
+        std::optional<HAlign> align;
+        std::optional<bool> strike;
+    };
+    void setFormat(int row, int col, const FormatChange& change);
+
     // Reading the effective format of a cell (for checks and tests).
     std::string numberFormat(int row, int col) const; // "General" when none
     HAlign horizontalAlignment(int row, int col) const;
