@@ -413,7 +413,10 @@ void appendRow(std::string& body, const Row& row, const SheetTags& tags)
         body += '<';
         body += tags.c;
         body += " r=\"";
-        body += columnName(c.col);
+        if (c.col <= 26)
+            body += static_cast<char>('A' + c.col - 1);
+        else
+            body += columnName(c.col);
         appendNumber(body, row.r);
         body += '"';
         if (c.style >= 0) {

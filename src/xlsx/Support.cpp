@@ -151,6 +151,12 @@ std::string encodeEscapes(std::string_view s)
 
 void escapeXml(std::string& out, std::string_view s, bool attribute)
 {
+    // Most values (numbers, string indices, plain text) need nothing escaped.
+    if (s.find_first_of(attribute ? std::string_view("&<>\"\r\n\t") : std::string_view("&<>\r")) ==
+        std::string_view::npos) {
+        out += s;
+        return;
+    }
     for (char c : s) {
         switch (c) {
         case '&':
