@@ -2,6 +2,8 @@
 
 #include <QStringDecoder>
 
+#include <stdexcept>
+
 void ListTable::push_back(const ListRow& row)
 {
     for (const QString& cell : row.cells) {
@@ -10,7 +12,7 @@ void ListTable::push_back(const ListRow& row)
     }
 }
 
-void ListTable::appendUtf8(const std::array<std::string_view, 13>& cells)
+void ListTable::decode(const Utf8Row& cells) const
 {
     // UTF-8 never takes fewer bytes than UTF-16 takes characters: decode in place, then trim.
     qsizetype bytes = 0;
@@ -28,8 +30,27 @@ void ListTable::appendUtf8(const std::array<std::string_view, 13>& cells)
     m_text.truncate(end - begin);
 }
 
+ListTable ListTable::streamed(size_t rows, RowReader next)
+{
+    ListTable t;
+    t.m_reader = std::make_shared<RowReader>(std::move(next));
+    t.m_rows = rows;
+    return t;
+}
+
 ListRow ListTable::operator[](size_t index) const
 {
+    if (m_reader) {
+        if (m_ends.empty() || index != m_current) {
+            if (index >= m_rows || index != (m_ends.empty() ? 0 : m_current + 1))
+                throw std::logic_error("list rows are read in order");
+            m_text.clear();
+            m_ends.clear();
+            decode((*m_reader)());
+            m_current = index;
+        }
+        index = 0;
+    }
     ListRow row;
     qsizetype start = index == 0 ? 0 : m_ends[index * kColumns - 1];
     for (size_t c = 0; c < kColumns; ++c) {

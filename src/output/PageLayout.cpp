@@ -273,7 +273,8 @@ public:
                 writeHeader(top, label);
                 step([&] { headingRow = first >= last ? first + Int16::from(1) : first - Int16::from(1); });
                 writeHeadings(headingRow);
-                previousMaker = currentMaker;
+                // A copy of its own: the row's text is only lent until the next row is read.
+                previousMaker = QString(currentMaker.constData(), currentMaker.size());
                 lineRow = first;
                 if (progress)
                     progress(page, totalPages);

@@ -106,41 +106,132 @@ sqlite3* SqliteHandle(Database& db)
     return *static_cast<sqlite3* const*>(handle.constData());
 }
 
-// The list read straight from SQLite: each record's fields go into the table as the UTF-8 the
-// file holds, without a QVariant or a QString per field.
-ListTable ReadSqliteList(sqlite3* handle, const QString& sql, bool sum)
+// A print run's list on the local database, read straight from SQLite while the pages are laid
+// out: the records are counted first, then each one's fields go into the list as the UTF-8 the file
+// holds, without a QVariant or a QString per field, and without holding the whole list. Count and
+// rows come from one read transaction, so they agree.
+class SqliteListReader
 {
-    const QByteArray text = sql.toUtf8();
-    sqlite3_stmt* stmt = nullptr;
-    auto fail = [&](int rc) {
-        const QString message = QString::fromUtf8(sqlite3_errmsg(handle));
-        sqlite3_finalize(stmt);
-        throw RuntimeError(rc, message + QStringLiteral("\n(") + sql + u')');
-    };
-    int rc = sqlite3_prepare_v2(handle, text.constData(), static_cast<int>(text.size()), &stmt, nullptr);
-    if (rc != SQLITE_OK)
-        fail(rc);
-    const int columnCount = sqlite3_column_count(stmt);
-    const ListColumns at(sum, [&](const char* name) {
-        for (int i = 0; i < columnCount; ++i)
-            if (sqlite3_stricmp(sqlite3_column_name(stmt, i), name) == 0)
-                return i;
-        sqlite3_finalize(stmt);
-        throw missingColumn(name);
-    });
-    auto field = [&](int i) -> std::string_view {
-        const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(stmt, i));
-        return p ? std::string_view(p, static_cast<size_t>(sqlite3_column_bytes(stmt, i)))
+public:
+    SqliteListReader(sqlite3* handle, const QString& sql, bool sum) : m_handle(handle), m_sql(sql), m_sum(sum)
+    {
+        try {
+            start(sql, sum);
+        } catch (...) {
+            finish();
+            throw;
+        }
+    }
+    ~SqliteListReader() { finish(); }
+    SqliteListReader(const SqliteListReader&) = delete;
+    SqliteListReader& operator=(const SqliteListReader&) = delete;
+
+    size_t rows() const { return m_rows; }
+
+private:
+    void start(const QString& sql, bool sum)
+    {
+        if (sqlite3_get_autocommit(m_handle)) {
+            check(sqlite3_exec(m_handle, "BEGIN", nullptr, nullptr, nullptr));
+            m_began = true;
+        }
+        sqlite3_stmt* count = prepare(QStringLiteral("SELECT COUNT(*) FROM (") + sql + u')');
+        const int rc = sqlite3_step(count);
+        const sqlite3_int64 rows = rc == SQLITE_ROW ? sqlite3_column_int64(count, 0) : 0;
+        sqlite3_finalize(count);
+        if (rc != SQLITE_ROW)
+            check(rc);
+        // The row counter is 16-bit: a list longer than 32,767 records stops with the overflow error.
+        m_rows = static_cast<size_t>(Int16::from(rows).value());
+        m_stmt = prepare(sql);
+        const int columnCount = sqlite3_column_count(m_stmt);
+        m_at = std::make_unique<ListColumns>(sum, [&](const char* name) {
+            for (int i = 0; i < columnCount; ++i)
+                if (sqlite3_stricmp(sqlite3_column_name(m_stmt, i), name) == 0)
+                    return i;
+            throw missingColumn(name);
+        });
+    }
+    void finish()
+    {
+        sqlite3_finalize(m_stmt);
+        m_stmt = nullptr;
+        if (m_began)
+            sqlite3_exec(m_handle, "COMMIT", nullptr, nullptr, nullptr);
+        m_began = false;
+        sqlite3_db_release_memory(m_handle);
+    }
+
+public:
+    const ListTable::Utf8Row& next()
+    {
+        const int rc = sqlite3_step(m_stmt);
+        if (rc == SQLITE_DONE)
+            throw RuntimeError(3021, QStringLiteral("現在のレコードがありません。") + QStringLiteral("\n(") +
+                                         m_sql + u')');
+        if (rc != SQLITE_ROW)
+            check(rc);
+        // The pages the scan has passed stay cached with the connection; a print run has no more use
+        // for them, and a long list would otherwise hold a few megabytes of them.
+        if (++m_read % 512 == 0)
+            sqlite3_db_release_memory(m_handle);
+        const ListColumns& at = *m_at;
+        m_row.fill({});
+        m_row[LcHinmei - 1] = field(at.hinmei);
+        m_row[LcZaishitu - 1] = field(at.zaishitu);
+        m_row[LcTani - 1] = field(at.tani);
+        m_row[LcBiko - 1] = field(at.biko);
+        m_row[LcMaker - 1] = field(at.maker);
+        m_row[LcTani2 - 1] = field(at.tani2);
+        m_row[LcSuryo - 1] = number(at.suryo, 0);
+        m_row[LcKingk - 1] = number(at.kingk, 1);
+        if (!m_sum) {
+            m_row[LcZno - 1] = field(at.zno);
+            if (yesNo(at.kakko)) {
+                m_bracketed = '(' + std::string(m_row[LcZno - 1]) + ')';
+                m_row[LcZno - 1] = m_bracketed;
+            }
+            m_row[LcTanka - 1] = number(at.tanka, 2);
+            m_row[LcNumber - 1] = number(at.number, 3);
+            m_row[LcHaishi - 1] = yesNo(at.haishi) ? "True" : "False";
+            m_row[LcSuryo2 - 1] = number(at.suryo2, 4);
+        }
+        return m_row;
+    }
+
+private:
+    void check(int rc)
+    {
+        if (rc != SQLITE_OK)
+            throw RuntimeError(rc, QString::fromUtf8(sqlite3_errmsg(m_handle)) + QStringLiteral("\n(") +
+                                       m_sql + u')');
+    }
+    sqlite3_stmt* prepare(const QString& sql)
+    {
+        const QByteArray text = sql.toUtf8();
+        sqlite3_stmt* stmt = nullptr;
+        const int rc =
+            sqlite3_prepare_v2(m_handle, text.constData(), static_cast<int>(text.size()), &stmt, nullptr);
+        if (rc != SQLITE_OK) {
+            sqlite3_finalize(stmt);
+            check(rc);
+        }
+        return stmt;
+    }
+    std::string_view field(int i)
+    {
+        const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(m_stmt, i));
+        return p ? std::string_view(p, static_cast<size_t>(sqlite3_column_bytes(m_stmt, i)))
                  : std::string_view();
-    };
-    // Numbers as NumberText gives them; the buffers live until the row is appended.
-    char numbers[5][32];
-    auto number = [&](int i, int slot) -> std::string_view {
-        switch (sqlite3_column_type(stmt, i)) {
+    }
+    // Numbers as NumberText gives them; the buffers live until the next row.
+    std::string_view number(int i, int slot)
+    {
+        switch (sqlite3_column_type(m_stmt, i)) {
         case SQLITE_NULL:
             return {};
         case SQLITE_FLOAT:
-            return DoubleText(sqlite3_column_double(stmt, i), numbers[slot]);
+            return DoubleText(sqlite3_column_double(m_stmt, i), m_numbers[slot]);
         default: {
             std::string_view t = field(i);
             if (t.size() >= 2 && t.substr(t.size() - 2) == ".0")
@@ -148,64 +239,35 @@ ListTable ReadSqliteList(sqlite3* handle, const QString& sql, bool sum)
             return t;
         }
         }
-    };
-    auto yesNo = [&](int i) {
-        switch (sqlite3_column_type(stmt, i)) {
+    }
+    bool yesNo(int i)
+    {
+        switch (sqlite3_column_type(m_stmt, i)) {
         case SQLITE_NULL:
             return false;
         case SQLITE_INTEGER:
-            return sqlite3_column_int64(stmt, i) != 0;
+            return sqlite3_column_int64(m_stmt, i) != 0;
         case SQLITE_FLOAT:
-            return sqlite3_column_double(stmt, i) != 0;
-        default:
-            return TextIsTrue(QString::fromUtf8(field(i).data(), static_cast<qsizetype>(field(i).size())));
+            return sqlite3_column_double(m_stmt, i) != 0;
+        default: {
+            const std::string_view t = field(i);
+            return TextIsTrue(QString::fromUtf8(t.data(), static_cast<qsizetype>(t.size())));
         }
-    };
-
-    ListTable table;
-    // The row counter is 16-bit: a list longer than 32,767 records stops with the overflow error.
-    Int16 count;
-    std::array<std::string_view, 13> row;
-    std::string bracketed;
-    try {
-        while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-            ++count;
-            // The pages the scan has passed stay cached with the connection; a print run has no more
-            // use for them, and a long list would otherwise hold a few megabytes of them.
-            if ((count.value() & 511) == 0)
-                sqlite3_db_release_memory(handle);
-            row.fill({});
-            row[LcHinmei - 1] = field(at.hinmei);
-            row[LcZaishitu - 1] = field(at.zaishitu);
-            row[LcTani - 1] = field(at.tani);
-            row[LcBiko - 1] = field(at.biko);
-            row[LcMaker - 1] = field(at.maker);
-            row[LcTani2 - 1] = field(at.tani2);
-            row[LcSuryo - 1] = number(at.suryo, 0);
-            row[LcKingk - 1] = number(at.kingk, 1);
-            if (!sum) {
-                row[LcZno - 1] = field(at.zno);
-                if (yesNo(at.kakko)) {
-                    bracketed = '(' + std::string(row[LcZno - 1]) + ')';
-                    row[LcZno - 1] = bracketed;
-                }
-                row[LcTanka - 1] = number(at.tanka, 2);
-                row[LcNumber - 1] = number(at.number, 3);
-                row[LcHaishi - 1] = yesNo(at.haishi) ? "True" : "False";
-                row[LcSuryo2 - 1] = number(at.suryo2, 4);
-            }
-            table.appendUtf8(row);
         }
-    } catch (...) {
-        sqlite3_finalize(stmt);
-        throw;
     }
-    if (rc != SQLITE_DONE)
-        fail(rc);
-    sqlite3_finalize(stmt);
-    sqlite3_db_release_memory(handle);
-    return table;
-}
+
+    sqlite3* m_handle;
+    QString m_sql;
+    bool m_sum;
+    bool m_began = false;
+    sqlite3_stmt* m_stmt = nullptr;
+    std::unique_ptr<ListColumns> m_at;
+    size_t m_rows = 0;
+    size_t m_read = 0;
+    ListTable::Utf8Row m_row;
+    std::string m_bracketed;
+    char m_numbers[5][32];
+};
 
 } // namespace
 
@@ -217,8 +279,11 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     const QString maker = request.makerFilterOn ? request.makerFilterText : QString();
     const QString sql =
         BuildListQuery(request.modeString, filterWord, request.dwgNo, request.assy, request.kind, maker);
-    if (sqlite3* handle = SqliteHandle(db))
-        return ReadSqliteList(handle, sql, sum);
+    if (sqlite3* handle = SqliteHandle(db)) {
+        auto reader = std::make_shared<SqliteListReader>(handle, sql, sum);
+        const size_t rows = reader->rows();
+        return ListTable::streamed(rows, [reader]() -> const ListTable::Utf8Row& { return reader->next(); });
+    }
 
     // A print run reads each record once, in order: the query is read forward instead of through a
     // record set's snapshot, which for a long list doubled the run's time and memory.
