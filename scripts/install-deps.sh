@@ -20,12 +20,12 @@ packages=(
   # build
   cmake ninja-build g++ pkg-config
   qt6-base-dev qt6-pdf-dev libqt6sql6-sqlite libqt6sql6-odbc libgl-dev
-  libzip-dev libpugixml-dev
+  libzip-dev zlib1g-dev libpugixml-dev
   # regenerating the workbook engine's test templates (tests/data/xlsx/make_templates.sh)
   libxlsxwriter-dev
   libgtest-dev libbenchmark-dev
   # database: the embedded SQLite file, and a real server through ODBC for the tests
-  sqlite3 unixodbc unixodbc-dev odbc-postgresql postgresql
+  sqlite3 libsqlite3-dev unixodbc unixodbc-dev odbc-postgresql postgresql
   # the screens' font, and Excel-like metrics for the rendered workbooks
   fonts-ipafont-gothic fonts-crosextra-carlito fonts-liberation2
   # Qt's own texts in Japanese: the buttons of every box, the file, print and page set-up dialogs

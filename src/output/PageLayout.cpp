@@ -4,6 +4,7 @@
 #include "RuntimeError.h"
 #include "WorkbookControl.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 
@@ -51,6 +52,28 @@ RuntimeError cellError()
 
 bool looksLikeNumber(const QString& text, double* value)
 {
+    // The usual form, digits with a point, is read without the locale machinery; anything else
+    // goes through the general reading.
+    char ascii[24];
+    const QString::size_type n = text.size();
+    if (n > 0 && n < qsizetype(sizeof ascii)) {
+        bool plain = true, digit = false, point = false;
+        for (qsizetype i = 0; i < n && plain; ++i) {
+            const char16_t ch = text[i].unicode();
+            if (ch >= u'0' && ch <= u'9')
+                digit = true;
+            else if (ch == u'.' && !point && i > 0)
+                point = true;
+            else if (!(ch == u'-' && i == 0))
+                plain = false;
+            ascii[i] = static_cast<char>(ch);
+        }
+        if (plain && digit && ascii[n - 1] != '.') {
+            const auto res = std::from_chars(ascii, ascii + n, *value);
+            if (res.ec == std::errc() && res.ptr == ascii + n)
+                return true;
+        }
+    }
     bool ok = false;
     const double d = text.trimmed().toDouble(&ok);
     if (ok && std::isfinite(d)) {
@@ -123,8 +146,7 @@ public:
         w.strike = strike;
         // A value put into a cell that is not formatted as text is stored as a number when it reads as
         // one: a unit price of 4500 shows as 4,500 through the cell's format.
-        double d = 0;
-        if (format != u"@" && looksLikeNumber(value, &d))
+        if (format != u"@" && looksLikeNumber(value, &w.numberValue))
             w.number = true;
         m_target.write(w);
     }
@@ -254,7 +276,8 @@ public:
                 writeHeader(top, label);
                 step([&] { headingRow = first >= last ? first + Int16::from(1) : first - Int16::from(1); });
                 writeHeadings(headingRow);
-                previousMaker = currentMaker;
+                // A copy of its own: the row's text is only lent until the next row is read.
+                previousMaker = QString(currentMaker.constData(), currentMaker.size());
                 lineRow = first;
                 if (progress)
                     progress(page, totalPages);

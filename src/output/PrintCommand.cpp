@@ -7,6 +7,7 @@
 #include "PrintRequest.h"
 #include "PrintRun.h"
 #include "RuntimeError.h"
+#include "WorkbookControl.h"
 #include "XlsxOutputWorkbook.h"
 
 #include <QCommandLineParser>
@@ -82,7 +83,7 @@ public:
     {
         if (!out.isEmpty()) {
             QFile::remove(out);
-            if (!QFile::copy(workbookPath, out)) {
+            if (!CopyWorkbookFile(workbookPath, out)) {
                 printErr(QStringLiteral("buhinhyo-print: ") + out + QStringLiteral(" を書き込めません。"));
                 failed = true;
             }

@@ -304,6 +304,33 @@ bool BookImpl::modified() const
     return false;
 }
 
+void BookImpl::checkRows(const SheetImpl& s, std::size_t count) const
+{
+    std::string where = "シート \"" + s.name + "\"";
+    int prev = s.written ? s.written->below - 1 : 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Row& row = s.rows[i];
+        if (row.r <= prev || row.r > kMaxRow)
+            throw Error(where + " の行番号が不正です（" + std::to_string(row.r) + "）。");
+        prev = row.r;
+        int pc = 0;
+        for (auto& c : row.cells) {
+            if (c.col <= pc || c.col > kMaxCol)
+                throw Error(where + " の行 " + std::to_string(row.r) + " のセルの順序が不正です。");
+            pc = c.col;
+            if (c.style >= 0 && styles.loaded() && static_cast<std::size_t>(c.style) >= styles.xfCount())
+                throw Error(where + " のセル " + cellName(row.r, c.col) + " の書式番号が範囲外です。");
+            if (c.type == TShared) {
+                std::size_t idx = 0;
+                auto res = std::from_chars(c.v.data(), c.v.data() + c.v.size(), idx);
+                if (res.ec != std::errc() || idx >= sst.size())
+                    throw Error(where + " のセル " + cellName(row.r, c.col) +
+                                " の共有文字列番号が範囲外です。");
+            }
+        }
+    }
+}
+
 void BookImpl::validate()
 {
     for (auto& sp : sheets) {
@@ -311,27 +338,7 @@ void BookImpl::validate()
         if (!s.loaded)
             continue;
         std::string where = "シート \"" + s.name + "\"";
-        int prev = 0;
-        for (auto& row : s.rows) {
-            if (row.r <= prev || row.r > kMaxRow)
-                throw Error(where + " の行番号が不正です（" + std::to_string(row.r) + "）。");
-            prev = row.r;
-            int pc = 0;
-            for (auto& c : row.cells) {
-                if (c.col <= pc || c.col > kMaxCol)
-                    throw Error(where + " の行 " + std::to_string(row.r) + " のセルの順序が不正です。");
-                pc = c.col;
-                if (c.style >= 0 && styles.loaded() && static_cast<std::size_t>(c.style) >= styles.xfCount())
-                    throw Error(where + " のセル " + cellName(row.r, c.col) + " の書式番号が範囲外です。");
-                if (c.type == TShared) {
-                    std::size_t idx = 0;
-                    auto res = std::from_chars(c.v.data(), c.v.data() + c.v.size(), idx);
-                    if (res.ec != std::errc() || idx >= sst.size())
-                        throw Error(where + " のセル " + cellName(row.r, c.col) +
-                                    " の共有文字列番号が範囲外です。");
-                }
-            }
-        }
+        checkRows(s, s.rows.size());
         std::vector<CellRange> m = s.merges;
         std::sort(m.begin(), m.end(), [](auto& a, auto& b) { return a.firstRow < b.firstRow; });
         for (std::size_t i = 0; i < m.size(); ++i) {
@@ -416,7 +423,7 @@ void BookImpl::save(const std::filesystem::path& target)
     validate();
     for (auto& s : sheets) {
         if (s->dirty) {
-            pkg->write(s->part, s->serialize());
+            pkg->writeStreamed(s->part, [sheet = s.get()](PartSink& out) { sheet->writeTo(out); });
             s->dirty = false;
         }
         if (s->drawingDirty) {
@@ -445,6 +452,7 @@ void BookImpl::save(const std::filesystem::path& target)
 void SheetImpl::insertRows(int top, int count)
 {
     checkRow(top);
+    checkHeld(top);
     if (count < 0 || count > kMaxRow)
         throw Error("挿入する行数が不正です。");
     if (count == 0)
@@ -674,6 +682,7 @@ static SheetImpl& loadedSheet(SheetImpl* s)
 std::string Worksheet::cellText(int row, int col) const
 {
     auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
     const Cell* c = s.findCell(row, col);
     return c ? detail::cellText(*s.book, *c) : std::string();
 }
@@ -681,6 +690,7 @@ std::string Worksheet::cellText(int row, int col) const
 std::optional<double> Worksheet::cellNumber(int row, int col) const
 {
     auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
     const Cell* c = s.findCell(row, col);
     if (!c || !c->hasV || !(c->type == TNone || c->type == TBool))
         return std::nullopt;
@@ -694,13 +704,16 @@ std::optional<double> Worksheet::cellNumber(int row, int col) const
 std::string Worksheet::cellFormula(int row, int col) const
 {
     auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
     const Cell* c = s.findCell(row, col);
     return c && c->hasFormula() ? c->x->f : std::string();
 }
 
 bool Worksheet::hasCell(int row, int col) const
 {
-    return loadedSheet(impl_).findCell(row, col) != nullptr;
+    auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
+    return s.findCell(row, col) != nullptr;
 }
 
 void Worksheet::setText(int row, int col, std::string_view utf8)
@@ -713,7 +726,7 @@ void Worksheet::setText(int row, int col, std::string_view utf8)
     s.checkRow(row);
     s.checkCol(col);
     auto& sst = s.book->strings();
-    int idx = sst.intern(std::string(utf8));
+    int idx = sst.intern(utf8);
     Cell& c = s.cellFor(row, col);
     if (c.type != TShared)
         sst.addRefs(1);
@@ -742,6 +755,7 @@ void Worksheet::clearValue(int row, int col)
     auto& s = loadedSheet(impl_);
     s.checkRow(row);
     s.checkCol(col);
+    s.checkHeld(row);
     if (!s.findCell(row, col))
         return;
     Cell& c = s.cellFor(row, col);
@@ -754,14 +768,33 @@ void Worksheet::clearValue(int row, int col)
     valueWritten(s, c);
 }
 
+static int numFmtFor(SheetImpl& s, std::string_view code)
+{
+    if (code.empty() || code.size() > 255 || !validUtf8(code))
+        throw Error("表示形式 \"" + std::string(code) + "\" が不正です。");
+    return s.book->styles.loaded() ? s.book->styles.numFmtId(code) : 0;
+}
+
 void Worksheet::setNumberFormat(int row, int col, std::string_view code)
 {
     auto& s = loadedSheet(impl_);
-    if (code.empty() || code.size() > 255 || !validUtf8(code))
-        throw Error("表示形式 \"" + std::string(code) + "\" が不正です。");
     StylePatch p;
-    p.numFmt = s.book->styles.loaded() ? s.book->styles.numFmtId(std::string(code)) : 0;
+    p.numFmt = numFmtFor(s, code);
     s.applyStyle(row, col, p);
+}
+
+void Worksheet::setFormat(int row, int col, const FormatChange& change)
+{
+    auto& s = loadedSheet(impl_);
+    StylePatch p;
+    if (!change.numberFormat.empty())
+        p.numFmt = numFmtFor(s, change.numberFormat);
+    if (change.align)
+        p.align = static_cast<int>(*change.align);
+    if (change.strike)
+        p.strike = *change.strike ? 1 : 0;
+    if (p.numFmt >= 0 || p.align >= 0 || p.strike >= 0)
+        s.applyStyle(row, col, p);
 }
 
 void Worksheet::setHorizontalAlignment(int row, int col, HAlign align)
@@ -787,6 +820,7 @@ void Worksheet::setFill(int row, int col, std::uint32_t rgb)
 
 static int styleOf(SheetImpl& s, int row, int col)
 {
+    s.checkHeld(row);
     const Cell* c = s.findCell(row, col);
     if (c)
         return c->style < 0 ? 0 : c->style;
@@ -826,6 +860,7 @@ int Worksheet::lastUsedRow() const
 std::optional<double> Worksheet::rowHeight(int row) const
 {
     auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
     const Row* r = s.findRow(row);
     if (!r)
         return std::nullopt;
@@ -877,11 +912,17 @@ void Worksheet::insertRows(int row, int count)
     loadedSheet(impl_).insertRows(row, count);
 }
 
+bool Worksheet::writeOutRowsAbove(int row)
+{
+    return loadedSheet(impl_).writeOutAbove(row);
+}
+
 PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
 {
     auto& s = loadedSheet(impl_);
     s.checkRow(firstRow);
     s.checkRow(lastRow);
+    s.checkHeld(firstRow);
     if (lastRow < firstRow)
         throw Error("ページの行範囲が不正です（" + std::to_string(firstRow) + "〜" + std::to_string(lastRow) +
                     "）。");

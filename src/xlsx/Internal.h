@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -93,9 +94,9 @@ public:
     void load(Package& pkg, const std::string& part);
     void create(Package& pkg, const std::string& workbookPart);
     bool exists() const { return !part_.empty(); }
-    std::size_t size() const { return items_.size(); }
+    std::size_t size() const { return items_.size() + (keyEntry_.size() - firstAddedKey_); }
     std::string text(std::size_t index) const;
-    int intern(const std::string& text); // plain text entry
+    int intern(std::string_view text); // plain text entry
     void addRefs(long long n)
     {
         refDelta_ += n;
@@ -105,10 +106,26 @@ public:
     void flush(Package& pkg);
 
 private:
+    void index();
+    std::string_view key(std::size_t k) const
+    {
+        const std::size_t start = k == 0 ? 0 : keyEnds_[k - 1];
+        return std::string_view(keyTexts_).substr(start, keyEnds_[k] - start);
+    }
+    void addKey(std::string_view text, int entry);
+    void rehash(std::size_t slots);
+    void writeTo(PartSink& out);
+
     std::string part_;
-    pugi::xml_document doc_;
+    pugi::xml_document doc_; // the part as read; entries added since are kept below
     std::vector<pugi::xml_node> items_;
-    std::unordered_map<std::string, int> plain_;
+    // The texts of the plain entries, one after another (keys): first those of the part as read,
+    // then every entry added, in order. A hash table of key numbers finds a text's entry.
+    std::string keyTexts_;
+    std::vector<std::uint32_t> keyEnds_;
+    std::vector<int> keyEntry_;
+    std::size_t firstAddedKey_ = 0;
+    std::vector<std::uint32_t> slots_; // key + 1; 0 is free
     bool indexed_ = false;
     bool dirty_ = false;
     long long refDelta_ = 0;
@@ -129,7 +146,7 @@ public:
     bool loaded() const { return !part_.empty(); }
     std::size_t xfCount() const { return xfs_.size(); }
     int derive(int base, const StylePatch& patch);
-    int numFmtId(const std::string& code);
+    int numFmtId(std::string_view code);
     std::string numFmtCode(int xf) const;
     std::string codeOfId(int numFmtId) const;
     HAlign align(int xf) const;
@@ -140,6 +157,7 @@ public:
 
 private:
     void indexAll();
+    int deriveOnce(int base, const StylePatch& patch);
     int deriveChanged(int base, const StylePatch& patch);
     int intern(pugi::xml_node container, std::vector<pugi::xml_node>& list,
                std::unordered_map<std::string, int>& map, pugi::xml_node candidate);
@@ -149,6 +167,10 @@ private:
     std::unordered_map<std::string, int> fontMap_, fillMap_, xfMap_;
     std::map<int, std::string> numFmts_;
     std::map<std::pair<int, std::string>, int> memo_;
+    // derive's answers by base and patch (numFmt, align, strike, fill), and the last format looked up.
+    std::map<std::tuple<int, int, int, int, long long>, int> derived_;
+    std::string lastCode_;
+    int lastCodeId_ = -1;
     bool interned_ = false;
     bool dirty_ = false;
 };
@@ -187,13 +209,29 @@ struct SheetImpl {
     std::unique_ptr<pugi::xml_document> drawing;
     bool drawingDirty = false;
 
+    // The cells that rows span, 1-based; 0 when there is none.
+    struct Extent {
+        int minR = 0, maxR = 0, minC = 0, maxC = 0;
+        void add(const Row& row);
+    };
+    // Rows written out ahead of the save: compressed into the part and no longer held.
+    struct WrittenRows {
+        int below = 1; // the first row still held
+        Extent extent;
+        DeflateStream stream;
+    };
+    std::unique_ptr<WrittenRows> written;
+
     void load();
     void ensureLoaded()
     {
         if (!loaded)
             load();
     }
-    std::string serialize();
+    // Writes the part: the XML around the rows, the rows written out before and the rows held.
+    void writeTo(PartSink& out);
+    bool writeOutAbove(int row);
+    void checkHeld(int r) const; // throws for a row that was written out
 
     Row* findRow(int r);
     const Row* findRow(int r) const;
@@ -226,6 +264,8 @@ struct BookImpl {
 
     void open(const std::filesystem::path& path);
     void validate();
+    // Checks the first count rows of a sheet: order, cell order, style and shared-string numbers.
+    void checkRows(const SheetImpl& s, std::size_t count) const;
     void save(const std::filesystem::path& target);
     bool modified() const;
     SharedStrings& strings();

@@ -151,6 +151,12 @@ std::string encodeEscapes(std::string_view s)
 
 void escapeXml(std::string& out, std::string_view s, bool attribute)
 {
+    // Most values (numbers, string indices, plain text) need nothing escaped.
+    if (s.find_first_of(attribute ? std::string_view("&<>\"\r\n\t") : std::string_view("&<>\r")) ==
+        std::string_view::npos) {
+        out += s;
+        return;
+    }
     for (char c : s) {
         switch (c) {
         case '&':
@@ -246,43 +252,112 @@ static void collectText(const pugi::xml_node& n, std::string& out)
 
 std::string SharedStrings::text(std::size_t index) const
 {
-    if (index >= items_.size())
-        return {};
+    if (index >= items_.size()) {
+        const std::size_t k = firstAddedKey_ + (index - items_.size());
+        return k < keyEntry_.size() ? std::string(key(k)) : std::string();
+    }
     std::string out;
     collectText(items_[index], out);
     return decodeEscapes(out);
 }
 
-int SharedStrings::intern(const std::string& text)
+void SharedStrings::rehash(std::size_t count)
 {
-    if (!indexed_) {
-        for (std::size_t i = 0; i < items_.size(); ++i) {
-            auto si = items_[i];
-            auto first = si.first_child();
-            if (first && first == si.last_child() && std::strcmp(lname(first), "t") == 0)
-                plain_.emplace(decodeEscapes(first.text().get()), static_cast<int>(i));
-        }
-        indexed_ = true;
+    slots_.assign(count, 0);
+    for (std::size_t k = 0; k < keyEntry_.size(); ++k) {
+        std::size_t i = std::hash<std::string_view>()(key(k)) & (count - 1);
+        while (slots_[i])
+            i = (i + 1) & (count - 1);
+        slots_[i] = static_cast<std::uint32_t>(k + 1);
     }
-    auto it = plain_.find(text);
-    if (it != plain_.end())
-        return it->second;
-    std::string prefix;
-    std::string rn = doc_.document_element().name();
-    if (auto colon = rn.find(':'); colon != std::string::npos)
-        prefix = rn.substr(0, colon + 1);
-    auto si = doc_.document_element().append_child((prefix + "si").c_str());
-    auto t = si.append_child((prefix + "t").c_str());
-    if (!text.empty() &&
-        (text.front() == ' ' || text.back() == ' ' || text.front() == '\t' || text.back() == '\t' ||
-         text.find('\n') != std::string::npos || text.find('\r') != std::string::npos))
-        t.append_attribute("xml:space") = "preserve";
-    t.text().set(encodeEscapes(text).c_str());
-    int idx = static_cast<int>(items_.size());
-    items_.push_back(si);
-    plain_.emplace(text, idx);
+}
+
+void SharedStrings::addKey(std::string_view text, int entry)
+{
+    keyTexts_ += text;
+    keyEnds_.push_back(static_cast<std::uint32_t>(keyTexts_.size()));
+    keyEntry_.push_back(entry);
+    if (keyEntry_.size() * 2 > slots_.size()) {
+        rehash(std::max<std::size_t>(1024, slots_.size() * 2));
+        return;
+    }
+    std::size_t i = std::hash<std::string_view>()(text) & (slots_.size() - 1);
+    while (slots_[i])
+        i = (i + 1) & (slots_.size() - 1);
+    slots_[i] = static_cast<std::uint32_t>(keyEntry_.size());
+}
+
+void SharedStrings::index()
+{
+    // The first plain entry of a text is the one a new cell of that text refers to.
+    for (std::size_t i = 0; i < items_.size(); ++i) {
+        auto si = items_[i];
+        auto first = si.first_child();
+        if (first && first == si.last_child() && std::strcmp(lname(first), "t") == 0)
+            addKey(decodeEscapes(first.text().get()), static_cast<int>(i));
+    }
+    firstAddedKey_ = keyEntry_.size();
+    indexed_ = true;
+}
+
+int SharedStrings::intern(std::string_view text)
+{
+    if (!indexed_)
+        index();
+    if (!slots_.empty()) {
+        std::size_t i = std::hash<std::string_view>()(text) & (slots_.size() - 1);
+        while (std::uint32_t k = slots_[i]) {
+            if (key(k - 1) == text)
+                return keyEntry_[k - 1];
+            i = (i + 1) & (slots_.size() - 1);
+        }
+    }
+    if (keyTexts_.size() + text.size() > 0xFFFFFFFFu)
+        throw Error("共有文字列が多すぎます。");
+    int idx = static_cast<int>(size());
+    addKey(text, idx);
     dirty_ = true;
     return idx;
+}
+
+void SharedStrings::writeTo(PartSink& out)
+{
+    // The part as read, with the added entries written in before the root's end tag.
+    const char* kMark = "BH-SST-ADDED-7d41";
+    auto root = doc_.document_element();
+    auto mark = root.append_child(pugi::node_pcdata);
+    mark.set_value(kMark);
+    std::string xml = Package::serialize(doc_);
+    root.remove_child(mark);
+    auto pos = xml.rfind(kMark);
+    if (pos == std::string::npos)
+        throw Error("共有文字列を書き出せません（内部エラー）。");
+    std::string prefix;
+    std::string rn = root.name();
+    if (auto colon = rn.find(':'); colon != std::string::npos)
+        prefix = rn.substr(0, colon + 1);
+    const std::string si = "<" + prefix + "si>", t = "<" + prefix + "t", tEnd = "</" + prefix + "t>",
+                      siEnd = "</" + prefix + "si>";
+    std::string body = xml.substr(0, pos);
+    for (std::size_t k = firstAddedKey_; k < keyEntry_.size(); ++k) {
+        const std::string_view text = key(k);
+        body += si;
+        body += t;
+        if (!text.empty() &&
+            (text.front() == ' ' || text.back() == ' ' || text.front() == '\t' || text.back() == '\t' ||
+             text.find('\n') != std::string::npos || text.find('\r') != std::string::npos))
+            body += " xml:space=\"preserve\"";
+        body += '>';
+        escapeXml(body, encodeEscapes(text), false);
+        body += tEnd;
+        body += siEnd;
+        if (body.size() >= 65536) {
+            out.write(body);
+            body.clear();
+        }
+    }
+    body.append(xml, pos + std::strlen(kMark), std::string::npos);
+    out.write(body);
 }
 
 void SharedStrings::flush(Package& pkg)
@@ -290,19 +365,20 @@ void SharedStrings::flush(Package& pkg)
     if (!dirty_)
         return;
     auto root = doc_.document_element();
+    const auto unique = static_cast<long long>(size());
     long long count = root.attribute("count").as_llong(0) + refDelta_;
-    if (count < static_cast<long long>(items_.size()))
-        count = static_cast<long long>(items_.size());
+    if (count < unique)
+        count = unique;
     if (root.attribute("count"))
         root.attribute("count").set_value(count);
     else
         root.append_attribute("count") = count;
     if (root.attribute("uniqueCount"))
-        root.attribute("uniqueCount").set_value(static_cast<unsigned long long>(items_.size()));
+        root.attribute("uniqueCount").set_value(unique);
     else
-        root.append_attribute("uniqueCount") = static_cast<unsigned long long>(items_.size());
+        root.append_attribute("uniqueCount") = unique;
     refDelta_ = 0;
-    pkg.write(part_, Package::serialize(doc_));
+    pkg.writeStreamed(part_, [this](PartSink& out) { writeTo(out); });
     dirty_ = false;
 }
 
@@ -397,18 +473,25 @@ static const std::map<std::string, int>& builtinFormats()
     return m;
 }
 
-int Styles::numFmtId(const std::string& code)
+int Styles::numFmtId(std::string_view codeView)
 {
+    // A fill sets the same one or two formats on every line.
+    if (lastCodeId_ >= 0 && codeView == lastCode_)
+        return lastCodeId_;
+    const std::string code(codeView);
+    lastCode_ = code;
+    lastCodeId_ = -1;
     auto& b = builtinFormats();
     if (auto it = b.find(code); it != b.end())
-        return it->second;
+        return lastCodeId_ = it->second;
     int highest = 163;
     for (auto& [id, c] : numFmts_) {
         if (c == code)
-            return id;
+            return lastCodeId_ = id;
         highest = std::max(highest, id);
     }
     int id = highest + 1;
+    lastCodeId_ = id;
     auto root = doc_.document_element();
     auto nf = ensureChild(root, "numFmts", kStyleOrder);
     std::string prefix;
@@ -506,6 +589,14 @@ int Styles::derive(int base, const StylePatch& patch)
         base = 0;
     if (xfs_.empty())
         throw Error("styles.xml にセル書式（cellXfs）がありません。");
+    const auto key = std::make_tuple(base, patch.numFmt, patch.align, patch.strike, patch.fill);
+    if (auto it = derived_.find(key); it != derived_.end())
+        return it->second;
+    return derived_[key] = deriveOnce(base, patch);
+}
+
+int Styles::deriveOnce(int base, const StylePatch& patch)
+{
     // a patch that changes nothing keeps the cell's format as it is
     StylePatch p = patch;
     if (p.numFmt >= 0 && numFmtCode(base) == codeOfId(p.numFmt))

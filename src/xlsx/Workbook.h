@@ -84,6 +84,14 @@ public:
     void setStrike(int row, int col, bool strike);
     void setFill(int row, int col, std::uint32_t rgb); // solid fill, 0xRRGGBB
 
+    // Several changes of a cell's format in one step; what is left unset stays as the cell has it.
+    struct FormatChange {
+        std::string_view numberFormat; // empty: unchanged
+        std::optional<HAlign> align;
+        std::optional<bool> strike;
+    };
+    void setFormat(int row, int col, const FormatChange& change);
+
     // Reading the effective format of a cell (for checks and tests).
     std::string numberFormat(int row, int col) const; // "General" when none
     HAlign horizontalAlignment(int row, int col) const;
@@ -102,6 +110,12 @@ public:
     void pasteForm(const PageForm& form, int topRow);
     // Insert count empty rows at row (everything from row on moves down).
     void insertRows(int row, int count);
+
+    // Writes the rows above row into the sheet's part now, compressed, and lets go of them: a long
+    // sheet filled from top to bottom then needs memory for its last rows only. Afterwards those
+    // rows can no longer be read or written, nor rows inserted above row (Error). A sheet that
+    // holds formulas keeps its rows (they may still have to move); false then.
+    bool writeOutRowsAbove(int row);
 
     // Manual page breaks: a break above row (row >= 2). Duplicates are ignored.
     void addRowBreakAbove(int row);

@@ -385,6 +385,19 @@ TEST(XlsxWorkbook, BreaksPrintAreaAndRenameFollowTheRules)
 TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
 {
     TempDir dir("refuse");
+    // rows written out ahead of the save can no longer be read, written or inserted above
+    {
+        auto book = xlsx::Workbook::open(dataFile("plain.xlsx"));
+        auto& ws = book.sheet(0);
+        ASSERT_TRUE(ws.writeOutRowsAbove(3));
+        EXPECT_THROW(ws.cellText(2, 1), xlsx::Error);
+        EXPECT_THROW(ws.setText(1, 1, "x"), xlsx::Error);
+        EXPECT_THROW(ws.insertRows(2, 1), xlsx::Error);
+        EXPECT_NO_THROW(ws.setText(3, 1, "x"));
+        auto withFormulas = xlsx::Workbook::open(dataFile("formulas.xlsx"));
+        EXPECT_FALSE(withFormulas.sheet(0).writeOutRowsAbove(3));
+        EXPECT_NO_THROW(withFormulas.sheet(0).cellText(1, 1));
+    }
     // an array formula straddling the insertion row, and a 3-D reference
     {
         auto src = dir / "array.xlsx";

@@ -189,6 +189,9 @@ Expected fillThreePages(const Layout& l, const std::filesystem::path& out)
     for (int p = 1; p <= 3; ++p) {
         const int top = (p - 1) * l.pageRows + 1;
         if (p > 1) {
+            // as a print run does: the pages above the last filled one leave memory (not on a sheet
+            // with formulas, which may still move)
+            ws.writeOutRowsAbove(top - l.pageRows);
             ws.pasteForm(form, top);
             ws.addRowBreakAbove(top);
             e.breaks.push_back(top);
