@@ -185,7 +185,9 @@ void BookImpl::open(const std::filesystem::path& path)
         throw Error("パーツ " + workbookPart + " はブックではありません: " + fileLabel(path));
     std::string ns = root.attribute("xmlns").value();
     if (ns.find("purl.oclc.org") != std::string::npos)
-        throw Error("Strict Open XML 形式のブックには対応していません: " + fileLabel(path));
+        throw Error("Strict Open XML 形式のブックには対応していません。Excel で「Excel ブック (*.xlsx)」"
+                    "の形式で保存し直して下さい: " +
+                    fileLabel(path));
     auto rels = pkg->relationships(workbookPart);
     auto relById = [&](const std::string& id) -> const Relationship* {
         for (auto& r : rels)
@@ -247,6 +249,13 @@ SharedStrings& BookImpl::strings()
     if (!sst.exists())
         sst.create(*pkg, workbookPart);
     return sst;
+}
+
+Styles& BookImpl::editStyles()
+{
+    if (!styles.loaded())
+        styles.create(*pkg, workbookPart);
+    return styles;
 }
 
 pugi::xml_node BookImpl::definedNames(bool create)
@@ -760,7 +769,7 @@ void Worksheet::setNumberFormat(int row, int col, std::string_view code)
     if (code.empty() || code.size() > 255 || !validUtf8(code))
         throw Error("表示形式 \"" + std::string(code) + "\" が不正です。");
     StylePatch p;
-    p.numFmt = s.book->styles.loaded() ? s.book->styles.numFmtId(std::string(code)) : 0;
+    p.numFmt = s.book->editStyles().numFmtId(std::string(code));
     s.applyStyle(row, col, p);
 }
 

@@ -126,6 +126,7 @@ class Styles
 {
 public:
     void load(Package& pkg, const std::string& part);
+    void create(Package& pkg, const std::string& workbookPart);
     bool loaded() const { return !part_.empty(); }
     std::size_t xfCount() const { return xfs_.size(); }
     int derive(int base, const StylePatch& patch);
@@ -139,6 +140,9 @@ public:
     void flush(Package& pkg);
 
 private:
+    static constexpr long long kMaxNumFmtId = 1 << 20;
+    void index();
+    void ensureBase();
     void indexAll();
     int deriveChanged(int base, const StylePatch& patch);
     int intern(pugi::xml_node container, std::vector<pugi::xml_node>& list,
@@ -229,6 +233,7 @@ struct BookImpl {
     void save(const std::filesystem::path& target);
     bool modified() const;
     SharedStrings& strings();
+    Styles& editStyles(); // the style table, created when the workbook has none
     pugi::xml_node definedNames(bool create);
     std::vector<std::string> chartParts();
     pugi::xml_document& chart(const std::string& part);

@@ -356,7 +356,7 @@ void SheetImpl::applyStyle(int r, int c, const StylePatch& p)
 {
     Cell& cell = cellFor(r, c);
     int base = cell.style < 0 ? 0 : cell.style;
-    cell.style = book->styles.derive(base, p);
+    cell.style = book->editStyles().derive(base, p);
     dirty = true;
 }
 

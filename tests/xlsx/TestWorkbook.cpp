@@ -611,3 +611,50 @@ TEST(XlsxWorkbook, CorruptedCopiesNeverCrashOrHang)
     RecordProperty("cases", n);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(120));
 }
+
+TEST(XlsxWorkbook, RealWorkbooksFillOrAreRefusedBeforeAnyChange)
+{
+    TempDir dir("real");
+    // parts a fill may rewrite; every other part comes through byte for byte
+    const std::regex mayChange("\\[Content_Types\\]\\.xml|.*\\.rels|xl/workbook\\.xml|xl/worksheets/.*|"
+                               "xl/sharedStrings.*|xl/styles\\.xml|xl/(drawings|tables|charts)/.*|"
+                               "xl/comments.*|docProps/app\\.xml");
+    for (auto& w : realWorkbooks()) {
+        SCOPED_TRACE(w.file);
+        auto out = dir / w.file;
+        auto r = fillPages(realFile(w.file), out, w.formRows, 4);
+        if (!w.refusal.empty()) {
+            EXPECT_NE(r.error.find(w.refusal), std::string::npos) << r.error;
+            EXPECT_FALSE(r.changedBeforeError);
+            EXPECT_FALSE(std::filesystem::exists(out));
+            continue;
+        }
+        if (!r.error.empty()) {
+            ADD_FAILURE() << r.error;
+            continue;
+        }
+        auto book = xlsx::Workbook::open(out);
+        book.validate();
+        auto& ws = book.sheet(r.sheet);
+        for (int p = 1; p <= 4; ++p)
+            for (int i = 1; i <= 10; ++i) {
+                const int row = (p - 1) * w.formRows + i;
+                EXPECT_EQ(ws.cellText(row, 1), pageText(p, i)) << row;
+                EXPECT_EQ(ws.cellNumber(row, 2), pageNumber(p, i)) << row;
+            }
+        auto breaks = ws.rowBreaksAbove();
+        for (int p = 2; p <= 4; ++p)
+            EXPECT_NE(std::find(breaks.begin(), breaks.end(), (p - 1) * w.formRows + 1), breaks.end());
+        auto after = zipParts(out);
+        for (auto& [name, bytes] : zipParts(realFile(w.file))) {
+            if (name.find("calcChain") != std::string::npos)
+                continue;
+            auto it = std::find_if(after.begin(), after.end(), [&](auto& p) { return p.first == name; });
+            if (it == after.end()) {
+                ADD_FAILURE() << name << " lost";
+            } else if (!std::regex_match(name, mayChange)) {
+                EXPECT_EQ(it->second, bytes) << name << " changed";
+            }
+        }
+    }
+}
