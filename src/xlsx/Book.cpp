@@ -961,6 +961,12 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
         s.checkInsert(lastRow + 1, lastRow - firstRow + 1);
         FormulaShift threeD(*s.book, s.name, lastRow + 1, lastRow - firstRow + 1);
     }
+    // each page's conditional formats take priorities above the highest there is
+    for (auto n : root.children())
+        if (std::strcmp(lname(n), "conditionalFormatting") == 0)
+            for (auto rule : n.children())
+                if (auto p = rule.attribute("priority"); p && (p.as_llong(-1) < 0 || p.as_llong() > 1 << 30))
+                    throw Error("シート \"" + s.name + "\" の条件付き書式の優先順位 \"" + p.value() + "\" が範囲外です。");
     for (auto n : root.children()) {
         const char* ln = lname(n);
         if (std::strcmp(ln, "conditionalFormatting") == 0 && inside(n.attribute("sqref").value()))

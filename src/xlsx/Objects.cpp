@@ -488,9 +488,17 @@ bool SheetImpl::partsDirty() const
 
 void SheetImpl::flushParts()
 {
+    struct Writer : pugi::xml_writer {
+        std::string out;
+        void write(const void* data, size_t size) override { out.append(static_cast<const char*>(data), size); }
+    };
     for (SheetPart* p : allParts())
         if (p->dirty) {
-            book->pkg->write(p->part, Package::serialize(*p->doc));
+            // the spreadsheet reads legacy drawings as HTML: an empty <div/> is written out in full
+            Writer w;
+            p->doc->save(w, "", pugi::format_raw | (p->kind == SheetPart::Vml ? pugi::format_no_empty_element_tags : 0),
+                         pugi::encoding_utf8);
+            book->pkg->write(p->part, std::move(w.out));
             p->dirty = false;
         }
 }

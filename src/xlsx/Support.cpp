@@ -1,6 +1,7 @@
 // XML helpers, shared strings and the style table.
 #include "Internal.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -309,7 +310,7 @@ void SharedStrings::flush(Package& pkg)
     if (!dirty_)
         return;
     auto root = doc_.document_element();
-    long long count = root.attribute("count").as_llong(0) + refDelta_;
+    long long count = std::clamp(root.attribute("count").as_llong(0), 0LL, 1LL << 40) + refDelta_;
     if (count < static_cast<long long>(items_.size()))
         count = static_cast<long long>(items_.size());
     if (root.attribute("count"))

@@ -346,9 +346,10 @@ FillResult fillPages(const std::filesystem::path& in, const std::filesystem::pat
         book.emplace(xlsx::Workbook::open(in));
         xlsx::Worksheet* ws = nullptr;
         for (std::size_t i = 0; i < book->sheetCount() && !ws; ++i) {
+            auto& sheet = book->sheet(i); // reads the sheet
             try {
-                (void)book->sheet(i).lastUsedRow();
-                ws = &book->sheet(i);
+                (void)sheet.lastUsedRow();
+                ws = &sheet;
             } catch (const xlsx::Error&) { // a chart sheet
             }
         }
