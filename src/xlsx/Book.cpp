@@ -495,8 +495,9 @@ void SheetImpl::checkInsert(int top, int count)
             }
         }
     if (hasPivotTable)
-        throw Error(where + " にはピボットテーブルがあるため、行を挿入できません。ピボットテーブルを別のシートに"
-                            "移してから指定して下さい。");
+        throw Error(where +
+                    " にはピボットテーブルがあるため、行を挿入できません。ピボットテーブルを別のシートに"
+                    "移してから指定して下さい。");
     for (auto& source : book->pivotSourceSheets())
         if (sameSheetName(source, name))
             throw Error(where + " のデータを元にしたピボットテーブルがあるため、行を挿入できません。"
@@ -506,8 +507,8 @@ void SheetImpl::checkInsert(int top, int count)
         if (t.ref.firstRow < top && top <= t.ref.lastRow)
             throw Error(where + " のテーブル \"" +
                         std::string(t.doc->document_element().attribute("displayName").value()) + "\"（" +
-                        cellName(t.ref.firstRow, t.ref.firstCol) + ":" + cellName(t.ref.lastRow, t.ref.lastCol) +
-                        "）が行 " + std::to_string(top) +
+                        cellName(t.ref.firstRow, t.ref.firstCol) + ":" +
+                        cellName(t.ref.lastRow, t.ref.lastCol) + "）が行 " + std::to_string(top) +
                         " の挿入位置にまたがるため、行を挿入できません。テーブルを1ページの中に収めるか、"
                         "通常のセル範囲に変換して下さい。");
 }
@@ -570,9 +571,9 @@ void SheetImpl::insertRows(int top, int count, const std::vector<long long>& hei
     for (auto it = firstMoving; it != rows.end(); ++it)
         it->r += count;
     // rows pushed off the end held formatting only
-    rows.erase(std::lower_bound(rows.begin(), rows.end(), kMaxRow + 1,
-                                [](const Row& a, int v) { return a.r < v; }),
-               rows.end());
+    rows.erase(
+        std::lower_bound(rows.begin(), rows.end(), kMaxRow + 1, [](const Row& a, int v) { return a.r < v; }),
+        rows.end());
     for (auto& p : shift.cells) {
         auto nx = std::make_shared<CellExtra>(*p.cell->x);
         nx->f = std::move(p.f);
@@ -966,7 +967,8 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
         if (std::strcmp(lname(n), "conditionalFormatting") == 0)
             for (auto rule : n.children())
                 if (auto p = rule.attribute("priority"); p && (p.as_llong(-1) < 0 || p.as_llong() > 1 << 30))
-                    throw Error("シート \"" + s.name + "\" の条件付き書式の優先順位 \"" + p.value() + "\" が範囲外です。");
+                    throw Error("シート \"" + s.name + "\" の条件付き書式の優先順位 \"" + p.value() +
+                                "\" が範囲外です。");
     for (auto n : root.children()) {
         const char* ln = lname(n);
         if (std::strcmp(ln, "conditionalFormatting") == 0 && inside(n.attribute("sqref").value()))

@@ -552,7 +552,8 @@ std::optional<std::string> renameTableInFormula(std::string_view formula, std::s
         char c = formula[i];
         if (c == '"' || c == '\'') { // text and quoted sheet names
             std::size_t j = i + 1;
-            while (j < formula.size() && !(formula[j] == c && (j + 1 >= formula.size() || formula[j + 1] != c)))
+            while (j < formula.size() &&
+                   !(formula[j] == c && (j + 1 >= formula.size() || formula[j + 1] != c)))
                 j += formula[j] == c ? 2 : 1;
             i = j + 1;
             continue;

@@ -225,7 +225,7 @@ struct SheetImpl {
     Attrs breaksAttrs;
     std::vector<std::pair<std::pair<int, int>, int>> colStyles; // (min,max) -> style
     double defaultRowPoints = 15;
-    SheetPart drawing, comments, vml;   // vml: the shapes of notes and form controls
+    SheetPart drawing, comments, vml; // vml: the shapes of notes and form controls
     std::vector<SheetPart> tables, threaded;
     bool hasPivotTable = false;
 
@@ -244,7 +244,8 @@ struct SheetImpl {
     Cell& cellFor(int r, int c);
     int defaultStyle(int r, int c);
     int lastUsedRow() const;
-    double rowPoints(int r) const;
+    double rowPoints(int r) const; // height in points, 0 when hidden
+    double rowPoints(const Row& row) const;
     long long rowEmu(int r) const;
 
     // Objects.cpp: the parts hanging on the sheet
@@ -287,7 +288,8 @@ struct BookImpl {
     bool valuesChanged = false;
     std::optional<std::vector<std::string>> pivotSources; // sheets pivot caches read from
     std::optional<std::set<std::string>> tableNames;      // table and defined names, lower case
-    long long lastTableId = 0;                              // highest table id in the workbook
+    long long lastTableId = 0;                            // highest table id in the workbook
+    long long highestShapeBlock = -1; // of the shape numbers legacy drawings use, once read
 
     void open(const std::filesystem::path& path);
     void validate();

@@ -318,7 +318,7 @@ RowGeometry::RowGeometry(const SheetImpl& s) : def_(std::llround(s.defaultRowPoi
 {
     extra_.push_back(0);
     for (auto& row : s.rows) {
-        long long h = s.rowEmu(row.r);
+        long long h = std::llround(s.rowPoints(row) * 12700);
         if (h != def_) {
             rows_.push_back(row.r);
             extra_.push_back(extra_.back() + h - def_);
@@ -372,7 +372,18 @@ pugi::xml_document& SheetImpl::partDoc(SheetPart& p)
     if (p.doc)
         return *p.doc;
     auto doc = std::make_unique<pugi::xml_document>();
-    Package::parseXml(*doc, book->pkg->read(p.part), p.part);
+    const std::string& bytes = book->pkg->read(p.part);
+    try {
+        Package::parseXml(*doc, bytes, p.part);
+    } catch (const Error&) {
+        // legacy drawings of older Excel versions carry HTML line breaks in their note boxes
+        if (p.kind != SheetPart::Vml || bytes.find("<br>") == std::string::npos)
+            throw;
+        std::string repaired = bytes;
+        for (auto at = repaired.find("<br>"); at != std::string::npos; at = repaired.find("<br>", at))
+            repaired.replace(at, 4, "<br/>");
+        Package::parseXml(*doc, repaired, p.part);
+    }
     auto root = doc->document_element();
     const std::string& pn = p.part;
     auto rowOf = [&](const char* ref, const char* what) {
@@ -473,7 +484,8 @@ void SheetImpl::loadParts()
         if (!is(c, "anchor"))
             return false;
         for (const char* which : {"from", "to"})
-            number(childL(childL(c, which), "row").text().get(), 0, kMaxRow - 1, part, "コントロールの位置（行）");
+            if (auto row = childL(childL(c, which), "row"))
+                number(row.text().get(), 0, kMaxRow - 1, part, "コントロールの位置（行）");
         return true;
     });
 }
@@ -490,13 +502,18 @@ void SheetImpl::flushParts()
 {
     struct Writer : pugi::xml_writer {
         std::string out;
-        void write(const void* data, size_t size) override { out.append(static_cast<const char*>(data), size); }
+        void write(const void* data, size_t size) override
+        {
+            out.append(static_cast<const char*>(data), size);
+        }
     };
     for (SheetPart* p : allParts())
         if (p->dirty) {
             // the spreadsheet reads legacy drawings as HTML: an empty <div/> is written out in full
             Writer w;
-            p->doc->save(w, "", pugi::format_raw | (p->kind == SheetPart::Vml ? pugi::format_no_empty_element_tags : 0),
+            p->doc->save(w, "",
+                         pugi::format_raw |
+                             (p->kind == SheetPart::Vml ? pugi::format_no_empty_element_tags : 0),
                          pugi::encoding_utf8);
             book->pkg->write(p->part, std::move(w.out));
             p->dirty = false;
@@ -509,15 +526,18 @@ void SheetImpl::flushParts()
 void SheetImpl::checkObjects(int top, int count)
 {
     loadParts();
-    auto pushedOff = [&](const char* ref) {
-        int r = 0, c = 0;
-        return parseCellRef(ref, r, c) && r >= top && r > kMaxRow - count;
-    };
-    if (comments)
-        for (auto c : childL(partDoc(comments).document_element(), "commentList").children())
-            if (pushedOff(c.attribute("ref").value()))
+    auto check = [&](pugi::xml_node list) {
+        for (auto c : list.children()) {
+            int r = 0, col = 0;
+            if (parseCellRef(c.attribute("ref").value(), r, col) && r >= top && r > kMaxRow - count)
                 throw Error("シート \"" + name + "\" に行を挿入すると、セル " + c.attribute("ref").value() +
                             " のコメントが最終行（1048576行）を超えます。");
+        }
+    };
+    if (comments)
+        check(childL(partDoc(comments).document_element(), "commentList"));
+    for (auto& t : threaded)
+        check(partDoc(t).document_element());
 }
 
 void SheetImpl::moveObjects(int top, int count, const std::vector<long long>& inserted)
@@ -545,7 +565,7 @@ void SheetImpl::moveObjects(int top, int count, const std::vector<long long>& in
                 if (to)
                     to.set(shifted(to.row(), count));
             } else if (!to || to.row() + 1 < top || (to.row() + 1 == top && to.off() <= 0)) {
-                return; // above the insertion
+                return;                       // above the insertion
             } else if (fit == Fit::TwoCell) { // sized with its cells: it grows by the rows inserted
                 to.set(shifted(to.row(), count));
             } else { // moved but not sized with its cells: the bottom edge stays where it was
@@ -557,9 +577,8 @@ void SheetImpl::moveObjects(int top, int count, const std::vector<long long>& in
         });
     }
     if (vml)
-        forEachShape(partDoc(vml).document_element(), [&](const VmlShape& s) {
-            vml.dirty = s.moveRows(top, count) || vml.dirty;
-        });
+        forEachShape(partDoc(vml).document_element(),
+                     [&](const VmlShape& s) { vml.dirty = s.moveRows(top, count) || vml.dirty; });
     if (comments)
         for (auto c : childL(partDoc(comments).document_element(), "commentList").children())
             comments.dirty = refShift(c) || comments.dirty;
@@ -619,7 +638,8 @@ void SheetImpl::snapshotObjects(FormData& fd, pugi::xml_node holder)
             if (from ? !inForm(from.row() + 1) : y < formTop || y >= formBottom)
                 continue;
             if (holdsChart(top)) {
-                book->warn("ページの書式にあるグラフは1ページ目にだけ残ります（2ページ目以降には写しません）。");
+                book->warn(
+                    "ページの書式にあるグラフは1ページ目にだけ残ります（2ページ目以降には写しません）。");
                 continue;
             }
             // where each copy goes: by its top edge, and for one that keeps its size, by its height
@@ -627,7 +647,8 @@ void SheetImpl::snapshotObjects(FormData& fd, pugi::xml_node holder)
             for (std::size_t i = 0; i < inner.size() && i < copies.size(); ++i) {
                 Marker f = marker(inner[i], "from"), t = marker(inner[i], "to");
                 if (!f)
-                    copies[i].append_attribute("bh-y") = childL(inner[i], "pos").attribute("y").as_llong() - formTop;
+                    copies[i].append_attribute("bh-y") =
+                        childL(inner[i], "pos").attribute("y").as_llong() - formTop;
                 else if (t && fitOf(inner[i]) != Fit::TwoCell)
                     copies[i].append_attribute("bh-height") =
                         geo.top(t.row() + 1) + t.off() - geo.top(f.row() + 1) - f.off();
@@ -669,15 +690,16 @@ void SheetImpl::snapshotObjects(FormData& fd, pugi::xml_node holder)
         return true;
     });
     if (controls)
-        book->warn("ページの書式にあるフォームコントロールは1ページ目にだけ残ります（2ページ目以降には写しません）。");
+        book->warn("ページの書式にあるフォームコントロールは1ページ目にだけ残ります（2ページ目以降には写しま"
+                   "せん）。");
     auto tablesHolder = holder.append_child("tables");
     for (auto& t : tables) {
         auto root = partDoc(t).document_element();
         if (!inForm(t.ref.firstRow) || !inForm(t.ref.lastRow))
             continue;
         if (!book->pkg->relationships(t.part).empty()) {
-            book->warn("外部データにつながるテーブル \"" + std::string(root.attribute("displayName").value()) +
-                       "\" は1ページ目にだけ残ります。");
+            book->warn("外部データにつながるテーブル \"" +
+                       std::string(root.attribute("displayName").value()) + "\" は1ページ目にだけ残ります。");
             continue;
         }
         tablesHolder.append_copy(root).append_attribute("bh-part") = t.part.c_str();
@@ -704,6 +726,9 @@ void SheetImpl::checkPaste(const FormData& fd)
         throw Error("シート \"" + name + "\" の図の番号が上限を超えるため、ページを追加できません。");
     if (holder.child("tables").first_child())
         book->tableCatalog();
+    auto shape = [](pugi::xml_node c) { return is(c, "shape"); };
+    if (holder.child("notes").find_child(shape) && book->highestShapeBlock < 0)
+        book->highestShapeBlock = highestBlock(*book->pkg);
 }
 
 void SheetImpl::pasteObjects(const FormData& fd, int topRow)
@@ -752,7 +777,9 @@ void SheetImpl::pasteObjects(const FormData& fd, int topRow)
         long long next = 0;
         auto idmap = idMap(shapes);
         auto blocks = blockList(idmap.attribute("data").value());
-        forEachShape(shapes, [&](const VmlShape& sh) { next = std::max(next, shapeNumber(sh.shape.attribute("id").value())); });
+        forEachShape(shapes, [&](const VmlShape& sh) {
+            next = std::max(next, shapeNumber(sh.shape.attribute("id").value()));
+        });
         for (auto n : notes.children()) {
             if (is(n, "comment")) {
                 auto c = list.append_copy(n);
@@ -770,10 +797,11 @@ void SheetImpl::pasteObjects(const FormData& fd, int topRow)
             ++next;
             if (!std::any_of(blocks.begin(), blocks.end(),
                              [&](long long b) { return next / kShapesPerBlock == b; })) {
-                long long high = highestBlock(*book->pkg);
+                long long high = book->highestShapeBlock;
                 for (long long b : blocks)
                     high = std::max(high, b);
                 blocks.push_back(high + 1);
+                book->highestShapeBlock = high + 1;
                 std::string data = idmap.attribute("data").value();
                 data += (data.empty() ? "" : ",") + std::to_string(blocks.back());
                 idmap.attribute("data").set_value(data.c_str());
@@ -918,7 +946,8 @@ std::optional<std::string> SheetImpl::headerWritten(int r, int c, const std::str
         // the spreadsheet keeps column names unique and never empty, and the header cell shows it
         auto taken = [&](const std::string& candidate) {
             for (std::size_t i = 0; i < cols.size(); ++i)
-                if (i != index && lowerAscii(decodeEscapes(cols[i].attribute("name").value())) == lowerAscii(candidate))
+                if (i != index &&
+                    lowerAscii(decodeEscapes(cols[i].attribute("name").value())) == lowerAscii(candidate))
                     return true;
             return false;
         };

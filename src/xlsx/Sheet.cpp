@@ -269,9 +269,10 @@ void SheetImpl::load()
     if (auto cols = childL(root, "cols"))
         for (auto c : cols.children())
             if (c.attribute("style"))
-                colStyles.push_back({{parseIntAttr(c.attribute("min").value(), 1, kMaxCol, part + " の列番号"),
-                                      parseIntAttr(c.attribute("max").value(), 1, kMaxCol, part + " の列番号")},
-                                     parseIntAttr(c.attribute("style").value(), 0, 1 << 24, part + " の列の書式")});
+                colStyles.push_back(
+                    {{parseIntAttr(c.attribute("min").value(), 1, kMaxCol, part + " の列番号"),
+                      parseIntAttr(c.attribute("max").value(), 1, kMaxCol, part + " の列番号")},
+                     parseIntAttr(c.attribute("style").value(), 0, 1 << 24, part + " の列の書式")});
     if (auto fmt = childL(root, "sheetFormatPr"); fmt.attribute("defaultRowHeight"))
         defaultRowPoints = heightPoints(fmt.attribute("defaultRowHeight").value(), defaultRowPoints);
     // the parts hanging on the sheet; the legacy drawing of the header and footer is not one of them
@@ -312,10 +313,13 @@ void SheetImpl::load()
 double SheetImpl::rowPoints(int r) const
 {
     const Row* row = findRow(r);
-    if (!row)
-        return defaultRowPoints;
+    return row ? rowPoints(*row) : defaultRowPoints;
+}
+
+double SheetImpl::rowPoints(const Row& row) const
+{
     double h = defaultRowPoints;
-    for (auto& [k, v] : *row->attrs) {
+    for (auto& [k, v] : *row.attrs) {
         if (k == "hidden" && (v == "1" || v == "true"))
             return 0;
         if (k == "ht")

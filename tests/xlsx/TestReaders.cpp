@@ -157,11 +157,12 @@ TEST(XlsxReaders, LibreOfficeReadsEveryFilledRealWorkbook)
         }
     // one converter for all of them: every sheet of every workbook as CSV (sheet "-1")
     int st = 0;
-    std::string output = run("timeout -k 10 300 soffice -env:UserInstallation=file://" + (dir / "profile").string() +
-                                 " --headless --convert-to 'csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,"
-                                 "true,false,false,false,-1' --outdir " +
-                                 q(dir / "csv") + files + " </dev/null",
-                             &st);
+    std::string output =
+        run("timeout -k 10 300 soffice -env:UserInstallation=file://" + (dir / "profile").string() +
+                " --headless --convert-to 'csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,"
+                "true,false,false,false,-1' --outdir " +
+                q(dir / "csv") + files + " </dev/null",
+            &st);
     ASSERT_EQ(output.find("Error"), std::string::npos) << output;
     for (auto& [w, sheet] : filled) {
         SCOPED_TRACE(w.file);
