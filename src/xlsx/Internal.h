@@ -183,8 +183,9 @@ struct SheetPart {
     std::string part;
     std::unique_ptr<pugi::xml_document> doc;
     bool dirty = false;
-    CellRange ref;      // tables: the table's range
-    bool header = true; // tables: the first row holds the column names
+    CellRange ref;       // tables: the table's range
+    bool header = true;  // tables: the first row holds the column names
+    long long maxId = 0; // drawings: the highest picture id
     explicit operator bool() const { return !part.empty(); }
 };
 

@@ -317,8 +317,13 @@ void dropRevisionIds(pugi::xml_node n)
 RowGeometry::RowGeometry(const SheetImpl& s) : def_(std::llround(s.defaultRowPoints * 12700))
 {
     extra_.push_back(0);
+    // pasted pages share their rows' attributes with the form: each set is read once
+    std::unordered_map<const Attrs*, long long> heights;
     for (auto& row : s.rows) {
-        long long h = std::llround(s.rowPoints(row) * 12700);
+        auto [it, fresh] = heights.try_emplace(row.attrs.get(), 0);
+        if (fresh)
+            it->second = std::llround(s.rowPoints(row) * 12700);
+        long long h = it->second;
         if (h != def_) {
             rows_.push_back(row.r);
             extra_.push_back(extra_.back() + h - def_);
@@ -409,7 +414,8 @@ pugi::xml_document& SheetImpl::partDoc(SheetPart& p)
         });
         walkElements(root, [&](pugi::xml_node c) {
             if (is(c, "cNvPr"))
-                number(c.attribute("id").value(), 0, kMaxObjectId, pn, "図の番号");
+                p.maxId =
+                    std::max(p.maxId, number(c.attribute("id").value(), 0, kMaxObjectId, pn, "図の番号"));
             return false;
         });
         break;
@@ -550,11 +556,17 @@ void SheetImpl::moveObjects(int top, int count, const std::vector<long long>& in
         return false;
     };
     if (drawing) {
-        RowGeometry after(*this);
-        std::vector<long long> heights = inserted;
-        heights.resize(static_cast<std::size_t>(count), std::llround(defaultRowPoints * 12700));
-        after.insert(top, heights);
-        RowGeometry before(*this);
+        // the rows as they are and as they will be, measured only for an object that needs it
+        std::optional<RowGeometry> before, after;
+        auto measure = [&] {
+            if (before)
+                return;
+            before.emplace(*this);
+            after.emplace(*this);
+            std::vector<long long> heights = inserted;
+            heights.resize(static_cast<std::size_t>(count), std::llround(defaultRowPoints * 12700));
+            after->insert(top, heights);
+        };
         forEachAnchor(partDoc(drawing).document_element(), [&](pugi::xml_node a) {
             Fit fit = fitOf(a);
             Marker from = marker(a, "from"), to = marker(a, "to");
@@ -569,8 +581,9 @@ void SheetImpl::moveObjects(int top, int count, const std::vector<long long>& in
             } else if (fit == Fit::TwoCell) { // sized with its cells: it grows by the rows inserted
                 to.set(shifted(to.row(), count));
             } else { // moved but not sized with its cells: the bottom edge stays where it was
+                measure();
                 long long off = 0;
-                int row = after.rowAt(before.top(to.row() + 1) + to.off(), off);
+                int row = after->rowAt(before->top(to.row() + 1) + to.off(), off);
                 to.set(row - 1, off);
             }
             drawing.dirty = true;
@@ -710,18 +723,11 @@ void SheetImpl::snapshotObjects(FormData& fd, pugi::xml_node holder)
 void SheetImpl::checkPaste(const FormData& fd)
 {
     auto holder = fd.extras->first_child();
-    long long ids = 0;
-    if (drawing) {
-        walkElements(partDoc(drawing).document_element(), [&](pugi::xml_node c) {
-            if (is(c, "cNvPr"))
-                ids = std::max(ids, c.attribute("id").as_llong());
-            return false;
-        });
-        walkElements(holder.child("anchors"), [&](pugi::xml_node c) {
-            ids += is(c, "cNvPr");
-            return false;
-        });
-    }
+    long long ids = drawing.maxId;
+    walkElements(holder.child("anchors"), [&](pugi::xml_node c) {
+        ids += is(c, "cNvPr");
+        return false;
+    });
     if (ids > kMaxObjectId)
         throw Error("シート \"" + name + "\" の図の番号が上限を超えるため、ページを追加できません。");
     if (holder.child("tables").first_child())
@@ -736,14 +742,13 @@ void SheetImpl::pasteObjects(const FormData& fd, int topRow)
     auto holder = fd.extras->first_child();
     const int d = topRow - fd.firstRow;
     if (auto anchors = holder.child("anchors"); anchors.first_child() && drawing) {
-        RowGeometry geo(*this);
+        std::optional<RowGeometry> geometry; // measured only for an object that needs it
+        auto geo = [&]() -> const RowGeometry& {
+            if (!geometry)
+                geometry.emplace(*this);
+            return *geometry;
+        };
         auto root = partDoc(drawing).document_element();
-        long long maxId = 0;
-        walkElements(root, [&](pugi::xml_node c) {
-            if (is(c, "cNvPr"))
-                maxId = std::max(maxId, c.attribute("id").as_llong());
-            return false;
-        });
         for (auto top : anchors.children()) {
             auto copy = root.append_copy(top);
             for (auto a : anchorsIn(copy)) {
@@ -752,20 +757,20 @@ void SheetImpl::pasteObjects(const FormData& fd, int topRow)
                     from.set(shifted(from.row(), d));
                 if (auto h = a.attribute("bh-height")) {
                     long long off = 0;
-                    int row = geo.rowAt(geo.top(from.row() + 1) + from.off() + h.as_llong(), off);
+                    int row = geo().rowAt(geo().top(from.row() + 1) + from.off() + h.as_llong(), off);
                     to.set(row - 1, off);
                     a.remove_attribute(h);
                 } else if (to) {
                     to.set(shifted(to.row(), d));
                 }
                 if (auto y = a.attribute("bh-y")) {
-                    childL(a, "pos").attribute("y").set_value(geo.top(topRow) + y.as_llong());
+                    childL(a, "pos").attribute("y").set_value(geo().top(topRow) + y.as_llong());
                     a.remove_attribute(y);
                 }
             }
             walkElements(copy, [&](pugi::xml_node c) {
                 if (is(c, "cNvPr") && c.attribute("id"))
-                    c.attribute("id").set_value(++maxId);
+                    c.attribute("id").set_value(++drawing.maxId);
                 return false;
             });
         }
