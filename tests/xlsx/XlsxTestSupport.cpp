@@ -312,6 +312,7 @@ std::vector<RealWorkbook> realWorkbooks()
         {"cal_strict_iso_paths.xlsx", 10, "Strict"},
         {"gnm_rows_to_end.xlsx", 10, ""},
         {"lo_numbers_only.xlsx", 10, ""},
+        {"minimal_inline.xlsx", 10, ""},
         {"xw_chartsheet01.xlsx", 10, ""},
         {"xw_comment01.xlsx", 10, ""},
         {"xw_cond_format01.xlsx", 10, ""},
