@@ -138,8 +138,12 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
     for (auto g : gone) {
         auto parent = g.parent();
         parent.remove_child(g);
-        if (auto count = parent.attribute("count"))
-            count.set_value(count.as_uint() - 1);
+        if (auto count = parent.attribute("count")) {
+            int n = 0;
+            for (auto c : parent.children())
+                n += c.type() == pugi::node_element;
+            count.set_value(n);
+        }
         if (!parent.first_child() && parent != root)
             parent.parent().remove_child(parent);
     }
@@ -962,13 +966,6 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
         s.checkInsert(lastRow + 1, lastRow - firstRow + 1);
         FormulaShift threeD(*s.book, s.name, lastRow + 1, lastRow - firstRow + 1);
     }
-    // each page's conditional formats take priorities above the highest there is
-    for (auto n : root.children())
-        if (std::strcmp(lname(n), "conditionalFormatting") == 0)
-            for (auto rule : n.children())
-                if (auto p = rule.attribute("priority"); p && (p.as_llong(-1) < 0 || p.as_llong() > 1 << 30))
-                    throw Error("シート \"" + s.name + "\" の条件付き書式の優先順位 \"" + p.value() +
-                                "\" が範囲外です。");
     for (auto n : root.children()) {
         const char* ln = lname(n);
         if (std::strcmp(ln, "conditionalFormatting") == 0 && inside(n.attribute("sqref").value()))
@@ -984,6 +981,7 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
         }
     }
     s.snapshotObjects(*fd, holder);
+    s.checkPaste(*fd);
     PageForm f;
     f.data_ = std::move(fd);
     return f;

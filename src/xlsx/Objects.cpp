@@ -719,9 +719,15 @@ void SheetImpl::snapshotObjects(FormData& fd, pugi::xml_node holder)
     }
 }
 
-// What pasting the form needs beyond the insertion, checked before anything changes: free ids.
+// What pasting the form needs beyond the insertion, checked before anything changes: free ids and
+// room for the priorities of the conditional formats each page adds.
 void SheetImpl::checkPaste(const FormData& fd)
 {
+    for (auto n : doc.document_element().children())
+        if (is(n, "conditionalFormatting"))
+            for (auto rule : n.children())
+                if (auto p = rule.attribute("priority"))
+                    number(p.value(), 0, 1 << 30, part, "条件付き書式の優先順位");
     auto holder = fd.extras->first_child();
     long long ids = drawing.maxId;
     walkElements(holder.child("anchors"), [&](pugi::xml_node c) {

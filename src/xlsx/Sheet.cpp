@@ -376,8 +376,10 @@ int SheetImpl::defaultStyle(int r, int c)
             else if (k == "customFormat")
                 custom = v;
         }
-        if (!s.empty() && (custom == "1" || custom == "true"))
-            return std::atoi(s.c_str());
+        int style = -1;
+        auto res = std::from_chars(s.data(), s.data() + s.size(), style);
+        if (res.ec == std::errc() && style >= 0 && style <= 1 << 24 && (custom == "1" || custom == "true"))
+            return style;
     }
     for (auto& [range, style] : colStyles)
         if (c >= range.first && c <= range.second)
