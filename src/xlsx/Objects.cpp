@@ -172,16 +172,13 @@ struct VmlShape {
     // control with its cells (growing when they straddle). True when it moved.
     bool moveRows(int top, int count) const
     {
-        if (!anchor)
+        if (note() ? row && row.text().as_int() + 1 >= top : anchor && numbers()[2] + 1 >= top) {
+            moveBy(count);
+            return true;
+        }
+        if (note() || !anchor || numbers()[6] + 1 < top)
             return false;
         auto v = numbers();
-        if (note() ? row && row.text().as_int() + 1 >= top : v[2] + 1 >= top) {
-            if (row && note())
-                row.text().set(shifted(row.text().as_int(), count));
-            v[2] = shifted(static_cast<int>(v[2]), count);
-        } else if (note() || v[6] + 1 < top) {
-            return false;
-        }
         v[6] = shifted(static_cast<int>(v[6]), count);
         setNumbers(v);
         return true;

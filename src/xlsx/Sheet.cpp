@@ -279,7 +279,7 @@ void SheetImpl::load()
     std::string legacyId;
     if (auto ld = childL(root, "legacyDrawing"))
         for (auto a : ld.attributes())
-            if (std::strcmp(a.name(), "r:id") == 0 || std::strstr(a.name(), ":id"))
+            if (std::strstr(a.name(), ":id"))
                 legacyId = a.value();
     auto endsWith = [](const std::string& t, const char* tail) {
         std::size_t n = std::strlen(tail);

@@ -731,15 +731,17 @@ TEST(XlsxWorkbook, PagesCarryTheFormsPicturesNotesAndTables)
         EXPECT_NE(book.warnings()[0].find("フォームコントロール"), std::string::npos);
         book.sheet(0).pasteForm(form, 11);
         book.sheet(0).pasteForm(form, 21);
+        book.sheet(0).insertRows(1, 5); // and everything moves down with its cells
         book.saveAs(dir / "notes_out.xlsx");
     }
     std::string comments = partOf(dir / "notes_out.xlsx", "xl/comments1.xml");
     std::string vml = partOf(dir / "notes_out.xlsx", "xl/drawings/vmlDrawing1.vml");
-    for (const char* ref : {"B2", "B12", "B22"})
+    for (const char* ref : {"B7", "B17", "B27"})
         EXPECT_NE(comments.find(std::string("ref=\"") + ref + "\""), std::string::npos) << ref;
     // the drawing's block of shape numbers (1024-2047) is full: the copies open the next one
-    for (const char* shape : {"<x:Row>1</x:Row>", "<x:Row>11</x:Row>", "<x:Row>21</x:Row>", "data=\"1,2\"",
-                              "_x0000_s2049", "_x0000_s2050", "<div style=\"text-align:left\"></div>"})
+    for (const char* shape : {"<x:Row>6</x:Row>", "<x:Row>16</x:Row>", "<x:Row>26</x:Row>", "data=\"1,2\"",
+                              "_x0000_s2049", "_x0000_s2050", "<div style=\"text-align:left\"></div>",
+                              "<x:Anchor>1, 0, 9, 0, 2, 0, 10, 0</x:Anchor>"})
         EXPECT_NE(vml.find(shape), std::string::npos) << shape << vml;
     EXPECT_EQ(vml.find("Checkbox"), vml.rfind("Checkbox"));
 
