@@ -69,6 +69,7 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
                      const std::function<std::optional<std::string>(std::string_view)>& sq)
 {
     bool changed = false;
+    std::vector<pugi::xml_node> gone; // whatever covered only rows pushed off the sheet
     auto text = [&](pugi::xml_node n) {
         auto r = fn(std::string_view(n.text().get()));
         if (r) {
@@ -76,40 +77,43 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
             changed = true;
         }
     };
-    auto attr = [&](pugi::xml_attribute a, bool isSq) {
+    auto attr = [&](pugi::xml_node owner, const char* name, bool isSq) {
+        auto a = owner.attribute(name);
         if (!a)
             return;
         auto r = isSq ? (sqrefToo ? sq(a.value()) : std::nullopt) : fn(std::string_view(a.value()));
         if (r) {
             a.set_value(r->c_str());
             changed = true;
+            if (r->empty())
+                gone.push_back(owner);
         }
     };
     for (auto n : root.children()) {
         const char* ln = lname(n);
         if (std::strcmp(ln, "conditionalFormatting") == 0) {
-            attr(n.attribute("sqref"), true);
+            attr(n, "sqref", true);
             for (auto rule : n.children())
                 for (auto f : rule.children())
                     if (std::strcmp(lname(f), "formula") == 0)
                         text(f);
         } else if (std::strcmp(ln, "dataValidations") == 0) {
             for (auto dv : n.children()) {
-                attr(dv.attribute("sqref"), true);
+                attr(dv, "sqref", true);
                 for (auto f : dv.children())
                     if (std::strcmp(lname(f), "formula1") == 0 || std::strcmp(lname(f), "formula2") == 0)
                         text(f);
             }
         } else if (std::strcmp(ln, "hyperlinks") == 0) {
             for (auto h : n.children()) {
-                attr(h.attribute("ref"), true);
-                attr(h.attribute("location"), false);
+                attr(h, "ref", true);
+                attr(h, "location", false);
             }
         } else if (std::strcmp(ln, "autoFilter") == 0) {
-            attr(n.attribute("ref"), true);
+            attr(n, "ref", true);
         } else if (std::strcmp(ln, "ignoredErrors") == 0 || std::strcmp(ln, "protectedRanges") == 0) {
             for (auto c : n.children())
-                attr(c.attribute("sqref"), true);
+                attr(c, "sqref", true);
         } else if (std::strcmp(ln, "extLst") == 0) {
             // x14 conditional formats and validations: xm:sqref and xm:f
             walkElements(n, [&](pugi::xml_node c) {
@@ -119,6 +123,8 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
                         if (auto r = sq(c.text().get())) {
                             c.text().set(r->c_str());
                             changed = true;
+                            if (r->empty())
+                                gone.push_back(c.parent());
                         }
                 } else if (std::strcmp(cl, "f") == 0) {
                     text(c);
@@ -128,6 +134,18 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
                 return true;
             });
         }
+    }
+    for (auto g : gone) {
+        auto parent = g.parent();
+        parent.remove_child(g);
+        if (auto count = parent.attribute("count")) {
+            int n = 0;
+            for (auto c : parent.children())
+                n += c.type() == pugi::node_element;
+            count.set_value(n);
+        }
+        if (!parent.first_child() && parent != root)
+            parent.parent().remove_child(parent);
     }
     return changed;
 }
@@ -185,7 +203,9 @@ void BookImpl::open(const std::filesystem::path& path)
         throw Error("パーツ " + workbookPart + " はブックではありません: " + fileLabel(path));
     std::string ns = root.attribute("xmlns").value();
     if (ns.find("purl.oclc.org") != std::string::npos)
-        throw Error("Strict Open XML 形式のブックには対応していません: " + fileLabel(path));
+        throw Error("Strict Open XML 形式のブックには対応していません。Excel で「Excel ブック (*.xlsx)」"
+                    "の形式で保存し直して下さい: " +
+                    fileLabel(path));
     auto rels = pkg->relationships(workbookPart);
     auto relById = [&](const std::string& id) -> const Relationship* {
         for (auto& r : rels)
@@ -249,6 +269,13 @@ SharedStrings& BookImpl::strings()
     return sst;
 }
 
+Styles& BookImpl::editStyles()
+{
+    if (!styles.loaded())
+        styles.create(*pkg, workbookPart);
+    return styles;
+}
+
 pugi::xml_node BookImpl::definedNames(bool create)
 {
     auto root = wb.document_element();
@@ -296,7 +323,7 @@ bool BookImpl::modified() const
     if (wbDirty || sst.dirty() || styles.dirty() || pkg->modified())
         return true;
     for (auto& s : sheets)
-        if (s->dirty || s->drawingDirty)
+        if (s->dirty || s->partsDirty())
             return true;
     for (auto& [k, d] : chartsDirty)
         if (d)
@@ -426,10 +453,7 @@ void BookImpl::save(const std::filesystem::path& target)
             pkg->writeStreamed(s->part, [sheet = s.get()](PartSink& out) { sheet->writeTo(out); });
             s->dirty = false;
         }
-        if (s->drawingDirty) {
-            pkg->write(s->drawingPart, Package::serialize(*s->drawing));
-            s->drawingDirty = false;
-        }
+        s->flushParts();
     }
     for (auto& [part, d] : chartsDirty)
         if (d) {
@@ -449,22 +473,20 @@ void BookImpl::save(const std::filesystem::path& target)
 // ---------------------------------------------------------------------------------------------
 // Row insertion
 
-void SheetImpl::insertRows(int top, int count)
+void SheetImpl::checkInsert(int top, int count)
 {
     checkRow(top);
     checkHeld(top);
     if (count < 0 || count > kMaxRow)
         throw Error("挿入する行数が不正です。");
-    if (count == 0)
-        return;
     ensureLoaded();
     std::string where = "シート \"" + name + "\"";
-    // --- checks: nothing is changed before all of them pass
-    int last = rows.empty() ? 0 : rows.back().r;
-    for (auto& m : merges)
-        last = std::max(last, m.lastRow);
-    if (last >= top && last + count > kMaxRow)
-        throw Error(where + " に行を挿入すると最終行（1048576行）を超えます。");
+    // values are never pushed off the sheet; formatting alone may fall off its end
+    for (auto it = rows.rbegin(); it != rows.rend() && it->r >= top && it->r > kMaxRow - count; ++it)
+        for (auto& c : it->cells)
+            if (c.holdsValue())
+                throw Error(where + " に行を挿入すると、セル " + cellName(it->r, c.col) +
+                            " の値が最終行（1048576行）を超えます。");
     for (auto& row : hasFormulas ? rows : std::vector<Row>{})
         for (auto& c : row.cells) {
             if (!c.hasFormula())
@@ -484,105 +506,100 @@ void SheetImpl::insertRows(int top, int count)
                 }
             }
         }
-    Package& pkg = *book->pkg;
-    std::vector<std::string> movingTables; // tables wholly below the insertion row
-    for (auto& rel : pkg.relationships(part)) {
-        if (rel.external)
-            continue;
-        if (rel.type.find("/pivotTable") != std::string::npos)
-            throw Error(where + " にはピボットテーブルがあるため行を挿入できません。");
-        if (rel.type.size() >= 6 && rel.type.compare(rel.type.size() - 6, 6, "/table") == 0 &&
-            pkg.has(rel.resolved)) {
-            pugi::xml_document t;
-            Package::parseXml(t, pkg.read(rel.resolved), rel.resolved);
-            int r1 = 0, c1 = 0, r2 = 0, c2 = 0;
-            if (!parseRange(t.document_element().attribute("ref").value(), r1, c1, r2, c2))
-                throw Error("パーツ " + rel.resolved + " のテーブル範囲が不正です。");
-            if (r1 < top && top <= r2)
-                throw Error(where + " のテーブル（" +
-                            std::string(t.document_element().attribute("ref").value()) +
-                            "）が挿入位置にまたがるため行を挿入できません。");
-            if (r2 >= top)
-                movingTables.push_back(rel.resolved);
-        }
-        if (rel.type.size() >= 9 && rel.type.compare(rel.type.size() - 9, 9, "/comments") == 0 &&
-            pkg.has(rel.resolved)) {
-            // comments hang on cells through a drawing the engine does not move: refuse only
-            // when one sits where rows move
-            pugi::xml_document cm;
-            Package::parseXml(cm, pkg.read(rel.resolved), rel.resolved);
-            for (auto c : childL(cm.document_element(), "commentList").children()) {
-                int r1, c1, r2, c2;
-                if (parseRange(c.attribute("ref").value(), r1, c1, r2, c2) && r2 >= top)
-                    throw Error(where + " のセル " + std::string(c.attribute("ref").value()) +
-                                " にコメントがあるため、その上に行を挿入できません。");
-            }
-        }
-    }
-    // formulas on every sheet that point at this sheet: computed first, applied afterwards
+    if (hasPivotTable)
+        throw Error(where +
+                    " にはピボットテーブルがあるため、行を挿入できません。ピボットテーブルを別のシートに"
+                    "移してから指定して下さい。");
+    for (auto& source : book->pivotSourceSheets())
+        if (sameSheetName(source, name))
+            throw Error(where + " のデータを元にしたピボットテーブルがあるため、行を挿入できません。"
+                                "ピボットテーブルの元データを別のシートに移してから指定して下さい。");
+    checkObjects(top, count);
+    for (auto& t : tables)
+        if (t.ref.firstRow < top && top <= t.ref.lastRow)
+            throw Error(where + " のテーブル \"" +
+                        std::string(t.doc->document_element().attribute("displayName").value()) + "\"（" +
+                        cellName(t.ref.firstRow, t.ref.firstCol) + ":" +
+                        cellName(t.ref.lastRow, t.ref.lastCol) + "）が行 " + std::to_string(top) +
+                        " の挿入位置にまたがるため、行を挿入できません。テーブルを1ページの中に収めるか、"
+                        "通常のセル範囲に変換して下さい。");
+}
+
+namespace
+{
+
+// Formulas on every sheet and defined names that point at a sheet, as they read after count rows
+// are inserted at top: computed before anything changes. Refuses 3-D references.
+struct FormulaShift {
     struct Pending {
         SheetImpl* sheet;
         Cell* cell;
         std::string f;
     };
-    std::vector<Pending> pending;
-    bool threeD = false;
-    for (auto& sp : book->sheets) {
-        if (sp->part.empty())
-            continue;
-        sp->ensureLoaded();
-        if (!sp->hasFormulas)
-            continue;
-        for (auto& row : sp->rows)
-            for (auto& c : row.cells) {
-                if (!c.hasFormula() || c.x->f.empty())
-                    continue;
-                if (auto nf = shiftForInsert(c.x->f, sp->name, name, top, count, &threeD))
-                    pending.push_back({sp.get(), &c, std::move(*nf)});
-            }
+    std::vector<Pending> cells;
+    std::vector<std::pair<pugi::xml_node, std::string>> names;
+
+    FormulaShift(BookImpl& book, const std::string& target, int top, int count)
+    {
+        bool threeD = false;
+        for (auto& sp : book.sheets) {
+            if (sp->part.empty())
+                continue;
+            sp->ensureLoaded();
+            if (!sp->hasFormulas)
+                continue;
+            for (auto& row : sp->rows)
+                for (auto& c : row.cells) {
+                    if (!c.hasFormula() || c.x->f.empty())
+                        continue;
+                    if (auto nf = shiftForInsert(c.x->f, sp->name, target, top, count, &threeD))
+                        cells.push_back({sp.get(), &c, std::move(*nf)});
+                }
+        }
+        if (auto dn = book.definedNames(false))
+            for (auto n : dn.children())
+                if (auto nf = shiftForInsert(n.text().get(), "", target, top, count, &threeD))
+                    names.emplace_back(n, std::move(*nf));
+        if (threeD)
+            throw Error("このブックには複数シートにまたがる参照（3-D参照）があるため、シート \"" + target +
+                        "\" に行を挿入できません。");
     }
-    std::vector<std::pair<pugi::xml_node, std::string>> pendingNames;
-    if (auto dn = book->definedNames(false))
-        for (auto n : dn.children())
-            if (auto nf = shiftForInsert(n.text().get(), "", name, top, count, &threeD))
-                pendingNames.emplace_back(n, std::move(*nf));
-    if (threeD)
-        throw Error("このブックには複数シートにまたがる参照（3-D参照）があるため、シート \"" + name +
-                    "\" に行を挿入できません。");
+};
+
+} // namespace
+
+void SheetImpl::insertRows(int top, int count, const std::vector<long long>& heights)
+{
+    // --- checks: nothing is changed before all of them pass
+    checkInsert(top, count);
+    if (count == 0)
+        return;
+    FormulaShift shift(*book, name, top, count);
 
     // --- apply
+    moveObjects(top, count, heights); // measures the rows as they are before they move
     auto firstMoving =
         std::lower_bound(rows.begin(), rows.end(), top, [](const Row& a, int v) { return a.r < v; });
     for (auto it = firstMoving; it != rows.end(); ++it)
         it->r += count;
-    for (auto& p : pending) {
+    // rows pushed off the end held formatting only
+    rows.erase(
+        std::lower_bound(rows.begin(), rows.end(), kMaxRow + 1, [](const Row& a, int v) { return a.r < v; }),
+        rows.end());
+    for (auto& p : shift.cells) {
         auto nx = std::make_shared<CellExtra>(*p.cell->x);
         nx->f = std::move(p.f);
         p.cell->x = std::move(nx);
         p.sheet->dirty = true;
         book->formulasMoved = true;
     }
-    for (auto& [n, f] : pendingNames)
+    for (auto& [n, f] : shift.names)
         n.text().set(f.c_str());
-    for (auto& tp : movingTables) {
-        pugi::xml_document t;
-        Package::parseXml(t, pkg.read(tp), tp);
-        auto root = t.document_element();
-        auto moveRef = [&](pugi::xml_node n) {
-            if (n && n.attribute("ref"))
-                if (auto r = shiftSqrefForInsert(n.attribute("ref").value(), top, count))
-                    n.attribute("ref").set_value(r->c_str());
-        };
-        moveRef(root);
-        moveRef(childL(root, "autoFilter"));
-        moveRef(childL(root, "sortState"));
-        pkg.write(tp, Package::serialize(t));
-    }
-    if (!pendingNames.empty())
+    if (!shift.names.empty())
         book->wbDirty = true;
-    for (auto it = firstMoving; hasFormulas && it != rows.end(); ++it)
+    for (auto it = rows.begin(); hasFormulas && it != rows.end(); ++it)
         for (auto& c : it->cells)
-            if (c.hasFormula()) {
+            if (c.hasFormula() && it->r >= top + count) {
                 for (auto& kv : c.x->fAttrs)
                     if (kv.first == "ref")
                         if (auto nr = shiftSqrefForInsert(kv.second, top, count)) {
@@ -596,15 +613,19 @@ void SheetImpl::insertRows(int top, int count)
             }
     for (auto& m : merges) {
         if (m.firstRow >= top) {
-            m.firstRow += count;
-            m.lastRow += count;
+            m.firstRow = std::min(m.firstRow, kMaxRow + 1 - count) + count;
+            m.lastRow = std::min(m.lastRow, kMaxRow - count) + count;
         } else if (m.lastRow >= top) {
-            m.lastRow += count;
+            m.lastRow = std::min(m.lastRow, kMaxRow - count) + count;
         }
     }
+    merges.erase(std::remove_if(merges.begin(), merges.end(), [](auto& m) { return m.firstRow > kMaxRow; }),
+                 merges.end());
     for (auto& b : breaks)
         if (b.id + 1 >= top)
-            b.id += count;
+            b.id = b.id < kMaxRow - count ? b.id + count : kMaxRow;
+    breaks.erase(std::remove_if(breaks.begin(), breaks.end(), [](auto& b) { return b.id >= kMaxRow; }),
+                 breaks.end());
     auto fn = [&](std::string_view f) { return shiftForInsert(f, name, name, top, count); };
     auto sq = [&](std::string_view s) { return shiftSqrefForInsert(s, top, count); };
     rewriteSheetXml(doc.document_element(), fn, true, sq);
@@ -615,23 +636,31 @@ void SheetImpl::insertRows(int top, int count)
             if (rewriteSheetXml(sp->doc.document_element(), f2, false, sq))
                 sp->dirty = true;
         }
-    if (!drawingPart.empty()) {
-        auto& d = drawingDoc();
-        for (auto a : d.document_element().children()) {
-            for (const char* which : {"from", "to"}) {
-                auto rowNode = childL(childL(a, which), "row");
-                if (!rowNode)
-                    continue;
-                int r0 = rowNode.text().as_int(0);
-                if (r0 + 1 >= top) {
-                    rowNode.text().set(r0 + count);
-                    drawingDirty = true;
-                }
-            }
-        }
-    }
     book->rewriteChartFormulas([&](std::string_view f) { return shiftForInsert(f, "", name, top, count); });
     dirty = true;
+}
+
+void BookImpl::warn(const std::string& text)
+{
+    if (std::find(warnings.begin(), warnings.end(), text) == warnings.end())
+        warnings.push_back(text);
+}
+
+const std::vector<std::string>& BookImpl::pivotSourceSheets()
+{
+    if (!pivotSources) {
+        std::vector<std::string> v;
+        for (auto& r : pkg->relationships(workbookPart))
+            if (!r.external && endsWith(r.type, "/pivotCacheDefinition") && pkg->has(r.resolved)) {
+                pugi::xml_document d;
+                Package::parseXml(d, pkg->read(r.resolved), r.resolved);
+                auto ws = childL(childL(d.document_element(), "cacheSource"), "worksheetSource");
+                if (ws.attribute("sheet"))
+                    v.push_back(ws.attribute("sheet").value());
+            }
+        pivotSources = std::move(v);
+    }
+    return *pivotSources;
 }
 
 } // namespace detail
@@ -716,15 +745,9 @@ bool Worksheet::hasCell(int row, int col) const
     return s.findCell(row, col) != nullptr;
 }
 
-void Worksheet::setText(int row, int col, std::string_view utf8)
+// A text into a cell, whose format stays; a table's column takes a header cell's text as its name.
+static void writeText(SheetImpl& s, int row, int col, std::string_view utf8)
 {
-    auto& s = loadedSheet(impl_);
-    if (!validUtf8(utf8))
-        throw Error("セル " + cellName(row, col) + " に書く文字列がUTF-8として不正です。");
-    if (utf16Length(utf8) > 32767)
-        throw Error("セル " + cellName(row, col) + " に書く文字列が32767文字を超えています。");
-    s.checkRow(row);
-    s.checkCol(col);
     auto& sst = s.book->strings();
     int idx = sst.intern(utf8);
     Cell& c = s.cellFor(row, col);
@@ -734,6 +757,20 @@ void Worksheet::setText(int row, int col, std::string_view utf8)
     c.hasV = true;
     c.v = std::to_string(idx);
     valueWritten(s, c);
+    if (auto name = s.headerWritten(row, col, std::string(utf8)))
+        writeText(s, row, col, *name);
+}
+
+void Worksheet::setText(int row, int col, std::string_view utf8)
+{
+    auto& s = loadedSheet(impl_);
+    if (!validUtf8(utf8))
+        throw Error("セル " + cellName(row, col) + " に書く文字列がUTF-8として不正です。");
+    if (utf16Length(utf8) > 32767)
+        throw Error("セル " + cellName(row, col) + " に書く文字列が32767文字を超えています。");
+    s.checkRow(row);
+    s.checkCol(col);
+    writeText(s, row, col, utf8);
 }
 
 void Worksheet::setNumber(int row, int col, double value)
@@ -741,6 +778,8 @@ void Worksheet::setNumber(int row, int col, double value)
     auto& s = loadedSheet(impl_);
     if (!std::isfinite(value))
         throw Error("セル " + cellName(row, col) + " に書く数値が不正です（無限大または非数）。");
+    if (s.inTableHeader(row, col)) // a table's column names are texts
+        return writeText(s, row, col, numberText(value));
     Cell& c = s.cellFor(row, col);
     if (c.type == TShared)
         s.book->sst.addRefs(-1);
@@ -766,13 +805,15 @@ void Worksheet::clearValue(int row, int col)
     c.v.clear();
     c.x.reset();
     valueWritten(s, c);
+    if (auto name = s.headerWritten(row, col, std::string()))
+        writeText(s, row, col, *name);
 }
 
 static int numFmtFor(SheetImpl& s, std::string_view code)
 {
     if (code.empty() || code.size() > 255 || !validUtf8(code))
         throw Error("表示形式 \"" + std::string(code) + "\" が不正です。");
-    return s.book->styles.loaded() ? s.book->styles.numFmtId(code) : 0;
+    return s.book->editStyles().numFmtId(code);
 }
 
 void Worksheet::setNumberFormat(int row, int col, std::string_view code)
@@ -948,8 +989,7 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
             fd->breakRows.push_back(b.id + 1);
     fd->extras = std::make_shared<pugi::xml_document>();
     auto holder = fd->extras->append_child("form");
-    auto cf = holder.append_child("cf"), dv = holder.append_child("dv"), hl = holder.append_child("hl"),
-         an = holder.append_child("anchors");
+    auto cf = holder.append_child("cf"), dv = holder.append_child("dv"), hl = holder.append_child("hl");
     auto inside = [&](std::string_view sqref) {
         bool any = false, ok = true;
         rewriteSqref(sqref, [&](Ref& r) {
@@ -962,6 +1002,11 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
         return any && ok;
     };
     auto root = s.doc.document_element();
+    // what would stop a page from being added is found now, before anything is written
+    if (lastRow < kMaxRow) {
+        s.checkInsert(lastRow + 1, lastRow - firstRow + 1);
+        FormulaShift threeD(*s.book, s.name, lastRow + 1, lastRow - firstRow + 1);
+    }
     for (auto n : root.children()) {
         const char* ln = lname(n);
         if (std::strcmp(ln, "conditionalFormatting") == 0 && inside(n.attribute("sqref").value()))
@@ -976,16 +1021,8 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
                     hl.append_copy(h);
         }
     }
-    if (!s.drawingPart.empty()) {
-        for (auto a : s.drawingDoc().document_element().children()) {
-            auto fromRow = childL(childL(a, "from"), "row");
-            if (!fromRow)
-                continue;
-            int r0 = fromRow.text().as_int(-1);
-            if (r0 + 1 >= firstRow && r0 + 1 <= lastRow)
-                an.append_copy(a);
-        }
-    }
+    s.snapshotObjects(*fd, holder);
+    s.checkPaste(*fd);
     PageForm f;
     f.data_ = std::move(fd);
     return f;
@@ -1005,7 +1042,8 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
     std::size_t newBreaks = fd.breakRows.size();
     if (s.breaks.size() + newBreaks > 1023)
         throw Error("シート \"" + s.name + "\" の改ページが多すぎます（1枚のシートに1023まで）。");
-    s.insertRows(topRow, n);
+    s.checkPaste(fd);
+    s.insertRows(topRow, n, fd.rowHeights);
     // rows
     std::vector<Row> copies;
     copies.reserve(fd.rows.size());
@@ -1123,30 +1161,7 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
             }
         }
     }
-    if (auto ans = holder.child("anchors"); ans.first_child() && !s.drawingPart.empty()) {
-        auto& dd = s.drawingDoc();
-        auto droot = dd.document_element();
-        unsigned maxId = 0;
-        walkElements(droot, [&](pugi::xml_node c) {
-            if (std::strcmp(lname(c), "cNvPr") == 0)
-                maxId = std::max(maxId, c.attribute("id").as_uint(0));
-            return false;
-        });
-        for (auto a : ans.children()) {
-            auto copy = droot.append_copy(a);
-            for (const char* which : {"from", "to"}) {
-                auto rowNode = childL(childL(copy, which), "row");
-                if (rowNode)
-                    rowNode.text().set(rowNode.text().as_int(0) + d);
-            }
-            walkElements(copy, [&](pugi::xml_node c) {
-                if (std::strcmp(lname(c), "cNvPr") == 0 && c.attribute("id"))
-                    c.attribute("id").set_value(++maxId);
-                return false;
-            });
-        }
-        s.drawingDirty = true;
-    }
+    s.pasteObjects(fd, topRow);
     s.dirty = true;
 }
 

@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -42,6 +43,8 @@ struct Cell {
     std::string v;
     std::shared_ptr<CellExtra> x;
     bool hasFormula() const { return x && x->hasF; }
+    // A value, a formula or inline text: what cannot silently fall off the end of the sheet.
+    bool holdsValue() const { return hasV || hasFormula() || (x && !x->raw.empty()); }
 };
 
 struct Row {
@@ -143,6 +146,7 @@ class Styles
 {
 public:
     void load(Package& pkg, const std::string& part);
+    void create(Package& pkg, const std::string& workbookPart);
     bool loaded() const { return !part_.empty(); }
     std::size_t xfCount() const { return xfs_.size(); }
     int derive(int base, const StylePatch& patch);
@@ -156,6 +160,9 @@ public:
     void flush(Package& pkg);
 
 private:
+    static constexpr long long kMaxNumFmtId = 1 << 20;
+    void index();
+    void ensureBase();
     void indexAll();
     int deriveOnce(int base, const StylePatch& patch);
     int deriveChanged(int base, const StylePatch& patch);
@@ -176,6 +183,7 @@ private:
 };
 
 struct BookImpl;
+struct SheetImpl;
 
 struct FormData {
     const BookImpl* book = nullptr;
@@ -185,7 +193,41 @@ struct FormData {
     std::vector<int> breakRows; // rows that start a page inside the form
     long long sharedRefs = 0;
     bool hasFormulas = false;
-    std::shared_ptr<pugi::xml_document> extras; // <cf>, <dv>, <hl>, <anchors> holders
+    std::shared_ptr<pugi::xml_document> extras; // <cf>, <dv>, <hl>, <anchors>, <notes>, <tables> holders
+    std::vector<long long> rowHeights;          // EMU of every form row, for the objects pasted with it
+};
+
+// A part hanging on a sheet (its drawing, its notes and their shapes, a table), parsed when first
+// needed; every number the engine computes with is checked then, before anything is edited.
+struct SheetPart {
+    enum Kind { Drawing, Comments, Vml, Table, Threaded };
+    Kind kind = Drawing;
+    std::string part;
+    std::unique_ptr<pugi::xml_document> doc;
+    bool dirty = false;
+    CellRange ref;       // tables: the table's range
+    bool header = true;  // tables: the first row holds the column names
+    long long maxId = 0; // drawings: the highest picture id
+    explicit operator bool() const { return !part.empty(); }
+};
+
+// Vertical positions on a sheet in EMU (12700 a point), from its row heights; a block of inserted
+// rows can be laid in without changing the sheet, to see where things will be after an insertion.
+class RowGeometry
+{
+public:
+    explicit RowGeometry(const SheetImpl& s);
+    void insert(int at, const std::vector<long long>& heights);
+    long long top(int r) const; // top edge of row r (1..kMaxRow + 1)
+    int rowAt(long long y, long long& offset) const;
+
+private:
+    long long def_ = 0;
+    std::vector<int> rows_;        // rows of their own height
+    std::vector<long long> extra_; // extra_[i]: sum of (height - default) of rows_[0..i)
+    int at_ = 0;
+    std::vector<long long> block_; // prefix sums of the inserted rows' heights
+    long long plain(int r) const;
 };
 
 struct SheetImpl {
@@ -205,9 +247,10 @@ struct SheetImpl {
     std::vector<Break> breaks;
     Attrs breaksAttrs;
     std::vector<std::pair<std::pair<int, int>, int>> colStyles; // (min,max) -> style
-    std::string drawingPart;
-    std::unique_ptr<pugi::xml_document> drawing;
-    bool drawingDirty = false;
+    double defaultRowPoints = 15;
+    SheetPart drawing, comments, vml; // vml: the shapes of notes and form controls
+    std::vector<SheetPart> tables, threaded;
+    bool hasPivotTable = false;
 
     // The cells that rows span, 1-based; 0 when there is none.
     struct Extent {
@@ -240,9 +283,30 @@ struct SheetImpl {
     Cell& cellFor(int r, int c);
     int defaultStyle(int r, int c);
     int lastUsedRow() const;
-    pugi::xml_document& drawingDoc();
+    double rowPoints(int r) const; // height in points, 0 when hidden
+    double rowPoints(const Row& row) const;
+    long long rowEmu(int r) const;
 
-    void insertRows(int top, int count);
+    // Objects.cpp: the parts hanging on the sheet
+    pugi::xml_document& partDoc(SheetPart& p);
+    void loadParts();
+    bool partsDirty() const;
+    void flushParts();
+    std::vector<SheetPart*> allParts();
+    void checkObjects(int top, int count);
+    void moveObjects(int top, int count, const std::vector<long long>& inserted);
+    void snapshotObjects(FormData& fd, pugi::xml_node holder);
+    void checkPaste(const FormData& fd);
+    void pasteObjects(const FormData& fd, int topRow);
+    void pasteTable(pugi::xml_node form, int d, int first, int last);
+    bool inTableHeader(int r, int c);
+    // After a write into a table's header cell: the column takes the cell's text as its name; the
+    // name the cell must show instead when that text is empty or taken by another column.
+    std::optional<std::string> headerWritten(int r, int c, const std::string& text);
+
+    // Refusals of an insertion of count rows at top, before anything changes.
+    void checkInsert(int top, int count);
+    void insertRows(int top, int count, const std::vector<long long>& heights = {});
     void checkRow(int r) const;
     void checkCol(int c) const;
     void applyStyle(int r, int c, const StylePatch& p);
@@ -261,6 +325,10 @@ struct BookImpl {
     std::map<std::string, bool> chartsDirty;
     bool formulasMoved = false;
     bool valuesChanged = false;
+    std::optional<std::vector<std::string>> pivotSources; // sheets pivot caches read from
+    std::optional<std::set<std::string>> tableNames;      // table and defined names, lower case
+    long long lastTableId = 0;                            // highest table id in the workbook
+    long long highestShapeBlock = -1; // of the shape numbers legacy drawings use, once read
 
     void open(const std::filesystem::path& path);
     void validate();
@@ -269,9 +337,13 @@ struct BookImpl {
     void save(const std::filesystem::path& target);
     bool modified() const;
     SharedStrings& strings();
+    Styles& editStyles(); // the style table, created when the workbook has none
     pugi::xml_node definedNames(bool create);
     std::vector<std::string> chartParts();
     pugi::xml_document& chart(const std::string& part);
+    void warn(const std::string& text);
+    void tableCatalog(); // reads every table's id and name before new ones are made
+    const std::vector<std::string>& pivotSourceSheets();
     // Passes every formula of every chart through fn and keeps what it changes.
     void rewriteChartFormulas(const std::function<std::optional<std::string>(std::string_view)>& fn);
 };

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <fstream>
 #include <set>
 
 namespace xlsx::detail
@@ -358,6 +359,35 @@ private:
     std::vector<Central> central_;
 };
 
+
+// A file in the older compound format: an .xlsx saved with a password (Excel encrypts the whole
+// package into such a file) or a workbook of the 97-2003 format. Either way the user has to save it
+// again; the message says how.
+void refuseCompoundFile(const std::filesystem::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::string head(8, '\0');
+    if (!in.read(head.data(), 8) || head != std::string("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8))
+        return;
+    // the directory names its streams in UTF-16; an encrypted package has "EncryptedPackage"
+    std::string name;
+    for (char c : std::string("EncryptedPackage"))
+        name += {c, '\0'};
+    std::string block(1 << 16, '\0');
+    std::string carry;
+    for (int i = 0; i < 1024 && in; ++i) { // the directory of a real file lies well inside 64 MB
+        in.read(block.data(), static_cast<std::streamsize>(block.size()));
+        std::string window = carry + block.substr(0, static_cast<std::size_t>(in.gcount()));
+        if (window.find(name) != std::string::npos)
+            throw Error("ブックがパスワードで保護されているため開けません。Excel "
+                        "でパスワードを解除して保存し直して下さい: " +
+                        fileLabel(path));
+        carry = window.substr(window.size() > name.size() ? window.size() - name.size() : 0);
+    }
+    throw Error("ブックが Excel 97-2003 形式のため開けません。Excel で .xlsx 形式に保存し直して下さい: " +
+                fileLabel(path));
+}
+
 } // namespace
 
 DeflateStream::DeflateStream() : z_(std::make_unique<z_stream>())
@@ -454,6 +484,7 @@ Package::Package(const std::filesystem::path& path) : path_(path)
     int err = 0;
     zip_ = zip_open(path.c_str(), ZIP_RDONLY, &err);
     if (!zip_) {
+        refuseCompoundFile(path);
         zip_error_t ze;
         zip_error_init_with_code(&ze, err);
         std::string msg = "ブックを開けません（xlsx形式ではないか、壊れています）: " + fileLabel(path) +

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 namespace xlsx::detail
@@ -65,6 +66,17 @@ int parseIntAttr(const char* s, int lo, int hi, const std::string& what)
     if (res.ec != std::errc() || res.ptr != s + len || v < lo || v > hi)
         throw Error(what + " の値 \"" + std::string(s) + "\" が不正です。");
     return v;
+}
+
+// A row height in points: Excel allows up to 409 points; anything else keeps the default.
+double heightPoints(const char* text, double fallback)
+{
+    double h = 0;
+    auto len = std::strlen(text);
+    auto res = std::from_chars(text, text + len, h);
+    if (res.ec != std::errc() || !(h >= 0 && h <= 409.5))
+        return fallback;
+    return h;
 }
 
 } // namespace
@@ -246,7 +258,7 @@ void SheetImpl::load()
             if (b.type() != pugi::node_element)
                 continue;
             Break br;
-            br.id = b.attribute("id").as_int(0);
+            br.id = parseIntAttr(b.attribute("id").value(), 0, kMaxRow - 1, part + " の改ページ位置");
             for (auto a : b.attributes())
                 if (std::strcmp(a.name(), "id") != 0)
                     br.attrs.emplace_back(a.name(), a.value());
@@ -257,21 +269,68 @@ void SheetImpl::load()
     if (auto cols = childL(root, "cols"))
         for (auto c : cols.children())
             if (c.attribute("style"))
-                colStyles.push_back({{c.attribute("min").as_int(0), c.attribute("max").as_int(0)},
-                                     c.attribute("style").as_int(0)});
-    for (auto& rel : pkg.relationships(part))
-        if (!rel.external && rel.type.size() > 8 && rel.type.compare(rel.type.size() - 8, 8, "/drawing") == 0)
-            drawingPart = rel.resolved;
+                colStyles.push_back(
+                    {{parseIntAttr(c.attribute("min").value(), 1, kMaxCol, part + " の列番号"),
+                      parseIntAttr(c.attribute("max").value(), 1, kMaxCol, part + " の列番号")},
+                     parseIntAttr(c.attribute("style").value(), 0, 1 << 24, part + " の列の書式")});
+    if (auto fmt = childL(root, "sheetFormatPr"); fmt.attribute("defaultRowHeight"))
+        defaultRowPoints = heightPoints(fmt.attribute("defaultRowHeight").value(), defaultRowPoints);
+    // the parts hanging on the sheet; the legacy drawing of the header and footer is not one of them
+    std::string legacyId;
+    if (auto ld = childL(root, "legacyDrawing"))
+        for (auto a : ld.attributes())
+            if (std::strstr(a.name(), ":id"))
+                legacyId = a.value();
+    auto endsWith = [](const std::string& t, const char* tail) {
+        std::size_t n = std::strlen(tail);
+        return t.size() >= n && t.compare(t.size() - n, n, tail) == 0;
+    };
+    for (auto& rel : pkg.relationships(part)) {
+        if (rel.external)
+            continue;
+        auto take = [&](SheetPart::Kind kind) {
+            SheetPart p;
+            p.kind = kind;
+            p.part = rel.resolved;
+            return p;
+        };
+        if (endsWith(rel.type, "/drawing"))
+            drawing = take(SheetPart::Drawing);
+        else if (endsWith(rel.type, "/comments"))
+            comments = take(SheetPart::Comments);
+        else if (endsWith(rel.type, "/vmlDrawing") && rel.id == legacyId)
+            vml = take(SheetPart::Vml);
+        else if (endsWith(rel.type, "/table"))
+            tables.push_back(take(SheetPart::Table));
+        else if (endsWith(rel.type, "/threadedComment"))
+            threaded.push_back(take(SheetPart::Threaded));
+        else if (endsWith(rel.type, "/pivotTable"))
+            hasPivotTable = true;
+    }
     loaded = true;
 }
 
-pugi::xml_document& SheetImpl::drawingDoc()
+double SheetImpl::rowPoints(int r) const
 {
-    if (!drawing) {
-        drawing = std::make_unique<pugi::xml_document>();
-        Package::parseXml(*drawing, book->pkg->read(drawingPart), drawingPart);
+    const Row* row = findRow(r);
+    return row ? rowPoints(*row) : defaultRowPoints;
+}
+
+double SheetImpl::rowPoints(const Row& row) const
+{
+    double h = defaultRowPoints;
+    for (auto& [k, v] : *row.attrs) {
+        if (k == "hidden" && (v == "1" || v == "true"))
+            return 0;
+        if (k == "ht")
+            h = heightPoints(v.c_str(), defaultRowPoints);
     }
-    return *drawing;
+    return h;
+}
+
+long long SheetImpl::rowEmu(int r) const
+{
+    return std::llround(rowPoints(r) * 12700);
 }
 
 Row* SheetImpl::findRow(int r)
@@ -317,8 +376,10 @@ int SheetImpl::defaultStyle(int r, int c)
             else if (k == "customFormat")
                 custom = v;
         }
-        if (!s.empty() && (custom == "1" || custom == "true"))
-            return std::atoi(s.c_str());
+        int style = -1;
+        auto res = std::from_chars(s.data(), s.data() + s.size(), style);
+        if (res.ec == std::errc() && style >= 0 && style <= 1 << 24 && (custom == "1" || custom == "true"))
+            return style;
     }
     for (auto& [range, style] : colStyles)
         if (c >= range.first && c <= range.second)
@@ -347,9 +408,11 @@ Cell& SheetImpl::cellFor(int r, int c)
 
 int SheetImpl::lastUsedRow() const
 {
+    // Formatting alone does not count: some programs write formatted rows down to the last row.
     for (auto it = rows.rbegin(); it != rows.rend(); ++it)
-        if (!it->cells.empty())
-            return it->r;
+        for (auto& c : it->cells)
+            if (c.holdsValue())
+                return it->r;
     return written ? written->extent.maxR : 0;
 }
 
@@ -357,7 +420,7 @@ void SheetImpl::applyStyle(int r, int c, const StylePatch& p)
 {
     Cell& cell = cellFor(r, c);
     int base = cell.style < 0 ? 0 : cell.style;
-    cell.style = book->styles.derive(base, p);
+    cell.style = book->editStyles().derive(base, p);
     dirty = true;
 }
 
@@ -500,7 +563,9 @@ void SheetImpl::checkHeld(int r) const
 bool SheetImpl::writeOutAbove(int row)
 {
     ensureLoaded();
-    if (hasFormulas)
+    // Formulas may refer to any row, and pictures and notes are placed by the heights of the rows
+    // they span: such sheets keep every row until the save.
+    if (hasFormulas || drawing || vml)
         return false;
     if (!written)
         written = std::make_unique<WrittenRows>();

@@ -1,6 +1,7 @@
 // XML helpers, shared strings and the style table.
 #include "Internal.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -214,26 +215,45 @@ void SharedStrings::load(Package& pkg, const std::string& part)
             items_.push_back(si);
 }
 
-void SharedStrings::create(Package& pkg, const std::string& workbookPart)
+// Starts a new part of the workbook: a document with its root element, named after kind in the
+// workbook's folder (a number added when the name is taken).
+static pugi::xml_node newWorkbookPart(Package& pkg, std::string& part, const std::string& workbookPart,
+                                      pugi::xml_document& doc, const std::string& kind, const char* root)
 {
     auto slash = workbookPart.rfind('/');
     std::string dir = slash == std::string::npos ? std::string() : workbookPart.substr(0, slash + 1);
-    part_ = dir + "sharedStrings.xml";
-    int k = 1;
-    while (pkg.has(part_))
-        part_ = dir + "sharedStrings" + std::to_string(++k) + ".xml";
-    auto decl = doc_.append_child(pugi::node_declaration);
+    part = dir + kind + ".xml";
+    for (int k = 2; pkg.has(part); ++k)
+        part = dir + kind + std::to_string(k) + ".xml";
+    auto decl = doc.append_child(pugi::node_declaration);
     decl.append_attribute("version") = "1.0";
     decl.append_attribute("encoding") = "UTF-8";
     decl.append_attribute("standalone") = "yes";
-    auto root = doc_.append_child("sst");
-    root.append_attribute("xmlns") = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+    auto r = doc.append_child(root);
+    r.append_attribute("xmlns") = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+    return r;
+}
+
+// Registers a part made by newWorkbookPart (content type, relationship from the workbook) and puts
+// its first bytes into the package, so that the package is complete from here on.
+static void addPart(Package& pkg, const std::string& part, const std::string& workbookPart,
+                    const pugi::xml_document& doc, const std::string& kind)
+{
+    auto slash = workbookPart.rfind('/');
+    std::size_t dir = slash == std::string::npos ? 0 : slash + 1;
+    pkg.setOverride(part, "application/vnd.openxmlformats-officedocument.spreadsheetml." + kind + "+xml");
+    pkg.addRelationship(workbookPart,
+                        "http://schemas.openxmlformats.org/officeDocument/2006/relationships/" + kind,
+                        part.substr(dir));
+    pkg.write(part, Package::serialize(doc));
+}
+
+void SharedStrings::create(Package& pkg, const std::string& workbookPart)
+{
+    auto root = newWorkbookPart(pkg, part_, workbookPart, doc_, "sharedStrings", "sst");
     root.append_attribute("count") = "0";
     root.append_attribute("uniqueCount") = "0";
-    pkg.setOverride(part_, "application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml");
-    pkg.addRelationship(workbookPart,
-                        "http://schemas.openxmlformats.org/officeDocument/2006/relationships/sharedStrings",
-                        part_.substr(dir.size()));
+    addPart(pkg, part_, workbookPart, doc_, "sharedStrings");
     dirty_ = true;
 }
 
@@ -366,7 +386,7 @@ void SharedStrings::flush(Package& pkg)
         return;
     auto root = doc_.document_element();
     const auto unique = static_cast<long long>(size());
-    long long count = root.attribute("count").as_llong(0) + refDelta_;
+    long long count = std::clamp(root.attribute("count").as_llong(0), 0LL, 1LL << 40) + refDelta_;
     if (count < unique)
         count = unique;
     if (root.attribute("count"))
@@ -405,22 +425,86 @@ void Styles::load(Package& pkg, const std::string& part)
 {
     part_ = part;
     Package::parseXml(doc_, pkg.read(part), part);
+    index();
+}
+
+void Styles::index()
+{
     auto root = doc_.document_element();
+    numFmts_.clear();
     if (auto nf = childL(root, "numFmts"))
-        for (auto n : nf.children())
-            numFmts_[n.attribute("numFmtId").as_int(-1)] = n.attribute("formatCode").value();
-    if (auto f = childL(root, "fonts"))
-        for (auto n : f.children())
-            if (n.type() == pugi::node_element)
-                fonts_.push_back(n);
-    if (auto f = childL(root, "fills"))
-        for (auto n : f.children())
-            if (n.type() == pugi::node_element)
-                fills_.push_back(n);
-    if (auto x = childL(root, "cellXfs"))
-        for (auto n : x.children())
-            if (n.type() == pugi::node_element)
-                xfs_.push_back(n);
+        for (auto n : nf.children()) {
+            auto id = n.attribute("numFmtId");
+            if (!id)
+                continue;
+            // Built-in formats end at 163 and programs number their own upwards from 164.
+            long long v = id.as_llong(-1);
+            if (v < 0 || v > kMaxNumFmtId)
+                throw Error("パーツ " + part_ + " の表示形式番号 \"" + std::string(id.value()) +
+                            "\" が範囲外です。");
+            numFmts_[static_cast<int>(v)] = n.attribute("formatCode").value();
+        }
+    auto list = [&](const char* name, std::vector<pugi::xml_node>& out) {
+        out.clear();
+        if (auto f = childL(root, name))
+            for (auto n : f.children())
+                if (n.type() == pugi::node_element)
+                    out.push_back(n);
+    };
+    list("fonts", fonts_);
+    list("fills", fills_);
+    list("cellXfs", xfs_);
+}
+
+void Styles::create(Package& pkg, const std::string& workbookPart)
+{
+    newWorkbookPart(pkg, part_, workbookPart, doc_, "styles", "styleSheet");
+    ensureBase();
+    addPart(pkg, part_, workbookPart, doc_, "styles");
+}
+
+// A style table needs one font, the two reserved fills, one border and the default cell format
+// before a cell format can be derived; programs that write none of them are common.
+void Styles::ensureBase()
+{
+    auto root = doc_.document_element();
+    std::string prefix;
+    std::string rn = root.name();
+    if (auto colon = rn.find(':'); colon != std::string::npos)
+        prefix = rn.substr(0, colon + 1);
+    static const std::pair<const char*, const char*> base[] = {
+        {"fonts", "<font><sz val=\"11\"/><name val=\"Calibri\"/><family val=\"2\"/></font>"},
+        {"fills", "<fill><patternFill patternType=\"none\"/></fill><fill><patternFill "
+                  "patternType=\"gray125\"/></fill>"},
+        {"borders", "<border><left/><right/><top/><bottom/><diagonal/></border>"},
+        {"cellStyleXfs", "<xf numFmtId=\"0\" fontId=\"0\" fillId=\"0\" borderId=\"0\"/>"},
+        {"cellXfs", "<xf numFmtId=\"0\" fontId=\"0\" fillId=\"0\" borderId=\"0\" xfId=\"0\"/>"},
+        {"cellStyles", "<cellStyle name=\"Normal\" xfId=\"0\" builtinId=\"0\"/>"},
+    };
+    for (auto& [name, xml] : base) {
+        auto list = ensureChild(root, name, kStyleOrder);
+        if (list.find_child([](pugi::xml_node c) { return c.type() == pugi::node_element; }))
+            continue;
+        pugi::xml_document frag;
+        frag.load_string(xml);
+        int count = 0;
+        auto named = [&](pugi::xml_node c) {
+            c.set_name((prefix + c.name()).c_str());
+            return false;
+        };
+        for (auto n : frag.children()) {
+            auto copy = list.append_copy(n);
+            named(copy);
+            walkElements(copy, named);
+            ++count;
+        }
+        if (list.attribute("count"))
+            list.attribute("count").set_value(count);
+        else
+            list.append_attribute("count") = count;
+        dirty_ = true;
+    }
+    index();
 }
 
 void Styles::indexAll()
@@ -583,8 +667,8 @@ std::optional<std::uint32_t> Styles::fill(int xf) const
 
 int Styles::derive(int base, const StylePatch& patch)
 {
-    if (!loaded())
-        throw Error("ブックにスタイル（styles.xml）がないため書式を設定できません。");
+    if (fonts_.empty() || fills_.empty() || xfs_.empty())
+        ensureBase();
     if (base < 0 || static_cast<std::size_t>(base) >= xfs_.size())
         base = 0;
     if (xfs_.empty())

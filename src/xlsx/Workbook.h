@@ -46,8 +46,8 @@ struct CellRange {
 };
 
 // A snapshot of the rows 1..N of a sheet (cells, styles, row heights, merges, page breaks,
-// conditional formats, validations, hyperlinks, drawing anchors), taken before the sheet is
-// filled and pasted again for every further page. Cheap to copy.
+// conditional formats, validations, hyperlinks, pictures, notes, tables), taken before the sheet
+// is filled and pasted again for every further page. Cheap to copy.
 class PageForm
 {
 public:
@@ -98,17 +98,22 @@ public:
     bool strike(int row, int col) const;
     std::optional<std::uint32_t> fillRgb(int row, int col) const; // solid fill colour if any
 
-    // The highest row holding any cell, styled empty cells included; 0 for an empty sheet.
+    // The highest row holding a value (a formula or text included); 0 for an empty sheet.
+    // Formatting alone does not count: some programs write formatted rows down to the last row.
     int lastUsedRow() const;
     std::optional<double> rowHeight(int row) const; // custom or stored height in points
 
     // Page forms: snapshot rows firstRow..lastRow (normally 1..page height) and insert a copy
     // at topRow with everything from topRow on shifted down (cells, merges, row heights,
-    // breaks, validations, conditional formats, hyperlinks, drawing anchors, formulas on every
-    // sheet, defined names). Relative row references inside the copy move with it.
+    // breaks, validations, conditional formats, hyperlinks, pictures, notes, tables, formulas
+    // on every sheet, defined names). Relative row references inside the copy move with it.
+    // The snapshot refuses what would stop a page from being added below it (a pivot table,
+    // a table across its end, 3-D references, numbers out of range), so that nothing has been
+    // written yet; what stays on page 1 only (form controls, charts) goes into warnings().
     PageForm snapshotRows(int firstRow, int lastRow) const;
     void pasteForm(const PageForm& form, int topRow);
-    // Insert count empty rows at row (everything from row on moves down).
+    // Insert count empty rows at row (everything from row on moves down). Pictures move and
+    // size as their placement says; formatting pushed past the last row falls off, values never.
     void insertRows(int row, int count);
 
     // Writes the rows above row into the sheet's part now, compressed, and lets go of them: a long

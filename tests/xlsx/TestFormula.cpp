@@ -37,7 +37,13 @@ TEST(XlsxFormula, InsertingRowsMovesReferencesAtOrBelowTheRowAndGrowsRanges)
     EXPECT_EQ(ins("1.5E+12*A12"), "1.5E+12*A17");
     EXPECT_EQ(ins("ABCD12+XFD12+R1C1"), "ABCD12+XFD17+R1C1");
     EXPECT_EQ(ins("A1048576", "Sheet1", 10, 0), "A1048576");
-    EXPECT_THROW(ins("A1048575"), xlsx::Error);
+    // what reaches the last row ends there, what is pushed off becomes #REF! (or leaves a sqref)
+    EXPECT_EQ(ins("A1048575+SUM(A12:A1048576)+SUM(A2:A1048576)"), "#REF!+SUM(A17:A1048576)+SUM(A2:A1048576)");
+    EXPECT_EQ(*shiftSqrefForInsert("A1048575 B3 C20:C1048576", 10, 5), "B3 C25:C1048576");
+    EXPECT_EQ(*shiftSqrefForInsert("A1048575", 10, 5), "");
+    EXPECT_EQ(
+        *renameTableInFormula("SUM(Table1[Qty])&\"Table1[x]\"&table1[#Totals]&MyTable1[a]", "Table1", "T_2"),
+        "SUM(T_2[Qty])&\"Table1[x]\"&T_2[#Totals]&MyTable1[a]");
     bool threeD = false;
     shiftForInsert("SUM(Sheet1:Sheet3!A12)", "X", "Sheet1", 10, 5, &threeD);
     EXPECT_TRUE(threeD);
