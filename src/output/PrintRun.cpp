@@ -123,8 +123,7 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         book->extendPrintArea(laid.pages, laid.pageMax);
         step = QStringLiteral("作業ファイルの保存");
         book->save();
-        const QString printCopy = PrintCopyPath(ctx.WorkbookPath);
-        book->savePrintCopy(printCopy);
+        const QString printCopy = book->savePrintCopy(PrintCopyPath(ctx.WorkbookPath));
 
         presenter.busy(busy = false);
         control.ShowExcel();

@@ -24,8 +24,9 @@ public:
     virtual void renameOutputSheet(const QString& name) = 0;
     virtual void save() = 0;
     // Writes a copy of the saved workbook that prints the output sheet alone (the other sheets
-    // hidden): what the preview, its printing and the PDF show.
-    virtual void savePrintCopy(const QString& path) = 0;
+    // hidden) at path and returns it: what the preview, its printing and the PDF show. A workbook of
+    // one sheet prints as it is: its own path comes back and nothing is written.
+    virtual QString savePrintCopy(const QString& path) = 0;
 };
 // Opens the work copy; throws RuntimeError when it cannot be read.
 using WorkbookOpener = std::function<std::unique_ptr<OutputWorkbook>(const QString& path)>;

@@ -185,9 +185,11 @@ public:
         }
     }
 
-    void savePrintCopy(const QString& path) override
+    QString savePrintCopy(const QString& path) override
     {
         const QString saved = QString::fromStdString(m_book.path().string());
+        if (m_book.sheetCount() <= 1)
+            return saved;
         QFile::remove(path);
         if (!QFile::copy(saved, path))
             throw RuntimeError(75, QStringLiteral("パス名が無効です。"));
@@ -199,6 +201,7 @@ public:
         } catch (const xlsx::Error& e) {
             throw engineError(e);
         }
+        return path;
     }
 
 private:

@@ -417,8 +417,10 @@ void BookImpl::validate()
 
 void BookImpl::save(const std::filesystem::path& target)
 {
-    if (modified() || valuesChanged) {
+    if (valuesChanged) {
         // Cached results of formulas would be stale: drop them and let the reader recalculate.
+        // A change of the workbook alone (a sheet hidden, a name set) leaves them as they are, and
+        // the sheets that were not opened stay unparsed.
         for (auto& s : sheets) {
             if (s->part.empty())
                 continue;
@@ -577,6 +579,7 @@ void SheetImpl::insertRows(int top, int count, const std::vector<long long>& hei
     FormulaShift shift(*book, name, top, count);
 
     // --- apply
+    book->valuesChanged = true; // cells change places: what a formula reads may differ
     moveObjects(top, count, heights); // measures the rows as they are before they move
     auto firstMoving =
         std::lower_bound(rows.begin(), rows.end(), top, [](const Row& a, int v) { return a.r < v; });
