@@ -4,17 +4,12 @@
 
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
+// Item numbers: the assembly's base, the start number, abolished lines and brackets.
 class TestNumbering : public QObject
 {
     Q_OBJECT
-
-    static PartsGrid gridOf(int lines)
-    {
-        PartsGrid g;
-        for (int i = 1; i < lines; ++i)
-            g.appendLine();
-        return g;
-    }
     static QStringList column(const PartsGrid& g, int col)
     {
         QStringList out;
@@ -24,103 +19,79 @@ class TestNumbering : public QObject
     }
 
 private Q_SLOTS:
-    void baseFromTheAssembly_data()
+    void itemNumbersFromTheAssembly()
     {
-        QTest::addColumn<QString>("assy");
-        QTest::addColumn<int>("base");
-        QTest::newRow("250-01") << u"250-01"_qs << 250;
-        QTest::newRow("AB-7") << u"AB-7"_qs << 0;
-        QTest::newRow("12-34-5") << u"12-34-5"_qs << 1234;
-        QTest::newRow("no dash") << u"A12B3"_qs << 123;
-        QTest::newRow("dash first") << u"-45"_qs << 0;
-        QTest::newRow("empty") << QString() << 0;
-        QTest::newRow("full-width digits") << u"２５０-1"_qs << 0;
-    }
-    void baseFromTheAssembly()
-    {
-        QFETCH(QString, assy);
-        QFETCH(int, base);
-        QCOMPARE(AssemblyBase(assy), base);
-    }
-
-    void itemNumbersOfTheExamples()
-    {
-        PartsGrid g = gridOf(3);
-        Renumber(g, u"250-01"_qs, 1);
-        QCOMPARE(column(g, EditorCol::No), (QStringList{u"1"_qs, u"2"_qs, u"3"_qs}));
-        QCOMPARE(column(g, EditorCol::Zno), (QStringList{u"251"_qs, u"252"_qs, u"253"_qs}));
-        Renumber(g, u"250-01"_qs, 0);
-        QCOMPARE(column(g, EditorCol::Zno), (QStringList{u"250"_qs, u"251"_qs, u"252"_qs}));
-        Renumber(g, u"AB-7"_qs, 1);
-        QCOMPARE(column(g, EditorCol::Zno), (QStringList{u"001"_qs, u"002"_qs, u"003"_qs}));
-        Renumber(g, u"12-34-5"_qs, 1);
-        QCOMPARE(g.cell(1, EditorCol::Zno), u"1235"_qs);
-        Renumber(g, u"X-1"_qs, 99);
-        QCOMPARE(g.cell(1, EditorCol::Zno), u"099"_qs);
-        QCOMPARE(ThreeDigits(7), u"007"_qs);
-        QCOMPARE(ThreeDigits(1234), u"1234"_qs);
+        PartsGrid g;
+        g.appendLine();
+        g.appendLine();
+        // assembly, start number -> the three item numbers
+        for (const auto& [assy, start, numbers] : {std::tuple{u"250-01"_s, 1, u"251 252 253"_s},
+                                                   {u"250-01"_s, 0, u"250 251 252"_s},
+                                                   {u"AB-7"_s, 1, u"001 002 003"_s},
+                                                   {u"12-34-5"_s, 1, u"1235 1236 1237"_s},
+                                                   {u"A12B3"_s, 1, u"124 125 126"_s},
+                                                   {u"-45"_s, 1, u"001 002 003"_s},
+                                                   {QString(), 99, u"099 100 101"_s},
+                                                   {u"２５０-1"_s, 1, u"001 002 003"_s}}) {
+            Renumber(g, assy, start);
+            QCOMPARE(column(g, EditorCol::Zno).join(u' '), numbers);
+        }
+        QCOMPARE(column(g, EditorCol::No), QStringList({u"1"_s, u"2"_s, u"3"_s}));
+        // A stored item number shows with three digits at least.
+        for (const auto& [stored, shown] : {std::pair{u"12"_s, u"012"_s},
+                                            {u"1234"_s, u"1234"_s},
+                                            {u"(12)"_s, u"(12)"_s},
+                                            {QString(), QString()}})
+            QCOMPARE(FormatStoredZno(stored), shown);
     }
 
-    void marksAndBracketsFollowTheHiddenColumns()
+    void abolishedLinesKeepTheirPlaceAndBracketsFollowTheHiddenColumn()
     {
-        PartsGrid g = gridOf(4);
-        g.setCell(2, EditorCol::Haishi, u"1"_qs);
-        g.setCell(3, EditorCol::Kakko, u"-1"_qs);
-        g.setCell(4, EditorCol::Haishi, u"0"_qs);
-        g.setCell(4, EditorCol::Kakko, u"False"_qs);
-        g.setCell(1, EditorCol::Zno, u"(999)"_qs);
-        Renumber(g, u"250-01"_qs, 1);
-        // The abolished line keeps its place: the lines below it go on counting.
-        QCOMPARE(column(g, EditorCol::No), (QStringList{u"1"_qs, u"廃止"_qs, u"3"_qs, u"4"_qs}));
-        QCOMPARE(column(g, EditorCol::Zno), (QStringList{u"251"_qs, u"252"_qs, u"(253)"_qs, u"254"_qs}));
+        PartsGrid g;
+        for (int i = 1; i < 4; ++i)
+            g.appendLine();
+        g.setCell(2, EditorCol::Haishi, u"1"_s);
+        g.setCell(3, EditorCol::Kakko, u"-1"_s);
+        g.setCell(4, EditorCol::Haishi, u"0"_s);
+        g.setCell(4, EditorCol::Kakko, u"False"_s);
+        g.setCell(1, EditorCol::Zno, u"(999)"_s);
+        Renumber(g, u"250-01"_s, 1);
+        QCOMPARE(column(g, EditorCol::No), QStringList({u"1"_s, u"廃止"_s, u"3"_s, u"4"_s}));
+        QCOMPARE(column(g, EditorCol::Zno), QStringList({u"251"_s, u"252"_s, u"(253)"_s, u"254"_s}));
     }
 
     void overflowLeavesTheGridAlone()
     {
-        PartsGrid g = gridOf(2);
-        g.setCell(1, EditorCol::Zno, u"x"_qs);
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, u"2147483647-1"_qs, 1));
-        QCOMPARE(g.cell(1, EditorCol::Zno), u"x"_qs);
-        Renumber(g, u"2147483645-1"_qs, 1); // line 2: 2147483645 + 2 + 1 - 1, the last that fits
-        QCOMPARE(g.cell(2, EditorCol::Zno), u"2147483647"_qs);
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, u"99999999999-1"_qs, 1));
+        PartsGrid g;
+        g.appendLine();
+        g.setCell(1, EditorCol::Zno, u"x"_s);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, u"2147483647-1"_s, 1));
+        QCOMPARE(g.cell(1, EditorCol::Zno), u"x"_s);
+        Renumber(g, u"2147483645-1"_s, 1); // line 2: the last number that fits
+        QCOMPARE(g.cell(2, EditorCol::Zno), u"2147483647"_s);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, u"99999999999-1"_s, 1));
     }
 
-    void storedItemNumbers()
-    {
-        QCOMPARE(FormatStoredZno(u"12"_qs), u"012"_qs);
-        QCOMPARE(FormatStoredZno(u"1234"_qs), u"1234"_qs);
-        QCOMPARE(FormatStoredZno(u"(12)"_qs), u"(12)"_qs);
-        QCOMPARE(FormatStoredZno(QString()), QString());
-    }
-
-    void startNumber_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<int>("result");
-        QTest::addColumn<int>("value");
-        QTest::addColumn<QString>("left");
-        QTest::newRow("0") << u"0"_qs << int(StartNumberResult::Ok) << 0 << u"0"_qs;
-        QTest::newRow("99") << u"99"_qs << int(StartNumberResult::Ok) << 99 << u"99"_qs;
-        QTest::newRow("-1") << u"-1"_qs << int(StartNumberResult::OutOfRange) << -5 << u"-1"_qs;
-        QTest::newRow("100") << u"100"_qs << int(StartNumberResult::OutOfRange) << -5 << u"100"_qs;
-        QTest::newRow("empty") << QString() << int(StartNumberResult::NotNumber) << -5 << QString();
-        QTest::newRow("letters") << u"1a"_qs << int(StartNumberResult::NotNumber) << -5 << u"1"_qs;
-        QTest::newRow("blank") << u" 5"_qs << int(StartNumberResult::NotNumber) << -5 << u"5"_qs;
-        QTest::newRow("full-width") << u"５"_qs << int(StartNumberResult::NotNumber) << -5 << QString();
-        QTest::newRow("lone sign") << u"-"_qs << int(StartNumberResult::NotNumber) << -5 << u"-"_qs;
-        QTest::newRow("decimal") << u"2.5"_qs << int(StartNumberResult::Ok) << 2 << u"2.5"_qs;
-    }
     void startNumber()
     {
-        QFETCH(QString, typed);
-        QFETCH(int, result);
-        QFETCH(int, value);
-        QFETCH(QString, left);
-        int v = -5;
-        QCOMPARE(int(CheckStartNumber(typed, v)), result);
-        QCOMPARE(v, value);
-        QCOMPARE(typed, left);
+        // typed, result, value (-5: unchanged), text left in the field
+        for (const auto& [typed, result, value, left] :
+             {std::tuple{u"0"_s, StartNumberResult::Ok, 0, u"0"_s},
+              {u"99"_s, StartNumberResult::Ok, 99, u"99"_s},
+              {u"2.5"_s, StartNumberResult::Ok, 2, u"2.5"_s},
+              {u"-1"_s, StartNumberResult::OutOfRange, -5, u"-1"_s},
+              {u"100"_s, StartNumberResult::OutOfRange, -5, u"100"_s},
+              {QString(), StartNumberResult::NotNumber, -5, QString()},
+              {u"1a"_s, StartNumberResult::NotNumber, -5, u"1"_s},
+              {u" 5"_s, StartNumberResult::NotNumber, -5, u"5"_s},
+              {u"５"_s, StartNumberResult::NotNumber, -5, QString()},
+              {u"-"_s, StartNumberResult::NotNumber, -5, u"-"_s}}) {
+            QString text = typed;
+            int v = -5;
+            QCOMPARE(CheckStartNumber(text, v), result);
+            QCOMPARE(v, value);
+            QCOMPARE(text, left);
+        }
     }
 };
 
