@@ -146,12 +146,14 @@ void AppFolder::storeTable(const QString& dwgNo, const QString& assy, const QStr
     exec(
         u"INSERT INTO BUHINHYO (CH_DWGNO, CH_ASSY, CH_BUHIN, CH_USER, CH_NAME, CH_HDATE, CH_DESINED) "
         "VALUES ('%1','%2','%3','%4','%5','2026/01/15','%6')"_s.arg(dwgNo, assy, kind, user, name, designer));
-    for (const QStringList& l : lines)
+    for (const QStringList& l : lines) {
+        const QString suryo = l.value(4, u"1"_s);
         exec(u"INSERT INTO BUHINHYO_M (CH_ASSY, CH_DWGNO, CH_USER, CH_BUHIN, CH_ZNO, CH_HINMEI, CH_HAISHI, "
              "CH_KAKKO, INT_SURYO, CH_ZAISHITU, CH_MAKER, CH_TANI, CH_UPDDATE) "
              "VALUES ('%1','%2','%3','%4','%5','%6',%7,%8,%9,'%10','%11','個','20260115')"_s
                  .arg(assy, dwgNo, user, kind, l.value(0), l.value(1), l.value(2, u"0"_s), l.value(3, u"0"_s))
-                 .arg(l.value(4, u"1"_s), l.value(5), l.value(6)));
+                 .arg(suryo.isEmpty() ? u"NULL"_s : suryo, l.value(5), l.value(6)));
+    }
 }
 
 QStringList AppFolder::shownBoxes() const

@@ -44,7 +44,7 @@ public:
     QList<QStringList> rows(const QString& sql);
     int count(const QString& sql) { return rows(sql).value(0).value(0).toInt(); }
     // A stored header, and lines given as (CH_ZNO, CH_HINMEI, CH_HAISHI, CH_KAKKO, INT_SURYO, CH_ZAISHITU,
-    // CH_MAKER); missing fields are "0", "0", "1", "", "".
+    // CH_MAKER); missing fields are "0", "0", "1", "", "" (an empty quantity is stored as null).
     void storeTable(const QString& dwgNo, const QString& assy, const QString& kind, const QString& name,
                     const QString& user, const QList<QStringList>& lines,
                     const QString& designer = QStringLiteral("山田"));
