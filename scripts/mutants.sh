@@ -21,6 +21,8 @@ ROOT=$PWD
 BUILD_DIR=${BUILD_DIR:-build}
 TEST_TIMEOUT=${MUTANT_TIMEOUT:-900}
 JOBS=${MUTANT_JOBS:-2}
+# A fault that leaves a screen waiting makes its test function hang: stop it after 90 s, not 300.
+export QTEST_FUNCTION_TIMEOUT=${QTEST_FUNCTION_TIMEOUT:-90000}
 
 # Test programs that exercise each group of modules. Keep these in step with the test programs'
 # names when tests are moved.
