@@ -30,7 +30,7 @@ ALL='.'
 XLSX='^test_xlsx_|^test_printrun$|^test_settings_(import|roundtrip)$'
 DB='^test_db_|^test_parts_table_editor$|^test_editor_screen$|^test_drawing_search$|^test_aids_|^test_output_settings$|^test_settings_import$'
 EDITOR='^test_editor_|^test_parts_table_editor$|^test_drawing_search$|^test_aids_(editor|datasearch)$'
-OUTPUT='^test_(listquery|pagelayout|workbookcontrol|printrun|output_settings|settings_import|settings_roundtrip)$'
+OUTPUT='^test_(output_logic|workbookcontrol|printrun|output_settings|settings_import|settings_roundtrip)$'
 SETTINGS='^test_settings_|^test_output_settings$'
 
 # The faults: "@@ ID FILE GROUP", the text to find, a line "--", the text put in its place.
