@@ -27,10 +27,10 @@ export QTEST_FUNCTION_TIMEOUT=${QTEST_FUNCTION_TIMEOUT:-90000}
 # Test programs that exercise each group of modules. Keep these in step with the test programs'
 # names when tests are moved.
 ALL='.'
-XLSX='^test_xlsx_|^test_printrun$|^test_settings_(import|roundtrip)$'
+XLSX='^test_xlsx_|^test_printrun$|^test_settings_import$'
 DB='^test_db_|^test_parts_table_editor$|^test_editor_screen$|^test_drawing_search$|^test_aids_|^test_output_settings$|^test_settings_import$'
 EDITOR='^test_editor_|^test_parts_table_editor$|^test_drawing_search$|^test_aids_(editor|datasearch)$'
-OUTPUT='^test_(output_logic|workbookcontrol|printrun|output_settings|settings_import|settings_roundtrip)$'
+OUTPUT='^test_(output_logic|printrun|output_settings|settings_import)$'
 SETTINGS='^test_settings_|^test_output_settings$'
 
 # The faults: "@@ ID FILE GROUP", the text to find, a line "--", the text put in its place.

@@ -34,18 +34,6 @@ class TestConnect : public QObject
 private Q_SLOTS:
     void init() { m_f = std::make_unique<AppFolder>(); }
 
-    void connectionTexts()
-    {
-        QCOMPARE(OracleConnectionText(u"CADSRV"_s, u"cad"_s, u"pw"_s),
-                 u"PROVIDER=MSDASQL;Data Source=CADSRV;User ID=cad;Password=pw;"_s);
-        QCOMPARE(OdbcKeywordText(u"PROVIDER=MSDASQL;Data Source=CADSRV;User ID=cad;Password=pw;"_s),
-                 u"DSN=CADSRV;UID=cad;PWD=pw;"_s);
-        const ConnectionParts p =
-            ParseConnectionText(u"provider=MSDASQL;DATA SOURCE=x y;User ID=u;Password=p=q;"_s);
-        QCOMPARE(QStringList({p.provider, p.dataSource, p.userId, p.password}),
-                 QStringList({u"MSDASQL"_s, u"x y"_s, u"u"_s, u"p=q"_s}));
-    }
-
     void localFileBecomesTheSharedConnection()
     {
         ConnectResult r = connect(local(u"DB\\CADDB.sqlite"_s));

@@ -150,27 +150,6 @@ private Q_SLOTS:
         QVERIFY(rs->Eof());
         QCOMPARE(countRows(db, kAll), 0);
     }
-
-    void transactionsAndReplacedConnections()
-    {
-        std::shared_ptr<Database> db = m_f.shared;
-        db->BeginTrans();
-        addLine(*db, u"251"_s, u"キー"_s);
-        db->RollbackTrans();
-        QCOMPARE(countRows(*db, kAll), 0);
-        db->BeginTrans();
-        addLine(*db, u"251"_s, u"キー"_s);
-        db->CommitTrans();
-        // A set keeps its connection alive after the shared connection was replaced.
-        auto rs = std::make_unique<Recordset>(*db, kAll);
-        std::weak_ptr<Database> weak = db;
-        db.reset();
-        m_f.shared.reset();
-        rs->SetField(u"CH_HINMEI"_s, u"平行キー"_s);
-        rs->Update();
-        rs.reset();
-        QVERIFY(weak.expired());
-    }
 };
 
 QTEST_GUILESS_MAIN(TestRecordset)

@@ -1,12 +1,16 @@
 #pragma once
 
-#include <QAbstractButton>
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTableWidget>
 #include <QTimer>
-#include <QWidget>
 #include <QtTest>
 #include <functional>
 
