@@ -3,11 +3,6 @@
 #include "ScreenTestHelpers.h"
 #include "TestSupport.h"
 
-#include <QLabel>
-#include <QRadioButton>
-#include <QTableWidget>
-#include <QtTest>
-
 using namespace Qt::StringLiterals;
 
 // The data search KVRCAD0101 on a real database: the stored tables it finds and the screen in its two

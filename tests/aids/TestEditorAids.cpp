@@ -11,12 +11,7 @@
 #include "SearchAidsGlue.h"
 #include "TestSupport.h"
 
-#include <QListWidget>
-#include <QPushButton>
-#include <QRadioButton>
 #include <QTabWidget>
-#include <QTableWidget>
-#include <QtTest>
 
 using namespace Qt::StringLiterals;
 
@@ -45,10 +40,10 @@ class TestEditorAids : public QObject
             return nullptr;
         return showActive(ed.get()) ? std::move(ed) : nullptr;
     }
-    QList<QStringList> numbersOf(const QString& dwgNo)
+    QStringList numbersOf(const QString& dwgNo)
     {
-        return f->rows(u"SELECT INT_NUMBER FROM BUHINHYO_M WHERE CH_DWGNO = '"_s + dwgNo +
-                       u"' ORDER BY INT_NUMBER"_s);
+        return f->lines(u"SELECT INT_NUMBER FROM BUHINHYO_M WHERE CH_DWGNO = '"_s + dwgNo +
+                        u"' ORDER BY INT_NUMBER"_s);
     }
     QStringList list(const char* section) { return ReadList(*f->ctx.ini, QString::fromLatin1(section)); }
 
@@ -80,7 +75,7 @@ private Q_SLOTS:
     {
         auto ed = openEditor(u"T-1"_s, u"1-01"_s, u"新規ユニット"_s);
         QVERIFY(ed);
-        const QList<QStringList> sourceBefore = numbersOf(u"A-100"_s);
+        const QStringList sourceBefore = numbersOf(u"A-100"_s);
         // The first answer is No: the search stays open; the second (Yes) copies.
         f->messages.setNextAnswer(MsgAnswer::No);
         int shown = 0;

@@ -4,9 +4,7 @@
 #include "ScreenTestHelpers.h"
 #include "TestSupport.h"
 
-#include <QListWidget>
 #include <QTabWidget>
-#include <QtTest>
 
 using namespace Qt::StringLiterals;
 

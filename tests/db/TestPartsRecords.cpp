@@ -66,13 +66,6 @@ private Q_SLOTS:
             DetailRowQuery(u"250-01"_s, u"0"_s),
             u"SELECT * FROM BUHINHYO_M WHERE CH_ASSY    = '250-01' AND INT_NUMBER = 0 ORDER BY CH_ZNO"_s);
         QCOMPARE(DeleteDetailStatement(u"42"_s), u"DELETE FROM BUHINHYO_M WHERE INT_NUMBER = 42"_s);
-        QCOMPARE(BuildHistoryQuery(u"CH_HINMEI"_s, u"2"_s, u"  "_s, QString(), QString()),
-                 u"SELECT CH_HINMEI,SUM(INT_SURYO) AS SUM_SURYO FROM BUHINHYO_M WHERE CH_BUHIN = '2' "
-                 "GROUP BY CH_HINMEI ORDER BY CH_HINMEI"_s);
-        QCOMPARE(BuildHistoryQuery(u"CH_ZAISHITU"_s, u"1"_s, u" ABC精機 "_s, u" THK"_s, u"SU "_s),
-                 u"SELECT CH_ZAISHITU,SUM(INT_SURYO) AS SUM_SURYO FROM BUHINHYO_M WHERE CH_BUHIN = '1' "
-                 "AND CH_USER = 'ABC精機' AND CH_MAKER = 'THK' AND CH_ZAISHITU LIKE 'SU%' "
-                 "GROUP BY CH_ZAISHITU ORDER BY CH_ZAISHITU"_s);
     }
 
     void headerIsCreatedOnceThenOnlyNameDateDesignerChange()
@@ -205,22 +198,6 @@ private Q_SLOTS:
                  }),
                  13);
         QCOMPARE(stored(db, {u"CH_ZNO"_s}), QStringList(u"251"_s));
-    }
-
-    void historySumsPerName()
-    {
-        Database& db = m_f.db();
-        PartsLine d = line(u"254"_s, u"ベアリング"_s, u"2"_s);
-        d.maker = u"NSK"_s;
-        SaveTable(db, header(u"2"_s),
-                  {line(u"251"_s, u"六角ボルト"_s, u"4"_s), line(u"252"_s, u"六角ボルト"_s, u"6"_s),
-                   line(u"253"_s, u"六角ナット"_s, u"2"_s), line(u"255"_s, u"丸六角ナット"_s), d},
-                  kDate);
-        Recordset rs(db, BuildHistoryQuery(u"CH_HINMEI"_s, u"2"_s, u"ABC精機"_s, u"ミスミ"_s, u"六角"_s));
-        QStringList got;
-        for (; !rs.Eof(); rs.MoveNext())
-            got << rs.Field(u"CH_HINMEI"_s) + u'=' + rs.Field(u"SUM_SURYO"_s);
-        QCOMPARE(got, QStringList({u"六角ナット=2"_s, u"六角ボルト=10"_s}));
     }
 };
 

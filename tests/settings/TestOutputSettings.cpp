@@ -7,11 +7,6 @@
 #include "SettingsSave.h"
 #include "SheetSelectDialog.h"
 
-#include <QCheckBox>
-#include <QLabel>
-#include <QListWidget>
-#include <QRadioButton>
-
 using namespace Qt::StringLiterals;
 
 // The output settings screen KVRCAD0003 shown, on the program folder with the sample settings.

@@ -56,6 +56,16 @@ inline QString textOf(QWidget* screen, const char* name)
     return control<QLineEdit>(screen, name)->text();
 }
 
+// The entries of a drop-down, joined with blanks.
+inline QString itemsOf(QWidget* screen, const char* name)
+{
+    QStringList out;
+    auto* c = control<QComboBox>(screen, name);
+    for (int i = 0; i < c->count(); ++i)
+        out << c->itemText(i);
+    return out.join(u' ');
+}
+
 // Deletes a screen that is still there, the screens of type T it opened first.
 template <typename T> void deleteScreen(QWidget* screen)
 {

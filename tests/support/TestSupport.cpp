@@ -139,6 +139,14 @@ QList<QStringList> AppFolder::rows(const QString& sql)
     return out;
 }
 
+QStringList AppFolder::lines(const QString& sql)
+{
+    QStringList out;
+    for (const QStringList& r : rows(sql))
+        out << r.join(u'|');
+    return out;
+}
+
 void AppFolder::storeTable(const QString& dwgNo, const QString& assy, const QString& kind,
                            const QString& name, const QString& user, const QList<QStringList>& lines,
                            const QString& designer)

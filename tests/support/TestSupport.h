@@ -43,6 +43,8 @@ public:
     void exec(const QString& sql);
     QList<QStringList> rows(const QString& sql);
     int count(const QString& sql) { return rows(sql).value(0).value(0).toInt(); }
+    // The rows of a query, each as its fields joined with "|".
+    QStringList lines(const QString& sql);
     // A stored header, and lines given as (CH_ZNO, CH_HINMEI, CH_HAISHI, CH_KAKKO, INT_SURYO, CH_ZAISHITU,
     // CH_MAKER); missing fields are "0", "0", "1", "", "" (an empty quantity is stored as null).
     void storeTable(const QString& dwgNo, const QString& assy, const QString& kind, const QString& name,
