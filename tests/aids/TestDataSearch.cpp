@@ -5,8 +5,8 @@
 
 using namespace Qt::StringLiterals;
 
-// The data search KVRCAD0101 on a real database: the stored tables it finds and the screen in its two
-// uses.
+// The data search KVRCAD0101 on a real database: the stored tables it finds and the screen that
+// hands one back (its use as the copy source is walked through the editor).
 class TestDataSearch : public QObject
 {
     Q_OBJECT
@@ -79,29 +79,6 @@ private Q_SLOTS:
         QTest::keyClick(&screen, Qt::Key_F5);
         QCOMPARE(screen.result(), int(QDialog::Accepted));
         QCOMPARE(screen.chosen().dwgNo + screen.chosen().kind, u"A-1002"_s);
-    }
-
-    void copySourceScreenKeepsTheKindAndAsksBeforeClosing()
-    {
-        f->ctx.DataSearchFlag = Int16::from(DataSearchScreen::kCopySource);
-        DataSearchScreen screen(f->ctx, u"1"_s);
-        QVERIFY(showActive(&screen));
-        QCOMPARE(screen.windowTitle(), u"コピー元データ検索"_s);
-        QVERIFY(!control<QRadioButton>(&screen, "optKind2")->isEnabled());
-        QCOMPARE(control<QAbstractButton>(&screen, "cmdSelect")->text(), u"コピー(F5)"_s);
-        int asked = 0;
-        screen.setChooseHandler([&asked](const StoredTable&) { return ++asked > 1; });
-        screen.search();
-        auto* grid = control<QTableWidget>(&screen, "grdTables");
-        grid->setCurrentCell(0, 0);
-        const QPoint at = grid->visualItemRect(grid->item(0, 1)).center();
-        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, at);
-        QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, at);
-        QCOMPARE(asked, 1);
-        QCOMPARE(screen.result(), int(QDialog::Rejected));
-        QTest::keyClick(grid, Qt::Key_Return);
-        QCOMPARE(asked, 2);
-        QCOMPARE(screen.chosen().lines, 20);
     }
 };
 

@@ -82,6 +82,7 @@ private Q_SLOTS:
         whenModal<DataSearchScreen>([&shown](DataSearchScreen* s) {
             ++shown;
             QCOMPARE(s->windowTitle(), u"コピー元データ検索"_s);
+            QVERIFY(!control<QRadioButton>(s, "optKind2")->isEnabled()); // the editor's kind only
             auto* grid = s->findChild<QTableWidget*>(u"grdTables"_s);
             grid->setCurrentCell(rowOf(grid, u"A-100"_s), 0);
             QTest::keyClick(s, Qt::Key_F5);

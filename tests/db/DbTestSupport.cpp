@@ -1,7 +1,6 @@
 #include "DbTestSupport.h"
 
 #include "Connect.h"
-#include "RuntimeError.h"
 #include "TestSupport.h"
 
 using namespace Qt::StringLiterals;
@@ -29,16 +28,6 @@ void DbFixture::open()
     shared = OpenConnectionText(connectionText());
     for (const char* table : {"BUHINHYO_M", "BUHINHYO", "SETTEI"})
         shared->Execute(u"DELETE FROM "_s + QLatin1StringView(table));
-}
-
-int errorNumber(const std::function<void()>& f)
-{
-    try {
-        f();
-    } catch (const RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
 }
 
 int countRows(Database& db, const QString& sql)

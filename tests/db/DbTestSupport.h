@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Database.h"
+#include "TestSupport.h"
 
 #include <QTemporaryDir>
 #include <functional>
@@ -19,6 +20,4 @@ struct DbFixture {
     static QString connectionText(const QString& password = QString());
 };
 
-// The number of the RuntimeError that f throws; 0 when it throws none.
-int errorNumber(const std::function<void()>& f);
 int countRows(Database& db, const QString& sql);

@@ -348,29 +348,6 @@ private Q_SLOTS:
         QVERIFY(dialog.chosen());
         QCOMPARE(dialog.value(), 99);
     }
-
-    void captionsAndColumns()
-    {
-        QVERIFY(f->connect());
-        EditorScreen ed(f->ctx, f->ctx.DbConnection);
-        QVERIFY(ed.openTable({u"D-1"_s, u"1-1"_s, u"N"_s, u"1"_s, u"2026/11/21"_s, u"山田"_s}));
-        ed.show();
-        for (int c = 0; c < Count; ++c)
-            QCOMPARE(ed.gridView()->isColumnHidden(c), c == No || c >= Number);
-        QCOMPARE(ed.gridView()->model()->headerData(Hinmei, Qt::Horizontal).toString(), u"品　　名"_s);
-        QStringList captions;
-        for (auto* b : ed.findChildren<QAbstractButton*>())
-            captions << b->text();
-        for (auto* l : ed.findChildren<QLabel*>())
-            captions << l->text();
-        for (const QString& c :
-             u"行追加(上へ)|行追加(下へ)|行削除|行コピー|全コピー|更新(F5)|印刷ﾌﾟﾚﾋﾞｭｰ|終了(F12)|"
-             u"開始図番設定|選択行を廃止|図番No.に括弧|印刷時にﾒｰｶｰ別に改頁|印刷ﾌﾟﾚﾋﾞｭｰ後にｴｸｾﾙ表示|"
-             u"品名､材質､備考、単位、ﾒｰｶｰでｻﾏﾘｰ|１文字ｸﾘｱ|クリア|ｶｯｺ|品名履歴検索|材質履歴検索|"
-             u"表へ=>|DWG.NO.|NAME|ASSY|DATE|DESINED|客先|品　名|材　質|数　量|単　価|備　考|ﾒｰｶｰ"_s.split(
-                 u'|'))
-            QVERIFY2(captions.contains(c), qPrintable(c));
-    }
 };
 
 QTEST_MAIN(TestEditorScreen)

@@ -1,6 +1,7 @@
 #include "ListQuery.h"
 #include "PageLayout.h"
 #include "RuntimeError.h"
+#include "TestSupport.h"
 #include "WorkbookControl.h"
 
 #include <QtTest>
@@ -285,7 +286,7 @@ private Q_SLOTS:
             QCOMPARE(SettingInt(text).value(), value);
         for (const QString& bad : {QString(), u"A1"_s})
             QVERIFY_THROWS_EXCEPTION(RuntimeError, SettingInt(bad));
-        QCOMPARE(errorNumberOf([] { SettingInt(u"40000"_s); }), 6);
+        QCOMPARE(errorNumber([] { SettingInt(u"40000"_s); }), 6);
         // The output converts only "A" to "Z".
         for (int n = 1; n <= 26; ++n)
             QCOMPARE(ColumnNumber(ColumnLetter(n)).value(), n);
@@ -294,16 +295,6 @@ private Q_SLOTS:
             QCOMPARE(ColumnNumber(QString::fromUtf8(bad)).value(), 0);
     }
 
-private:
-    static int errorNumberOf(const std::function<void()>& f)
-    {
-        try {
-            f();
-        } catch (const RuntimeError& e) {
-            return e.number();
-        }
-        return 0;
-    }
 };
 
 QTEST_GUILESS_MAIN(TestOutputLogic)

@@ -2,6 +2,7 @@
 
 #include "Connect.h"
 #include "IniFile.h"
+#include "RuntimeError.h"
 
 #include <QDir>
 #include <QFile>
@@ -38,6 +39,16 @@ QString sourceDir()
 QString shippedIniPath()
 {
     return sourceDir() + u"/data/PARA.ini"_s;
+}
+
+int errorNumber(const std::function<void()>& f)
+{
+    try {
+        f();
+    } catch (const RuntimeError& e) {
+        return e.number();
+    }
+    return 0;
 }
 
 QString makeSqliteDatabase(const QString& folder, const QString& name)
