@@ -29,7 +29,7 @@ export QTEST_FUNCTION_TIMEOUT=${QTEST_FUNCTION_TIMEOUT:-90000}
 ALL='.'
 XLSX='^test_xlsx_|^test_printrun$|^test_settings_import$'
 DB='^test_db_|^test_parts_table_editor$|^test_editor_screen$|^test_drawing_search$|^test_aids_|^test_output_settings$|^test_settings_import$'
-EDITOR='^test_editor_|^test_parts_table_editor$|^test_drawing_search$|^test_aids_(editor|datasearch)$'
+EDITOR='^test_editor_|^test_parts_table_editor$|^test_drawing_search$|^test_aids_'
 OUTPUT='^test_(output_logic|printrun|output_settings|settings_import)$'
 SETTINGS='^test_settings_|^test_output_settings$'
 
