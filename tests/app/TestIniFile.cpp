@@ -98,21 +98,6 @@ private Q_SLOTS:
         QCOMPARE(readFileBytes(fresh), *IniFile::encodeCp932(u"[USER]\r\n1=客先\r\n"_s));
     }
 
-    void utf8FilesStayUtf8()
-    {
-        writeRaw(QByteArray("\xEF\xBB\xBF[USER]\nMAX=1\n1=") + u"客先😀"_s.toUtf8() + "\n");
-        IniAccess ini(m_msgs, m_path);
-        QCOMPARE(ini.get(u"USER"_s, u"1"_s), u"客先😀"_s);
-        QVERIFY(ini.put(u"USER"_s, u"2"_s, u"新規😀"_s));
-        QCOMPARE(readFileBytes(m_path), QByteArray("\xEF\xBB\xBF[USER]\nMAX=1\n1=") + u"客先😀"_s.toUtf8() +
-                                            "\n2=" + u"新規😀"_s.toUtf8() + "\n");
-        writeRaw(u"[USER]\r\n1=客先Ａ\r\n"_s.toUtf8()); // without a mark
-        QVERIFY(ini.put(u"USER"_s, u"2"_s, u"客先Ｂ"_s));
-        QCOMPARE(readFileBytes(m_path), u"[USER]\r\n1=客先Ａ\r\n2=客先Ｂ\r\n"_s.toUtf8());
-        writeCp932File(m_path, u"[USER]\r\n1=ﾃﾞｰﾀ部品\r\n"_s);
-        QCOMPARE(ini.get(u"USER"_s, u"1"_s), u"ﾃﾞｰﾀ部品"_s);
-    }
-
     void showMessageByKind()
     {
         writeCp932File(m_path, u"[MSGCD]\r\nW001=注意\r\nQ001=よろしいですか\r\nX001=不明\r\n"_s);

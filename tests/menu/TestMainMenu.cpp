@@ -6,6 +6,7 @@
 #include "MainMenu.h"
 #include "MenuTestSupport.h"
 #include "RuntimeError.h"
+#include "ScreenTestHelpers.h"
 #include "TestSupport.h"
 
 #include <QApplication>
@@ -167,16 +168,7 @@ private Q_SLOTS:
     {
         startWith(completeMenuText());
         QString seen;
-        QTimer closer; // closes the dialog as soon as it is up
-        closer.setInterval(50);
-        connect(&closer, &QTimer::timeout, this, [&seen, &closer] {
-            if (QWidget* dialog = QApplication::activeModalWidget()) {
-                seen = dialog->windowTitle();
-                dialog->close();
-                closer.stop();
-            }
-        });
-        closer.start();
+        whenModal<QDialog>([&seen](QDialog* d) { seen = d->windowTitle(); });
         QTest::mouseClick(right(10), Qt::LeftButton);
         QCOMPARE(seen, u"プリンタ設定"_s);
     }
