@@ -1,3 +1,4 @@
+#include "CommonWidgets.h"
 #include "IniAccess.h"
 #include "NewCustomerDialog.h"
 #include "OutputSettingsEntry.h"
@@ -59,6 +60,15 @@ class TestOutputSettings : public QObject
     std::optional<SettingsRecord> stored(const QString& user, const QString& kind)
     {
         return ReadSettings(*f->ctx.DbConnection, user, kind);
+    }
+
+    // Types the name into a new customer dialog over the list and presses the button; its result.
+    int pressNewCustomer(QComboBox& list, const QString& name, const char* button)
+    {
+        NewCustomerDialog d(f->ctx, &list, nullptr);
+        d.findChild<QLineEdit*>(u"txtUserName"_s)->setText(name);
+        d.findChild<QPushButton*>(QLatin1StringView(button))->click();
+        return d.result();
     }
 
 private Q_SLOTS:
@@ -327,6 +337,45 @@ private Q_SLOTS:
         s->close();
         QTRY_VERIFY(s.isNull());
         QCOMPARE(menu, QList<bool>({false, true}));
+    }
+
+    // The new customer dialog KVRCAD0102 over the settings file's customer list.
+    void newCustomerDialogRegistersAndSelects()
+    {
+        QComboBox list;
+        FillComboFromList(*f->ctx.ini, &list, u"USER"_s);
+        list.setCurrentIndex(0);
+        auto press = [&](const QString& name, const char* button) {
+            return pressNewCustomer(list, name, button);
+        };
+        QCOMPARE(press(u"　 "_s, "cmdButton0"), int(QDialog::Rejected)); // full-width and half-width blanks
+        QCOMPARE(f->shownBoxes(), QStringList(u"注意|客先名が空欄です。登録できません。"_s));
+        QCOMPARE(f->ctx.ini->find(u"USER"_s, u"MAX"_s), u"2"_s);
+        QCOMPARE(press(u"客先C"_s, "cmdButton0"), int(QDialog::Accepted));
+        QCOMPARE(f->ctx.ini->find(u"USER"_s, u"MAX"_s) + f->ctx.ini->find(u"USER"_s, u"3"_s), u"3客先C"_s);
+        QCOMPARE(list.count(), 3);
+        QCOMPARE(list.currentIndex(), 2);
+        // Leading blanks pass the check and are written as typed: a customer of its own.
+        press(u"  客先C"_s, "cmdButton0");
+        QVERIFY(f->iniText().contains(u"4=  客先C"_s));
+        QCOMPARE(list.count(), 4);
+    }
+
+    void newCustomerDialogWritesNothingForAKnownNameOrCancel()
+    {
+        QComboBox list;
+        FillComboFromList(*f->ctx.ini, &list, u"USER"_s);
+        list.setCurrentIndex(0);
+        auto press = [&](const QString& name, const char* button) {
+            return pressNewCustomer(list, name, button);
+        };
+        const QByteArray before = readFileBytes(f->ctx.IniPath);
+        QCOMPARE(press(u"客先B"_s, "cmdButton0"), int(QDialog::Accepted));
+        QCOMPARE(press(u"取り消し"_s, "cmdButton1"), int(QDialog::Rejected));
+        QCOMPARE(readFileBytes(f->ctx.IniPath), before);
+        QCOMPARE(list.count(), 2);
+        QCOMPARE(list.currentIndex(), 0);
+        QVERIFY(f->messages.shown.isEmpty());
     }
 };
 
