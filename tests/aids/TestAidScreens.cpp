@@ -1,8 +1,6 @@
 #include "Common.h"
 #include "DataSearch.h"
-#include "DataSearchScreen.h"
 #include "HistorySearch.h"
-#include "HistorySearchDialog.h"
 #include "InputAids.h"
 #include "ListPickerDialog.h"
 #include "ScreenTestHelpers.h"
@@ -88,24 +86,6 @@ private Q_SLOTS:
               {HistoryFilter{name, u"1"_s, u"どこにもない客先"_s, {}, {}}, QString()}})
             QCOMPARE(run(filter), found);
     }
-    void historyScreenShowsHitsAndEnterChoosesOne()
-    {
-        historyTables();
-        HistorySearchDialog dialog(f->ctx, {NameColumn(), u"1"_s, u"南北機械"_s, QString(), u"ボ"_s});
-        QVERIFY(showActive(&dialog));
-        auto* table = control<QTableWidget>(&dialog, "grdHistory");
-        dialog.search();
-        QCOMPARE(table->item(0, 0)->text() + table->item(0, 1)->text(), u"ボルト10"_s);
-        // Widening the typed text and searching again shows more.
-        typeInto(&dialog, "txtTyped", QString());
-        QTest::keyClick(&dialog, Qt::Key_F1);
-        QCOMPARE(table->rowCount(), 3);
-        table->setCurrentCell(1, 0);
-        QTest::keyClick(table, Qt::Key_Return);
-        QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QCOMPARE(dialog.chosenValue(), u"ブラケット"_s);
-    }
-
     void dataSearchFindsTablesOfTheKindWithLineCounts()
     {
         storedTables();
@@ -124,28 +104,6 @@ private Q_SLOTS:
               {DataSearchFilter{u"1"_s, {}, {}, {}, u"山"_s, u"南北機械"_s}, QString()}})
             QCOMPARE(find(filter), found);
     }
-    void dataSearchScreenHandsBackTheChosenTable()
-    {
-        storedTables();
-        f->ctx.DataSearchFlag = Int16::from(DataSearchScreen::kFromSearch);
-        DataSearchScreen screen(f->ctx, u"1"_s);
-        QVERIFY(showActive(&screen));
-        auto* grid = control<QTableWidget>(&screen, "grdTables");
-        screen.search();
-        QCOMPARE(grid->item(0, 6)->text(), u"20"_s);
-        // Typing a condition narrows the grid at once; the other kind lists its own tables.
-        QTest::keyClicks(control<QLineEdit>(&screen, "txtDwgNo"), u"B"_s);
-        QCOMPARE(grid->rowCount(), 1);
-        control<QLineEdit>(&screen, "txtDwgNo")->clear();
-        control<QRadioButton>(&screen, "optKind2")->setChecked(true);
-        QCOMPARE(grid->rowCount(), 1);
-        QCOMPARE(grid->item(0, 2)->text(), u"ベースフレーム購入品"_s);
-        grid->setCurrentCell(0, 0);
-        QTest::keyClick(&screen, Qt::Key_F5);
-        QCOMPARE(screen.result(), int(QDialog::Accepted));
-        QCOMPARE(screen.chosen().dwgNo + screen.chosen().kind, u"A-1002"_s);
-    }
-
     void listPickerOpensOnTheFieldsList()
     {
         QLineEdit field;

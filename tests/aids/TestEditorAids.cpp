@@ -165,22 +165,6 @@ private Q_SLOTS:
         });
         click(ed.get(), "cmdHinmeiHistory");
         QCOMPARE(textOf(ed.get(), "cboHinmei"), u"ボルト"_s);
-        // Material history with a maker filter.
-        typeInto(ed.get(), "cboMaker", u"オリエンタル"_s);
-        typeInto(ed.get(), "cboZaishitu", QString());
-        whenModal<HistorySearchDialog>([](HistorySearchDialog* d) {
-            QCOMPARE(d->entries().size(), 1);
-            QTest::keyClick(d, Qt::Key_F5);
-        });
-        click(ed.get(), "cmdZaishituHistory");
-        QCOMPARE(textOf(ed.get(), "cboZaishitu"), u"S45C"_s);
-        // "ｶｯｺ" on the field that had the focus, and off again.
-        control<QWidget>(ed.get(), "txtBiko")->setFocus();
-        typeInto(ed.get(), "txtBiko", u"M10"_s);
-        click(ed.get(), "cmdKakkoInput");
-        QCOMPARE(textOf(ed.get(), "txtBiko"), u"(M10)"_s);
-        click(ed.get(), "cmdKakkoInput");
-        QCOMPARE(textOf(ed.get(), "txtBiko"), u"M10"_s);
         // The list button beside the unit field opens the picker on the unit tab.
         whenModal<ListPickerDialog>([](ListPickerDialog* p) {
             QCOMPARE(p->tabs()->currentIndex(), 10);

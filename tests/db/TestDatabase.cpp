@@ -207,8 +207,6 @@ private Q_SLOTS:
         // A delete opened as a record set runs (Jet form included) and leaves an empty set; the Jet
         // form is recognised only outside quoted text.
         addLine(db, u"251"_s, u"* FROM"_s);
-        QCOMPARE(TranslateJetSql(u"DELETE FROM BUHINHYO_M WHERE CH_HINMEI = '* FROM'"_s),
-                 u"DELETE FROM BUHINHYO_M WHERE CH_HINMEI = '* FROM'"_s);
         std::unique_ptr<Recordset> rs;
         OpenRecordset(db, rs, u"delete  *  from BUHINHYO_M WHERE CH_DWGNO = 'K-1'"_s);
         QVERIFY(rs->Eof());
@@ -314,20 +312,6 @@ private Q_SLOTS:
         QCOMPARE(rows(db, u"BUHINHYO_M"_s), 2);
     }
 
-    void deletingByNumberNeverReusesNumbers()
-    {
-        Database& db = m_f.db();
-        SaveTable(db, header(),
-                  {line(u"251"_s, u"カラー"_s), line(u"252"_s, u"キー"_s), line(u"253"_s, u"ピン"_s)}, kDate);
-        const QStringList numbers = stored(db, {u"INT_NUMBER"_s});
-        DeleteDetailLine(db, numbers[1]);
-        DeleteDetailLine(db, numbers[1]); // already gone: nothing happens
-        QCOMPARE(stored(db, {u"CH_ZNO"_s}), QStringList({u"251"_s, u"253"_s}));
-        DeleteDetailLine(db, numbers[2]);
-        SaveDetailLine(db, header(), line(u"253"_s, u"ピン"_s), kDate);
-        QVERIFY(stored(db, {u"INT_NUMBER"_s}).at(1).toLongLong() > numbers[2].toLongLong());
-    }
-
     void quotesAndFailuresPartWay()
     {
         Database& db = m_f.db();
@@ -386,12 +370,6 @@ private Q_SLOTS:
             QCOMPARE(connect(u"[DBMS]\r\nDB="_s + kind + u"\r\n"_s + file).dbKind, u"LOCAL"_s);
         QVERIFY(!connect(file).endProgram);
         QCOMPARE(m_app->messages.shown.size(), 1);
-        // An absolute-looking setting is still read below the program folder.
-        QDir(m_app->dir.path()).mkpath(u"abs/DB"_s);
-        makeSqliteDatabase(m_app->path(u"abs/DB"_s));
-        QVERIFY(!connect(local(u"/abs/DB/CADDB.sqlite"_s)).endProgram);
-        QCOMPARE(QFileInfo(ctx.DbConnection->sql().databaseName()).canonicalFilePath(),
-                 QFileInfo(m_app->path(u"abs/DB/CADDB.sqlite"_s)).canonicalFilePath());
     }
 
     void localFailuresEndTheProgramNamingTheFile()

@@ -73,12 +73,8 @@ SettingsRecord settings(int first, int last, int pageMax)
     s.pageMax = QString::number(pageMax);
     for (int i = 0; i < kDetailItemCount; ++i) {
         const QString letter(QChar(u'A' + i));
-        s.detail[size_t(i)] = {QString::number(first),
-                               letter,
-                               QString::number(last),
-                               letter,
-                               true,
-                               u"見出し"_s + QString::number(i + 1)};
+        const QString heading = u"見出し"_s + QString::number(i + 1);
+        s.detail[size_t(i)] = {QString::number(first), letter, QString::number(last), letter, true, heading};
     }
     s.header[HSheet] = {u"2"_s, u"H"_s, true};
     s.header[HDwgNo] = {u"3"_s, u"B"_s, true};
@@ -128,8 +124,6 @@ private Q_SLOTS:
                                          << u"6-5 16-15 26-25"_s << u"2:1 / 3 12:2 / 3 22:3 / 3"_s;
         QTest::newRow("page per maker") << settings(8, 17, 20) << u"AAABB"_s << true << 2 << u"21"_s
                                         << u"7-10 27-29"_s << u"2:1 / 1 22:2 / 1"_s;
-        QTest::newRow("makers on one page")
-            << settings(8, 17, 20) << u"AAABB"_s << false << 1 << QString() << u"7-12"_s << u"2:1 / 1"_s;
         // The total counts rows per page only: a page number above it is kept.
         QTest::newRow("more makers than pages")
             << settings(8, 9, 20) << u"ABCDEF"_s << true << 6 << u"21 41 61 81 101"_s
@@ -210,13 +204,6 @@ private Q_SLOTS:
         QVERIFY(r.ignoredErrors > 0);
         QVERIFY(t.at(2).isEmpty() && t.at(3).isEmpty());
         QCOMPARE(t.at(1).size() + t.at(4).size(), 28);
-        // Unreadable first and last rows: the loop still runs.
-        SettingsRecord unreadable = settings(8, 17, 20);
-        unreadable.pageMax = unreadable.detail[MZuban].startRow = unreadable.detail[MZuban].endRow =
-            QString();
-        RecordingTarget b;
-        LayOutPages(unreadable, lines(u"MMM"_s), kHeader, false, b);
-        QVERIFY(b.pastes.isEmpty());
         // Page tops beyond 32,767 overflow: those steps are skipped, the failed top keeps its value.
         RecordingTarget big;
         QCOMPARE(LayOutPages(settings(2, 2, 20000), lines(u"MMM"_s), kHeader, false, big).pages, 3);
@@ -294,7 +281,6 @@ private Q_SLOTS:
         for (const char* bad : {"", "a", "z", "AA", "IV", "1", " A", "Ａ"})
             QCOMPARE(ColumnNumber(QString::fromUtf8(bad)).value(), 0);
     }
-
 };
 
 QTEST_GUILESS_MAIN(TestOutputLogic)

@@ -155,27 +155,6 @@ private Q_SLOTS:
         QCOMPARE(tables().count(u' '), 2);
     }
 
-    void functionKeysOnlyWhileEnabled()
-    {
-        QVERIFY(open() && showActive(screen));
-        control<QWidget>(screen, "cmd3")->setEnabled(false);
-        QTest::keyClick(screen, Qt::Key_F4);
-        QVERIFY(f->messages.shown.isEmpty());
-        control<QWidget>(screen, "cmd3")->setEnabled(true);
-        QTest::keyClick(control<QWidget>(screen, "txtAssy"), Qt::Key_F4);
-        // F4 in a drop-down presses the delete button too, rather than opening the list.
-        control<QWidget>(screen, "cboName")->setFocus();
-        QTest::keyClick(control<QWidget>(screen, "cboName"), Qt::Key_F4);
-        QCOMPARE(f->messages.shown.size(), 2); // the input check, twice
-        f->messages.clear();
-        f->ctx.DataSearchFlag = Int16::from(7);
-        for (auto key : {Qt::Key_F1, Qt::Key_F2, Qt::Key_F3})
-            QTest::keyClick(screen, key);
-        QCOMPARE(f->ctx.DataSearchFlag.value(), 0);
-        QCOMPARE(f->messages.shown.size(), 1);
-        QVERIFY(f->messages.texts()[0].contains(u"まだ組み込まれていません"_s));
-    }
-
     void dataSearchHookAndEnd()
     {
         QList<QWidget*> owners;
