@@ -122,7 +122,6 @@ private Q_SLOTS:
         QCOMPARE(errorNumber([&] { rs.Field(u"CH_NOSUCH"_s); }), 3265);
         rs.MoveFirst();
         QCOMPARE(rs.Field(u"CH_ZNO"_s), u"251"_s);
-        // A snapshot: rows added later are not in it.
         addLine(db, u"253"_s, u"シャフト"_s);
         QCOMPARE(rs.RecordCount(), 2);
         rs.Close();
@@ -150,7 +149,6 @@ private Q_SLOTS:
         QCOMPARE(rs.RecordCount(), 0);
         QCOMPARE(countRows(db, kAll), 2);
 
-        // Updating one row of a set changes that row only.
         Recordset two(db, kAll + u" ORDER BY CH_ZNO"_s);
         two.MoveNext();
         two.SetField(u"CH_HINMEI"_s, u"ブッシュ"_s);
@@ -160,7 +158,6 @@ private Q_SLOTS:
         db.Execute(u"DELETE * FROM BUHINHYO_M WHERE CH_ZNO = '252'"_s);
         two.SetField(u"CH_HINMEI"_s, u"カラー"_s);
         QVERIFY(errorNumber([&] { two.Update(); }) != 0);
-        // A set over a computed column list cannot be written back.
         Recordset sum(db, u"SELECT CH_HINMEI, SUM(INT_SURYO) AS S FROM BUHINHYO_M GROUP BY CH_HINMEI"_s);
         QCOMPARE(sum.Field(u"S"_s).toDouble(), 1.0);
         sum.SetField(u"CH_HINMEI"_s, u"x"_s);

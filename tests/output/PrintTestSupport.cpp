@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QtTest>
@@ -51,14 +52,9 @@ PrintFixture::PrintFixture()
         qFatal("cannot read the sample settings");
     QString sql = QString::fromUtf8(rows.readAll());
     sql.replace(u"@TEMPLATE_DIR@"_s, sourceDir() + u"/data/templates"_s).replace(u"@CUSTOMER@"_s, customer);
-    for (const QString& statement : sql.split(u';')) {
-        QString s;
-        for (const QString& line : statement.split(u'\n'))
-            if (!line.trimmed().startsWith(u"--"_s))
-                s += line + u'\n';
-        if (!s.trimmed().isEmpty())
-            exec(s);
-    }
+    for (const QString& statement : sql.remove(QRegularExpression(u"--[^\n]*"_s)).split(u';'))
+        if (!statement.trimmed().isEmpty())
+            exec(statement);
 }
 
 QString PrintFixture::workbook(const QString& name)

@@ -141,7 +141,6 @@ private Q_SLOTS:
         std::map<QString, int> perMaker;
         for (const auto& l : lines)
             ++perMaker[l.maker];
-        // The search screen's maker filter: only THK lines.
         f->ctx.makerFilterOn = true;
         f->ctx.makerFilterText = u"THK"_s;
         {
@@ -175,7 +174,6 @@ private Q_SLOTS:
         RecordingPresenter presenter;
         QCOMPARE(RunPrint(f->ctx, r, OpenXlsxOutputWorkbook, presenter), PrintOutcome::Done);
         QCOMPARE(presenter.kept, QStringList(f->ctx.WorkbookPath));
-        // The kept workbook's sheet is named after the drawing.
         xlsx::Workbook kept = xlsx::Workbook::open(f->ctx.WorkbookPath.toStdString());
         QCOMPARE(kept.sheetNames(), std::vector<std::string>{"DWG-95 01"});
         QCOMPARE(text(kept.sheet("DWG-95 01"), 12, 1), u"005"_s);
@@ -308,7 +306,6 @@ private Q_SLOTS:
     {
         if (!LibreOffice::installed())
             QSKIP("LibreOffice is not installed");
-        // A tiny .xls made by LibreOffice itself from a CSV.
         writeCp932File(f->path(u"seed.csv"_s), u"A,B\n1,2\n"_s);
         QCOMPARE(LibreOffice::convert(f->path(u"profile"_s), u"xls"_s, f->dir.path(), f->path(u"seed.csv"_s)),
                  QString());

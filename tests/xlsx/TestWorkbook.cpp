@@ -185,32 +185,6 @@ TEST(XlsxWorkbook, SharedFormulasBecomePlainFormulasThatMoveWithTheirPage)
     EXPECT_NE(sheet.find("<c r=\"G60\" s=\"10\"><f>F60*$D$1</f></c>"), std::string::npos) << sheet;
 }
 
-TEST(XlsxWorkbook, StylesAreDerivedWithoutTouchingCellsThatShareThem)
-{
-    TempDir dir("styles");
-    auto book = xlsx::Workbook::open(dataFile("header_boxes.xlsx"));
-    auto& ws = book.sheet(0);
-    ws.setStrike(8, 2, true);
-    ws.setFill(8, 1, 0xBFBFBF);
-    ws.setNumberFormat(8, 4, "0.0\"個\"");
-    ws.setHorizontalAlignment(8, 4, xlsx::HAlign::Left);
-    EXPECT_TRUE(ws.strike(8, 2));
-    EXPECT_FALSE(ws.strike(9, 2)); // shares the template style with B8
-    EXPECT_EQ(ws.fillRgb(8, 1), 0xBFBFBFu);
-    EXPECT_FALSE(ws.fillRgb(9, 1).has_value());
-    EXPECT_EQ(ws.numberFormat(8, 4), "0.0\"個\"");
-    EXPECT_EQ(ws.horizontalAlignment(8, 4), xlsx::HAlign::Left);
-    EXPECT_EQ(ws.horizontalAlignment(9, 4), xlsx::HAlign::Center);
-    EXPECT_EQ(ws.numberFormat(9, 6), "#,##0");
-    ws.setStrike(9, 2, true); // the same change twice reuses the format made the first time
-    book.saveAs(dir / "styles.xlsx");
-    std::string styles = partOf(dir / "styles.xlsx", "xl/styles.xml");
-    EXPECT_EQ(captures(styles, "(<strike/>)").size(), 1u);
-    EXPECT_NE(styles.find("formatCode=\"0.0&quot;個&quot;\""), std::string::npos);
-    EXPECT_NE(styles.find("<fgColor rgb=\"FFBFBFBF\"/>"), std::string::npos);
-    EXPECT_TRUE(xlsx::Workbook::open(dir / "styles.xlsx").sheet(0).strike(9, 2));
-}
-
 TEST(XlsxWorkbook, TextAndNumbersAreStoredExactly)
 {
     TempDir dir("values");

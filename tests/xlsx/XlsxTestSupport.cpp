@@ -1,5 +1,7 @@
 #include "XlsxTestSupport.h"
 
+#include "Formula.h"
+
 #include <zip.h>
 
 #include <algorithm>
@@ -100,16 +102,6 @@ std::vector<Layout> templateLayouts()
     };
 }
 
-std::string cellRef(int row, int col)
-{
-    std::string s;
-    while (col > 0) {
-        s.insert(s.begin(), static_cast<char>('A' + (col - 1) % 26));
-        col = (col - 1) / 26;
-    }
-    return s + std::to_string(row);
-}
-
 static std::string jsonString(const std::string& s)
 {
     std::string o = "\"";
@@ -129,7 +121,8 @@ static std::string jsonString(const std::string& s)
 
 static std::string rangeRef(const xlsx::CellRange& r)
 {
-    return cellRef(r.firstRow, r.firstCol) + ":" + cellRef(r.lastRow, r.lastCol);
+    return xlsx::detail::cellName(r.firstRow, r.firstCol) + ":" +
+           xlsx::detail::cellName(r.lastRow, r.lastCol);
 }
 
 std::string Expected::toJson() const
@@ -140,7 +133,7 @@ std::string Expected::toJson() const
         auto& c = cells[i];
         if (i)
             o << ",";
-        o << "{\"ref\":\"" << cellRef(c.row, c.col) << "\",";
+        o << "{\"ref\":\"" << xlsx::detail::cellName(c.row, c.col) << "\",";
         if (c.text)
             o << "\"text\":" << jsonString(*c.text) << ",";
         if (c.number)
@@ -200,22 +193,21 @@ Expected fillThreePages(const Layout& l, const std::filesystem::path& out)
         }
         for (auto& [r, h] : heights)
             e.rowHeights.emplace_back(r + top - 1, h);
-        std::string label = std::to_string(p) + " / 3";
+        auto put = [&](int row, int col, const std::string& text) {
+            ws.setText(row, col, text);
+            e.cells.push_back({row, col, text, {}, false, {}, "", {}});
+        };
+        const std::string label = std::to_string(p) + " / 3";
         if (l.headerBoxes) {
-            ws.setText(top + 2, 2, "DWG-2024-0815-A");
-            ws.setText(top + 3, 2, "搬送ユニット組立　（第" + std::to_string(p) + "版）");
+            put(top + 2, 2, "DWG-2024-0815-A");
+            put(top + 3, 2, "搬送ユニット組立　（第" + std::to_string(p) + "版）");
+            put(top + 3, 8, label);
             ws.setNumber(top + 2, 8, 45519);
-            ws.setText(top + 3, 8, label);
-            e.cells.push_back({top + 2, 2, "DWG-2024-0815-A", {}, false, {}, "", {}});
-            e.cells.push_back(
-                {top + 3, 2, "搬送ユニット組立　（第" + std::to_string(p) + "版）", {}, false, {}, "", {}});
             e.cells.push_back({top + 2, 8, {}, 45519.0, false, {}, "yyyy/mm/dd", {}});
-            e.cells.push_back({top + 3, 8, label, {}, false, {}, "", {}});
             // the fixed customer name of the template comes along with every page
             e.cells.push_back({top + 4, 2, "株式会社　東邦精機", {}, false, {}, "", {}});
         } else {
-            ws.setText(top, 4, label);
-            e.cells.push_back({top, 4, label, {}, false, {}, "", {}});
+            put(top, 4, label);
         }
         for (int i = 0; i < perPage && line < lines; ++i, ++line) {
             const int r = top + l.firstDetail - 1 + i;

@@ -76,6 +76,4 @@ std::string partOf(const std::filesystem::path& file, const std::string& name);
 void patchPart(const std::filesystem::path& file, const std::string& part, const std::string& from,
                const std::string& to);
 
-std::string cellRef(int row, int col);
-
 } // namespace xlsxtest
