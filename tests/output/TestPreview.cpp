@@ -65,20 +65,6 @@ private Q_SLOTS:
         QCOMPARE(p.printed, 3);
     }
 
-    void withoutLibreOfficeTheWorkbookCanStillBeOpened()
-    {
-        LibreOffice::setProgram(u"/nonexistent/soffice"_s);
-        QTemporaryDir dir;
-        PreviewWindow w(dir.filePath(u"x.xlsx"_s), dir.path());
-        QSignalSpy done(&w, &PreviewWindow::renderingDone);
-        w.startRendering();
-        QCOMPARE(done.size(), 1);
-        QCOMPARE(done.first().first().toBool(), false);
-        QVERIFY(w.findChild<QLabel*>(u"problemLabel"_s)->text().contains(u"LibreOffice"_s));
-        QVERIFY(w.findChild<QPushButton*>(u"openWorkbookButton"_s)->isEnabled());
-        QVERIFY(!w.findChild<QPushButton*>(u"printButton"_s)->isEnabled());
-    }
-
     void installedRunReportsMissingSettings()
     {
         PrintFixture f;

@@ -49,21 +49,17 @@ void writeBytes(const std::filesystem::path& p, const std::string& bytes)
 TempDir::TempDir(const std::string& tag)
 {
     const char* b = std::getenv("BUHINHYO_BINARY_DIR");
-    std::filesystem::path base = b && *b ? std::filesystem::path(b) / "tests/xlsx/tmp"
-                                         : std::filesystem::temp_directory_path() / "bh_xlsx_tests";
-    std::filesystem::create_directories(base);
-    std::random_device rd;
-    path_ = base / (tag + "_" + std::to_string(rd() % 1000000));
+    path_ = (b && *b ? std::filesystem::path(b) / "tests/xlsx/tmp" : std::filesystem::temp_directory_path()) /
+            (tag + "_" + std::to_string(std::random_device()() % 1000000));
     std::filesystem::remove_all(path_);
     std::filesystem::create_directories(path_);
 }
 
 TempDir::~TempDir()
 {
-    if (!std::getenv("BH_KEEP_TEST_FILES")) {
-        std::error_code ec;
+    std::error_code ec;
+    if (!std::getenv("BH_KEEP_TEST_FILES"))
         std::filesystem::remove_all(path_, ec);
-    }
 }
 
 std::vector<std::pair<std::string, std::string>> zipParts(const std::filesystem::path& p)
