@@ -143,20 +143,6 @@ private Q_SLOTS:
         QTest::keyClick(&picker, Qt::Key_F5);
         QCOMPARE(field.text(), u"北海産業"_s);
     }
-
-    void listPickerMissingListShowsTheSettingsError()
-    {
-        f->writeIni(AppFolder::kIni.section(u"[STANI]"_s, 0, 0));
-        QLineEdit field;
-        ListPickerDialog picker(*f->ctx.ini, u"STANI"_s, &field);
-        QVERIFY(showActive(&picker));
-        QCOMPARE(picker.list(10)->count(), 0);
-        QCOMPARE(f->messages.shown.value(0).title, u"ＩＮＩファイルエラー"_s);
-        QVERIFY(!control<QWidget>(&picker, "cmdSelect")->isEnabled());
-        // Full-width brackets typed by hand come off like half-width ones.
-        QCOMPARE(ToggleBrackets(u" （M10） "_s), u"M10"_s);
-        QCOMPARE(ToggleBrackets(u"(M10"_s), u"((M10)"_s);
-    }
 };
 
 QTEST_MAIN(TestAidScreens)

@@ -175,21 +175,6 @@ private Q_SLOTS:
         QCOMPARE(textOf(ed.get(), "cboTani2"), u"本"_s);
     }
 
-    void aDatabaseFailureEndsTheAidOnly()
-    {
-        auto ed = openEditor(u"T-1"_s, u"1-01"_s, u"新規ユニット"_s);
-        QVERIFY(ed);
-        f->ctx.DbConnection->Execute(u"DROP TABLE BUHINHYO_M"_s);
-        f->messages.clear();
-        click(ed.get(), "cmdHinmeiHistory");
-        click(ed.get(), "cmdCopyAll");
-        QCOMPARE(f->messages.shown.size(), 2);
-        for (const auto& box : f->messages.shown)
-            QCOMPARE(box.icon, MsgIcon::Stop);
-        QVERIFY(!QApplication::activeModalWidget());
-        QCOMPARE(ed->editor().grid().lineCount(), 3);
-    }
-
     void dataSearchFillsTheSearchScreen()
     {
         DrawingSearchScreen search(f->ctx, MakeSearchHooks());

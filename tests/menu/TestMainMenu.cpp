@@ -268,19 +268,6 @@ private Q_SLOTS:
         QCOMPARE(seen, u"プリンタ設定"_s);
     }
 
-    void theMenuCanGoWhileItsScreensLive()
-    {
-        startWith(completeMenuText());
-        QPointer<QWidget> screen;
-        m_menu->registerScreen(
-            1, [&](QWidget* owner) -> QWidget* { return screen = new QWidget(owner, Qt::Window); });
-        QTest::mouseClick(left(1), Qt::LeftButton);
-        auto enable = f->ctx.enableMenuButtons;
-        m_menu.reset();
-        QVERIFY(!screen && !f->ctx.enableMenuButtons);
-        enable(true); // a late call from a screen finds no menu and does nothing
-    }
-
     void theStartRoutineShowsTheDressedMenuOnce()
     {
         QTemporaryDir dir;

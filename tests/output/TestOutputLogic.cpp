@@ -179,15 +179,6 @@ private Q_SLOTS:
         QVERIFY(price.number && !t.at(6).at(1).number);
         QCOMPARE(price.value + price.numberFormat, u"4500#,##0"_s);
         QCOMPARE(t.at(5).at(1).value + t.at(5).at(1).numberFormat, u"1個@"_s);
-        // The item number: text, right aligned, leading zeros kept; a title row given is written.
-        s.detail[MZuban].on = true;
-        s.midashiRow = u"1"_s;
-        RecordingTarget titled;
-        LayOutPages(s, list, kHeader, false, titled);
-        const CellWrite item = titled.at(1).at(2);
-        QCOMPARE(item.value + item.numberFormat, u"001@"_s);
-        QVERIFY(item.align == HAlign::Right && !item.number);
-        QCOMPARE(titled.at(1).first().value, u"部品表"_s);
     }
 
     void failingStepsAreSkipped()

@@ -70,13 +70,6 @@ private Q_SLOTS:
         w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
         importAnswering();
         QCOMPARE(f->codes(), QStringList(u"E150"_s));
-        // A workbook that is not one: the error box, nothing written, the screen usable.
-        readyToImport();
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(f->ctx.IniPath);
-        importAnswering();
-        QCOMPARE(f->messages.shown.size(), 1);
-        QVERIFY(w<QPushButton>(u"cmdImport"_s)->isEnabled());
-        QCOMPARE(f->count(u"SELECT COUNT(*) FROM BUHINHYO_M"_s), 0);
     }
 
     void importCreatesTables()
