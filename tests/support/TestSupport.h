@@ -43,6 +43,7 @@ public:
     QString iniText() const;
 
     // Statements and queries on a connection of the test's own (each field as text).
+    QSqlDatabase& sql() { return m_peek; }
     void exec(const QString& sql);
     QList<QStringList> rows(const QString& sql);
     int count(const QString& sql) { return rows(sql).value(0).value(0).toInt(); }
