@@ -13,6 +13,7 @@ TEST(XlsxFormula, InsertingRowsMovesReferencesAtOrBelowTheRowAndGrowsRanges)
         {"A9+A10+$B$11", "Sheet1", "A9+A15+$B$16"},
         {"SUM(H8:H47)", "Sheet1", "SUM(H8:H52)"},
         {"SUM(H10:H47)", "Sheet1", "SUM(H15:H52)"},
+        {"SUM(H1:H10)", "Sheet1", "SUM(H1:H15)"}, // a range ending on the row grows too
         {"SUM(H1:H9)", "Sheet1", "SUM(H1:H9)"},
         {"SUM(A:A)+SUM(3:12)", "Sheet1", "SUM(A:A)+SUM(3:17)"},
         {"sheet1!A12", "Sheet1", "sheet1!A17"}, // names compare without case
