@@ -60,9 +60,9 @@ c[EditorCol::Zno] = TextIsTrue(c[EditorCol::Kakko]) ? u'(' + zno + u')' : zno;
 --
 c[EditorCol::Zno] = zno;
 @@ E1 src/editor/PartsTableEditor.cpp EDITOR
-m_grid.setCell(row, Kingk, QString::number(qty * price, 'g', 15));
+m_grid.setCell(row, Kingk, DecimalText(qty * price));
 --
-m_grid.setCell(row, Kingk, QString::number(qty + price, 'g', 15));
+m_grid.setCell(row, Kingk, DecimalText(qty + price));
 @@ E2 src/editor/PartsTableEditor.cpp EDITOR
     m_grid.setCell(last, Number, QString());
 --
@@ -88,9 +88,9 @@ step([&] { (void)top; });
 --
                 (void)column;
 @@ P5 src/output/PageLayout.cpp OUTPUT
-if (format != u"@" && looksLikeNumber(value, &d))
+if (format != u"@" && looksLikeNumber(value, &w.numberValue))
 --
-if (looksLikeNumber(value, &d))
+if (looksLikeNumber(value, &w.numberValue))
 @@ P6 src/output/PageLayout.cpp OUTPUT
 currentMaker == previousMaker && lineCounter <= rowsPerPage
 --
@@ -108,9 +108,9 @@ writeTextCell(row, m_maker.letter, line.at(LcMaker), abolished);
 --
 writeTextCell(row, m_maker.letter, line.at(LcMaker), false);
 @@ Q1 src/output/PageLayout.cpp OUTPUT
-if (LenientInt(quantity) <= 0)
+if (DigitsValue(quantity) <= 0)
 --
-if (LenientInt(quantity) < 0)
+if (DigitsValue(quantity) < 0)
 @@ Q2 src/output/PageLayout.cpp OUTPUT
 if (unit == u"R" || unit == u"L")
 --
@@ -308,9 +308,9 @@ if (false && name.size() > 1 &&
 --
                     out += ref.sheet + "!";
 @@ X6 src/xlsx/Book.cpp XLSX
-            b.id += count;
+            b.id = b.id < kMaxRow - count ? b.id + count : kMaxRow;
 --
-            b.id += count - 1;
+            b.id = b.id < kMaxRow - count ? b.id + count - 1 : kMaxRow;
 @@ X7 src/xlsx/Book.cpp XLSX
                     if (c.hasFormula() && c.hasV) {
 --

@@ -1,10 +1,14 @@
 # cmake -DDB=<sqlite file> -DTEMPLATE_DIR=<folder> -DSOURCE=<data/templates> -DCUSTOMERS=<name|name...>
 #       [-DINI=<staged PARA.ini>] [-DINI_FALLBACK=<shipped PARA.ini>] -P stage_settei.cmake
-# Inserts or replaces the SETTEI rows (kinds 1 and 2) of every customer a user of the staged folder
-# can pick: the names given, the customer list "USER" of the settings file, and the customers of
-# the parts tables already in the database.
+# Adds the sample SETTEI rows (kinds 1 and 2) of every customer a user of the staged folder can pick
+# that has none yet: the names given, the customer list "USER" of the settings file, and the
+# customers of the parts tables already in the database. Rows that name a shipped template in
+# another folder (a program folder that was moved or copied, or a checkout built elsewhere) are
+# pointed at the templates of this folder; every other row is left as the user set it.
 cmake_minimum_required(VERSION 3.25)
 find_program(SQLITE3 sqlite3 REQUIRED)
+# The folder as the program sees itself (its own path has no symbolic links).
+file(REAL_PATH "${TEMPLATE_DIR}" TEMPLATE_DIR)
 get_filename_component(db_dir ${DB} DIRECTORY)
 file(MAKE_DIRECTORY ${db_dir})
 file(READ ${SOURCE}/settei_table.sql table_sql)
@@ -54,6 +58,11 @@ set(all_rows "")
 foreach(customer IN LISTS customer_list)
     string(REPLACE "@CUSTOMER@" "${customer}" one "${rows_sql}")
     string(APPEND all_rows "${one}")
+endforeach()
+foreach(template mfg_parts_template.xlsx purchased_parts_template.xlsx)
+    string(APPEND all_rows "UPDATE SETTEI SET CH_ORGPATH = '${TEMPLATE_DIR}/${template}' "
+                           "WHERE CH_ORGPATH LIKE '%/templates/${template}' "
+                           "AND CH_ORGPATH <> '${TEMPLATE_DIR}/${template}';\n")
 endforeach()
 get_filename_component(out_dir ${DB} DIRECTORY)
 set(script ${out_dir}/.stage_settei.sql)

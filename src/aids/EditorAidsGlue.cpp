@@ -136,6 +136,8 @@ void addListButton(EditorScreen& screen, const char* comboName, const QString& s
     QObject::connect(button, &QPushButton::clicked, field, [&ctx, field, section, &screen] {
         ListPickerDialog picker(*ctx.ini, section, field, &screen);
         picker.exec();
+        if (picker.listsChanged())
+            screen.refreshLists();
         field->setFocus();
     });
 }

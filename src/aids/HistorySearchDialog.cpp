@@ -6,6 +6,7 @@
 #include "ListKeys.h"
 #include "WidgetServices.h"
 
+#include <QCheckBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -49,7 +50,21 @@ HistorySearchDialog::HistorySearchDialog(AppContext& ctx, const HistoryFilter& f
         auto* value = new QLabel(values[i], this);
         value->setObjectName(QString::fromLatin1(names3[i]));
         value->setFrameStyle(QFrame::Panel | QFrame::Sunken);
-        conditions->addWidget(value, i, 1, 1, 2);
+        // The maker's row keeps its last column for the box that lets the maker go.
+        conditions->addWidget(value, i, 1, 1, i == 2 && !filter.maker.trimmed().isEmpty() ? 1 : 2);
+    }
+    // The maker of the input area narrows the search; it can be let go here.
+    if (!filter.maker.trimmed().isEmpty()) {
+        auto* byMaker = new QCheckBox(QStringLiteral("ﾒｰｶｰで絞る"), this);
+        byMaker->setObjectName(QStringLiteral("chkMaker"));
+        byMaker->setChecked(true);
+        auto* makerValue = findChild<QLabel*>(QStringLiteral("lblMaker"));
+        conditions->addWidget(byMaker, 2, 2);
+        connect(byMaker, &QCheckBox::toggled, this, [this, makerValue, filter](bool on) {
+            m_filter.maker = on ? filter.maker : QString();
+            makerValue->setText(orAll(m_filter.maker));
+            guardCommand(*m_ctx.messages, [this] { search(); });
+        });
     }
     conditions->addWidget(new QLabel(fieldCaption, this), 3, 0);
     m_typed = new QLineEdit(filter.typed.trimmed(), this);

@@ -13,11 +13,12 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
 ListPickerDialog::ListPickerDialog(IniAccess& ini, const QString& section, QWidget* target, QWidget* parent)
-    : AidDialog(parent), m_ini(ini), m_target(target)
+    : AidDialog(parent), m_ini(ini), m_target(target), m_section(section)
 {
     setObjectName(QStringLiteral("ListPicker"));
     setWindowTitle(QStringLiteral("リスト選択"));
@@ -31,6 +32,7 @@ ListPickerDialog::ListPickerDialog(IniAccess& ini, const QString& section, QWidg
         list->setSelectionMode(QAbstractItemView::SingleSelection);
         m_tabs->addTab(list, tabs[i].caption);
         m_tabs->setTabToolTip(i, tabs[i].section);
+        m_tabs->setTabEnabled(i, !target || FillSameField(tabs[i].section, section));
         m_lists.append(list);
         m_loaded.append(false);
         connect(list, &QListWidget::itemDoubleClicked, this, [this, list](QListWidgetItem* item) {
@@ -41,8 +43,8 @@ ListPickerDialog::ListPickerDialog(IniAccess& ini, const QString& section, QWidg
         OnListEnter(list, [this] { choose(); });
     }
 
-    m_section = new QLabel(this);
-    m_section->setObjectName(QStringLiteral("lblSection"));
+    m_sectionLabel = new QLabel(this);
+    m_sectionLabel->setObjectName(QStringLiteral("lblSection"));
     m_newEntry = new QLineEdit(this);
     m_newEntry->setObjectName(QStringLiteral("txtNewEntry"));
     m_newEntry->setToolTip(QStringLiteral("この一覧の最後に追加します"));
@@ -55,7 +57,7 @@ ListPickerDialog::ListPickerDialog(IniAccess& ini, const QString& section, QWidg
     m_select = commandButton(QStringLiteral("選択(F5)"), QStringLiteral("cmdSelect"), Qt::Key_F5);
     m_close = commandButton(QStringLiteral("終了(ESC)"), QStringLiteral("cmdClose"), 0);
     auto* buttons = new QHBoxLayout;
-    buttons->addWidget(m_section);
+    buttons->addWidget(m_sectionLabel);
     buttons->addStretch();
     buttons->addWidget(m_select);
     buttons->addWidget(m_close);
@@ -78,7 +80,8 @@ ListPickerDialog::ListPickerDialog(IniAccess& ini, const QString& section, QWidg
     connect(m_newEntry, &QLineEdit::textChanged, this, [this] { updateButtons(); });
 
     applyScreenFont(this);
-    resize(640, 480);
+    // Wide enough for all eleven tabs side by side.
+    resize(std::max(640, m_tabs->tabBar()->sizeHint().width() + 40), 480);
 
     const int start = qMax(0, ListTabIndex(section));
     if (m_tabs->currentIndex() == start)
@@ -94,7 +97,7 @@ void ListPickerDialog::loadTab(int tab)
     if (tab < 0 || tab >= m_lists.size())
         return;
     const ListTab& info = ListPickerTabs()[tab];
-    m_section->setText(info.caption + QStringLiteral("（") + info.section + QStringLiteral("）"));
+    m_sectionLabel->setText(info.caption + QStringLiteral("（") + info.section + QStringLiteral("）"));
     if (m_loaded[tab])
         return;
     QListWidget* list = m_lists[tab];
@@ -118,7 +121,7 @@ void ListPickerDialog::loadTab(int tab)
 void ListPickerDialog::choose()
 {
     QListWidget* list = m_lists.value(m_tabs->currentIndex());
-    if (!list || !list->currentItem() || list->selectedItems().isEmpty())
+    if (!list || !list->currentItem() || list->selectedItems().isEmpty() || !fits(m_tabs->currentIndex()))
         return;
     m_chosen = list->currentItem()->text();
     if (m_target)
@@ -133,6 +136,7 @@ void ListPickerDialog::append()
     if (tab < 0 || value.trimmed().isEmpty())
         return;
     AddToList(m_ini, ListPickerTabs()[tab].section, value);
+    m_listsChanged = true;
     m_loaded[tab] = false;
     loadTab(tab);
     QListWidget* list = m_lists[tab];
@@ -143,10 +147,16 @@ void ListPickerDialog::append()
     list->setFocus();
 }
 
+bool ListPickerDialog::fits(int tab) const
+{
+    return !m_target || (tab >= 0 && tab < ListPickerTabs().size() &&
+                         FillSameField(ListPickerTabs()[tab].section, m_section));
+}
+
 void ListPickerDialog::updateButtons()
 {
     QListWidget* list = m_lists.value(m_tabs->currentIndex());
-    m_select->setEnabled(list && !list->selectedItems().isEmpty());
+    m_select->setEnabled(list && !list->selectedItems().isEmpty() && fits(m_tabs->currentIndex()));
     m_add->setEnabled(!m_newEntry->text().trimmed().isEmpty());
 }
 

@@ -18,7 +18,7 @@ bool guardCommand(MessageService& messages, const std::function<void()>& command
         return true;
     } catch (const RuntimeError& e) {
         messages.show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("エラー"),
-                      runtimeErrorText(e.number(), e.description()));
+                      runtimeErrorText(e.number(), e.description()), e.cause());
     } catch (const std::bad_alloc&) {
         messages.show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("エラー"),
                       runtimeErrorText(7, QStringLiteral("メモリが不足しています。")));

@@ -4,6 +4,8 @@
 #include "IniAccess.h"
 #include "RuntimeError.h"
 
+#include <QLocale>
+
 #include <cmath>
 #include <limits>
 
@@ -124,6 +126,11 @@ int DigitsValue(const QString& text)
     if (v > 2147483647LL)
         throw RuntimeError::overflow();
     return int(v);
+}
+
+QString DecimalText(double value)
+{
+    return QLocale::c().toString(value, 'f', QLocale::FloatingPointShortest);
 }
 
 bool NotTrue(int flag)

@@ -34,6 +34,10 @@ QString DigitsOnly(const QString& text);
 // DigitsOnly read as a 32-bit integer, 0 when there are none; above 2147483647 is an overflow.
 int DigitsValue(const QString& text);
 
+// A number as plain decimal text, never in exponent form: 1000000, 2.5, 0.0001 (the shortest digits
+// that read back as the same number).
+QString DecimalText(double value);
+
 // True when the flag is anything but true (-1).
 bool NotTrue(int flag);
 // "1" when the flag is true (-1), otherwise "0".

@@ -3,11 +3,15 @@
 #include "Common.h"
 #include "IniAccess.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPalette>
+#include <QScreen>
+#include <QTimer>
 
 void FillComboFromList(IniAccess& ini, QComboBox* combo, const QString& section)
 {
@@ -90,7 +94,68 @@ void ShowScreen(QWidget* screen, QWidget* owner)
         screen->parentWidget() != owner) {
         screen->setParent(owner, screen->windowFlags() | Qt::Window);
     }
+    if (!screen->isVisible() && !screen->testAttribute(Qt::WA_Moved))
+        CentreOver(screen, owner && owner != screen ? owner : nullptr);
     screen->show();
     screen->raise();
     screen->activateWindow();
+}
+
+void CentreOver(QWidget* window, const QWidget* owner)
+{
+    if (!window->testAttribute(Qt::WA_Resized))
+        window->adjustSize();
+    const QWidget* over = owner ? owner->window() : nullptr;
+    QScreen* on = over ? over->screen() : window->screen();
+    if (!on)
+        return;
+    const QRect area = on->availableGeometry();
+    const QRect ownerFrame = over && over->isVisible() ? over->frameGeometry() : area;
+    // The frame of a window not shown yet is unknown: leave room for a title bar.
+    constexpr int kTitleBar = 30;
+    const QSize size = window->size();
+    QPoint topLeft = ownerFrame.center() - QPoint(size.width() / 2, (size.height() + kTitleBar) / 2);
+    topLeft.setX(std::clamp(topLeft.x(), area.left(), std::max(area.left(), area.right() - size.width())));
+    topLeft.setY(
+        std::clamp(topLeft.y(), area.top(), std::max(area.top(), area.bottom() - size.height() - kTitleBar)));
+    window->move(topLeft);
+}
+
+namespace
+{
+// Sees the click or key by which the open list hands an item to its drop-down. Installed after the
+// drop-down's own watcher of the list, it sees the event first; the mark lasts until the event
+// has been handled.
+class ListPickWatch : public QObject
+{
+public:
+    using QObject::QObject;
+    bool picking = false;
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        bool pick = event->type() == QEvent::MouseButtonRelease;
+        if (event->type() == QEvent::KeyPress) {
+            const int key = static_cast<QKeyEvent*>(event)->key();
+            pick = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Select;
+        }
+        if (pick) {
+            picking = true;
+            QTimer::singleShot(0, this, [this] { picking = false; });
+        }
+        return false;
+    }
+};
+} // namespace
+
+void OnListPicked(QComboBox* combo, QObject* context, std::function<void()> act)
+{
+    auto* watch = new ListPickWatch(combo);
+    combo->view()->installEventFilter(watch);
+    combo->view()->viewport()->installEventFilter(watch);
+    QObject::connect(combo, &QComboBox::activated, context, [watch, act = std::move(act)] {
+        if (!watch->picking)
+            return;
+        watch->picking = false;
+        act();
+    });
 }

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 
 class IniAccess;
 class QAbstractButton;
 class QCheckBox;
 class QComboBox;
 class QLineEdit;
+class QObject;
 class QWidget;
 
 // The routines that work on controls.
@@ -31,5 +33,13 @@ bool IsChecked(const QCheckBox* box);
 void SetFieldEnabled(bool enabled, QWidget* field);
 // With the mode "COLOR ON", enables or disables the field by the check box; any other mode does nothing.
 void ApplyCheckColor(const QCheckBox* box, QWidget* field, const QString& mode);
-// Shows a screen modelessly; when it differs from the owner, it stays above the owner.
+// Calls act, in the context's thread, when the user picks an item in the drop-down's open list (a
+// click, or Enter on the list) and only then: QComboBox::activated also fires when typed text that
+// matches an item is left by Tab, a click elsewhere or Enter, which is not a pick.
+void OnListPicked(QComboBox* combo, QObject* context, std::function<void()> act);
+// Shows a screen modelessly; when it differs from the owner, it stays above the owner. The first
+// time, it opens centred over the owner.
 void ShowScreen(QWidget* screen, QWidget* owner);
+// Moves a window that is not shown yet so that it is centred over the owner's window (over the
+// screen when there is no owner), and wholly on the owner's screen.
+void CentreOver(QWidget* window, const QWidget* owner);

@@ -71,7 +71,17 @@ void IniAccess::showUnstorable(const QString& reason, const QString& value)
                     QStringLiteral("ＩＮＩファイル書き込みエラー") + u'\n' + reason + u'\n' + value);
 }
 
-QString IniAccess::ShowMessage(const QString& code, const QString& extra)
+QString IniAccess::ShowMessage(const QString& code, const QString& extra, const QString& detail)
+{
+    const QString text = IniGet(m_iniPath, QStringLiteral("MSGCD"), code, QStringLiteral("GET"));
+    if (text.startsWith(u"EOF")) {
+        m_messages.beep();
+        return code.startsWith(u'Q') ? QStringLiteral("NO") : QStringLiteral("OK");
+    }
+    return ShowMessageText(code, text + extra, detail);
+}
+
+QString IniAccess::ShowMessageText(const QString& code, const QString& text, const QString& detail)
 {
     const QChar kind = code.isEmpty() ? QChar() : code.front();
     MsgIcon icon = MsgIcon::Stop;
@@ -91,11 +101,8 @@ QString IniAccess::ShowMessage(const QString& code, const QString& extra)
         buttons = MsgButtons::YesNo;
         title = QStringLiteral("確認");
     }
-    const QString text = IniGet(m_iniPath, QStringLiteral("MSGCD"), code, QStringLiteral("GET")) + extra;
     m_messages.beep();
-    MsgAnswer answer = MsgAnswer::No;
-    if (!text.startsWith(u"EOF"))
-        answer = m_messages.show(icon, buttons, title, text);
+    const MsgAnswer answer = m_messages.show(icon, buttons, title, text, detail);
     if (kind == u'Q')
         return answer == MsgAnswer::Yes ? QStringLiteral("YES") : QStringLiteral("NO");
     // A warning offers Cancel, but its callers always receive "OK".

@@ -28,8 +28,12 @@ public:
     // False, after the write error box naming the characters, when the file cannot hold the text;
     // lets a caller refuse a typed value before it writes anything.
     bool CheckStorable(const QString& file, const QString& text);
-    // Shows the message of the code with the extra text appended; returns "OK", "YES" or "NO".
-    QString ShowMessage(const QString& code, const QString& extra);
+    // Shows the message of the code with the extra text appended, and the detail text (the cause
+    // behind it) on demand; returns "OK", "YES" or "NO".
+    QString ShowMessage(const QString& code, const QString& extra, const QString& detail = QString());
+    // The same box for the code with a text of the caller's own, where the code's catalogue text
+    // speaks of another use of the code.
+    QString ShowMessageText(const QString& code, const QString& text, const QString& detail = QString());
 
     // Shortcuts on the program's own settings file.
     QString get(const QString& section, const QString& key)

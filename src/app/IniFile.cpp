@@ -319,6 +319,15 @@ QString IniFile::describeDamage(const QString& path)
     if (bom)
         all = all.mid(kBom.size());
     const bool utf8 = bom || looksLikeUtf8(all);
+    // A text file holds no NUL byte (UTF-16 and binary files do) and few other control bytes: one
+    // stray byte, in a comment say, is read past as the settings functions always did.
+    qsizetype controls = 0;
+    for (char c : std::as_const(all)) {
+        const auto u = static_cast<unsigned char>(c);
+        if (u < 0x20 && u != '\t' && u != '\r' && u != '\n' && u != '\f' && u != 0x1A)
+            ++controls;
+    }
+    const bool notText = all.contains('\0') || (controls > 8 && controls * 100 > all.size());
     int lineNo = 1;
     qsizetype start = 0;
     while (start <= all.size()) {
@@ -328,8 +337,7 @@ QString IniFile::describeDamage(const QString& path)
         const QByteArray line = all.mid(start, end - start);
         for (char c : line) {
             const auto u = static_cast<unsigned char>(c);
-            // Text files hold no control bytes but tab, carriage return, form feed and end-of-file.
-            if (u < 0x20 && u != '\t' && u != '\r' && u != '\f' && u != 0x1A)
+            if (notText && u < 0x20 && u != '\t' && u != '\r' && u != '\f' && u != 0x1A)
                 return QStringLiteral("%1 行目にテキストではないデータ（制御文字 0x%2）があります。")
                     .arg(lineNo)
                     .arg(u, 2, 16, QLatin1Char('0'));

@@ -5,7 +5,8 @@
 #include <deque>
 
 // Every message box and beep of the program goes through one MessageService, so that tests can
-// answer the boxes and read back what was shown.
+// answer the boxes and read back what was shown. A box may carry a detail text (the cause behind an
+// error: the engine's or driver's message, the file, the step), shown on demand below the text.
 enum class MsgIcon { None, Stop, Exclamation, Information, Question };
 enum class MsgButtons { Ok, OkCancel, YesNo };
 enum class MsgAnswer { Ok, Cancel, Yes, No };
@@ -14,7 +15,8 @@ class MessageService
 {
 public:
     virtual ~MessageService() = default;
-    virtual MsgAnswer show(MsgIcon icon, MsgButtons buttons, const QString& title, const QString& text) = 0;
+    virtual MsgAnswer show(MsgIcon icon, MsgButtons buttons, const QString& title, const QString& text,
+                           const QString& detail = QString()) = 0;
     virtual void beep() = 0;
 };
 
@@ -28,11 +30,13 @@ public:
         MsgButtons buttons;
         QString title;
         QString text;
+        QString detail;
     };
 
-    MsgAnswer show(MsgIcon icon, MsgButtons buttons, const QString& title, const QString& text) override
+    MsgAnswer show(MsgIcon icon, MsgButtons buttons, const QString& title, const QString& text,
+                   const QString& detail = QString()) override
     {
-        shown.append({icon, buttons, title, text});
+        shown.append({icon, buttons, title, text, detail});
         if (!answers.empty()) {
             MsgAnswer a = answers.front();
             answers.pop_front();

@@ -14,6 +14,17 @@ public:
     }
     int number() const noexcept { return m_number; }
     const QString& description() const noexcept { return m_description; }
+    // What lies behind the error beyond its description (the file, the step, the sheet), for the
+    // detail text of the error box; empty when the description says it all.
+    const QString& cause() const noexcept { return m_cause; }
+    RuntimeError withCause(const QString& cause) const
+    {
+        RuntimeError e = *this;
+        e.m_cause = m_cause.isEmpty() ? cause : cause + u'\n' + m_cause;
+        return e;
+    }
+    // The description and the cause: the detail text of a box that shows only the number.
+    QString detailText() const { return m_cause.isEmpty() ? m_description : m_description + u'\n' + m_cause; }
     const char* what() const noexcept override { return m_what.c_str(); }
 
     // Well-known errors of the program.
@@ -24,6 +35,7 @@ public:
 private:
     int m_number;
     QString m_description;
+    QString m_cause;
     std::string m_what;
 };
 

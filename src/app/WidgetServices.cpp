@@ -1,16 +1,72 @@
 #include "WidgetServices.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QFileDialog>
+#include <QLabel>
+#include <QLayout>
 #include <QMessageBox>
+#include <QScreen>
 #include <QWidget>
 
-MsgAnswer WidgetMessageService::show(MsgIcon icon, MsgButtons buttons, const QString& title,
-                                     const QString& text)
+namespace
 {
-    QMessageBox box(QApplication::activeWindow());
+
+// A box as wide as its title and its longest line, so that the window manager does not cut the
+// title and a line of Japanese is not broken in the middle of a word; only a line wider than the
+// screen still wraps.
+class FittedMessageBox : public QMessageBox
+{
+public:
+    using QMessageBox::QMessageBox;
+
+protected:
+    bool event(QEvent* e) override
+    {
+        const bool done = QMessageBox::event(e);
+        if (e->type() == QEvent::Show || e->type() == QEvent::LayoutRequest)
+            fit();
+        return done;
+    }
+
+private:
+    void fit()
+    {
+        auto* label = findChild<QLabel*>(QStringLiteral("qt_msgbox_label"));
+        if (m_fitting || !label || !layout())
+            return;
+        m_fitting = true;
+        // The title bar also holds the window's icon and buttons.
+        constexpr int kTitleBarChrome = 160;
+        const int titleWidth = QFontMetrics(font()).horizontalAdvance(windowTitle()) + kTitleBarChrome;
+        const int maxWidth = screen() ? screen()->availableGeometry().width() * 9 / 10 : 1200;
+        label->setWordWrap(false);
+        layout()->activate();
+        int width = std::max(layout()->totalMinimumSize().width(), titleWidth);
+        if (width > maxWidth) {
+            label->setWordWrap(true);
+            width = maxWidth;
+        }
+        layout()->activate();
+        const int height = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width)
+                                                         : layout()->totalMinimumSize().height();
+        setFixedSize(width, height);
+        m_fitting = false;
+    }
+
+    bool m_fitting = false;
+};
+
+} // namespace
+
+MsgAnswer WidgetMessageService::show(MsgIcon icon, MsgButtons buttons, const QString& title,
+                                     const QString& text, const QString& detail)
+{
+    FittedMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(title);
     box.setText(text);
+    if (!detail.isEmpty())
+        box.setDetailedText(detail);
     switch (icon) {
     case MsgIcon::None:
         box.setIcon(QMessageBox::NoIcon);
@@ -38,6 +94,23 @@ MsgAnswer WidgetMessageService::show(MsgIcon icon, MsgButtons buttons, const QSt
     case MsgButtons::YesNo:
         box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
         break;
+    }
+    // The words the users know from their boxes, whatever Qt's translations say; Y and N still
+    // answer from the keyboard.
+    const struct {
+        QMessageBox::StandardButton button;
+        const char16_t* text;
+        Qt::Key key;
+    } words[] = {{QMessageBox::Yes, u"はい", Qt::Key_Y},
+                 {QMessageBox::No, u"いいえ", Qt::Key_N},
+                 {QMessageBox::Ok, u"OK", Qt::Key_unknown},
+                 {QMessageBox::Cancel, u"キャンセル", Qt::Key_unknown}};
+    for (const auto& w : words) {
+        if (QAbstractButton* b = box.button(w.button)) {
+            b->setText(QString::fromUtf16(w.text));
+            if (w.key != Qt::Key_unknown)
+                b->setShortcut(QKeySequence(w.key));
+        }
     }
     box.setFont(screenFont());
     switch (box.exec()) {

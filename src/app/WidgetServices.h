@@ -11,7 +11,8 @@ class QWidget;
 class WidgetMessageService : public MessageService
 {
 public:
-    MsgAnswer show(MsgIcon icon, MsgButtons buttons, const QString& title, const QString& text) override;
+    MsgAnswer show(MsgIcon icon, MsgButtons buttons, const QString& title, const QString& text,
+                   const QString& detail = QString()) override;
     void beep() override;
 };
 

@@ -97,6 +97,70 @@ QSqlDatabase Database::newConnection(const QString& driver)
     return QSqlDatabase::addDatabase(driver, name);
 }
 
+namespace
+{
+// A database made before the text columns compared without regard to case: each of its tables is
+// rebuilt with "TEXT COLLATE NOCASE" columns, rows, numbers and indexes kept, in one transaction.
+bool UpgradeTextCollation(QSqlDatabase& db, QSqlError* error)
+{
+    QSqlQuery q(db);
+    auto run = [&](const QString& sql) {
+        if (q.exec(sql))
+            return true;
+        *error = q.lastError();
+        return false;
+    };
+    if (!run(QStringLiteral("SELECT name, sql FROM sqlite_master WHERE type = 'table' AND name IN "
+                            "('BUHINHYO', 'BUHINHYO_M', 'SETTEI')")))
+        return false;
+    static const QRegularExpression plainText(QStringLiteral("\\bTEXT\\b(?!\\s+COLLATE)"),
+                                              QRegularExpression::CaseInsensitiveOption);
+    QList<QPair<QString, QString>> tables;
+    while (q.next())
+        if (plainText.match(q.value(1).toString()).hasMatch())
+            tables.append({q.value(0).toString(), q.value(1).toString()});
+    if (tables.isEmpty())
+        return true;
+    if (!db.transaction()) {
+        *error = db.lastError();
+        return false;
+    }
+    for (const auto& [table, createSql] : std::as_const(tables)) {
+        QStringList indexes;
+        if (!run(QStringLiteral("SELECT sql FROM sqlite_master WHERE type = 'index' AND sql IS NOT NULL "
+                                "AND tbl_name = '%1'")
+                     .arg(table)))
+            break;
+        while (q.next())
+            indexes << q.value(0).toString();
+        const QString old = table + QStringLiteral("_BEFORE_NOCASE");
+        QStringList steps{QStringLiteral("ALTER TABLE %1 RENAME TO %2").arg(table, old),
+                          QString(createSql).replace(plainText, QStringLiteral("TEXT COLLATE NOCASE")),
+                          QStringLiteral("INSERT INTO %1 SELECT * FROM %2").arg(table, old)};
+        // The auto-number goes on from where it was, even past rows deleted at the end.
+        if (createSql.contains(u"AUTOINCREMENT", Qt::CaseInsensitive))
+            steps << QStringLiteral("DELETE FROM sqlite_sequence WHERE name = '%1'").arg(table)
+                  << QStringLiteral("INSERT INTO sqlite_sequence (name, seq) SELECT '%1', seq FROM "
+                                    "sqlite_sequence WHERE name = '%2'")
+                         .arg(table, old);
+        steps << QStringLiteral("DROP TABLE %1").arg(old);
+        steps += indexes;
+        for (const QString& step : std::as_const(steps))
+            if (!run(step)) {
+                db.rollback();
+                return false;
+            }
+    }
+    if (error->isValid() || !db.commit()) {
+        if (!error->isValid())
+            *error = db.lastError();
+        db.rollback();
+        return false;
+    }
+    return true;
+}
+} // namespace
+
 std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busyTimeoutMs)
 {
     const QFileInfo file(path);
@@ -133,6 +197,8 @@ std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busy
             }
         }
     }
+    if (opened && !UpgradeTextCollation(db, &error))
+        opened = false;
     if (!opened) {
         db.close();
         db = QSqlDatabase();

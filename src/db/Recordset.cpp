@@ -1,3 +1,4 @@
+#include "Common.h"
 #include "Database.h"
 
 #include "RuntimeError.h"
@@ -426,6 +427,9 @@ QString Recordset::Field(const QString& name) const
         return QString();
     if (IsYesNoColumn(d->names[c]) || d->types[c] == QMetaType::Bool)
         return yesNoValue(v) ? QStringLiteral("True") : QStringLiteral("False");
+    // Numbers read as the plain decimal text users typed (1000000, never 1e+06).
+    if (v.typeId() == QMetaType::Double || v.typeId() == QMetaType::Float)
+        return DecimalText(v.toDouble());
     return v.toString();
 }
 

@@ -23,6 +23,7 @@
 #include <QPushButton>
 #include <QTableView>
 #include <QVBoxLayout>
+#include <array>
 
 using namespace EditorCol;
 
@@ -98,13 +99,10 @@ void EditorScreen::connectCommands()
     connect(m_transfer, &QPushButton::clicked, this, [this] { command([this] { transfer(); }); });
     connect(m_clear, &QPushButton::clicked, this, [this] { clearInput(); });
     connect(m_clearChar, &QPushButton::clicked, this, [this] { clearLastCharacter(); });
-    connect(m_nameHistory, &QPushButton::clicked, this,
-            [this] { runAid(m_aids.nameHistory, m_nameHistory->text()); });
-    connect(m_materialHistory, &QPushButton::clicked, this,
-            [this] { runAid(m_aids.materialHistory, m_materialHistory->text()); });
-    connect(m_bracketAid, &QPushButton::clicked, this,
-            [this] { runAid(m_aids.bracket, m_bracketAid->text()); });
-    connect(m_copyAll, &QPushButton::clicked, this, [this] { runAid(m_aids.copyAll, m_copyAll->text()); });
+    connect(m_nameHistory, &QPushButton::clicked, this, [this] { runAid(m_aids.nameHistory); });
+    connect(m_materialHistory, &QPushButton::clicked, this, [this] { runAid(m_aids.materialHistory); });
+    connect(m_bracketAid, &QPushButton::clicked, this, [this] { runAid(m_aids.bracket); });
+    connect(m_copyAll, &QPushButton::clicked, this, [this] { runAid(m_aids.copyAll); });
 
     BindFunctionKey(this, Qt::Key_F5, m_update);
     BindFunctionKey(this, Qt::Key_F12, m_end);
@@ -193,6 +191,22 @@ void EditorScreen::fillLists()
     for (QComboBox* c : {m_customer, m_hinmei, m_zaishitu, m_tani, m_tani2, m_maker}) {
         c->setCurrentIndex(-1);
         c->clearEditText();
+    }
+}
+
+void EditorScreen::refreshLists()
+{
+    const std::array<QComboBox*, 6> fields{m_customer, m_hinmei, m_zaishitu, m_tani, m_tani2, m_maker};
+    std::array<QString, 6> shown;
+    for (size_t i = 0; i < fields.size(); ++i)
+        shown[i] = fields[i]->currentText();
+    const QSignalBlocker blockers[] = {QSignalBlocker(m_customer), QSignalBlocker(m_hinmei),
+                                       QSignalBlocker(m_zaishitu), QSignalBlocker(m_tani),
+                                       QSignalBlocker(m_tani2),    QSignalBlocker(m_maker)};
+    fillLists();
+    for (size_t i = 0; i < fields.size(); ++i) {
+        fields[i]->setCurrentIndex(fields[i]->findText(shown[i], Qt::MatchExactly));
+        fields[i]->setEditText(shown[i]);
     }
 }
 
@@ -327,24 +341,15 @@ void EditorScreen::preview()
     PrintRequest request =
         m_editor->printRequest(IsChecked(m_keepExcel), IsChecked(m_summary), IsChecked(m_pagePerMaker));
     request.caller = this;
-    if (!m_ctx.printRun) {
-        m_ctx.messages->show(MsgIcon::Information, MsgButtons::Ok, QStringLiteral("印刷ﾌﾟﾚﾋﾞｭｰ"),
-                             QStringLiteral("帳票出力はまだ組み込まれていません。"));
-        return;
-    }
-    m_ctx.printRun(request);
+    if (m_ctx.printRun)
+        m_ctx.printRun(request);
 }
 
-void EditorScreen::runAid(const std::function<void(EditorScreen&)>& aid, const QString& caption)
+void EditorScreen::runAid(const std::function<void(EditorScreen&)>& aid)
 {
     command([&] {
-        if (aid) {
+        if (aid)
             aid(*this);
-            return;
-        }
-        m_ctx.messages->show(MsgIcon::Information, MsgButtons::Ok, caption,
-                             u'「' + caption +
-                                 QStringLiteral("」はまだ組み込まれていません。後日追加されます。"));
     });
 }
 

@@ -47,6 +47,10 @@ public:
     AppContext& context() { return m_ctx; }
     QTableView* gridView() const { return m_view; }
 
+    // Reads the drop-down lists again (after a list was added to elsewhere); what the fields show
+    // stays.
+    void refreshLists();
+
     // The input area and the current line.
     void refreshInputArea();
     InputValues inputValues() const;
@@ -70,7 +74,7 @@ private:
     void refreshStatus();
     void connectCommands();
     void command(const std::function<void()>& body);
-    void runAid(const std::function<void(EditorScreen&)>& aid, const QString& caption);
+    void runAid(const std::function<void(EditorScreen&)>& aid);
 
     void save();
     void transfer();

@@ -23,6 +23,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStyleOptionHeader>
+#include <QStylePainter>
 #include <QTableView>
 #include <QVBoxLayout>
 
@@ -30,6 +32,31 @@ using namespace EditorCol;
 
 namespace
 {
+
+// Paints the grid's top-left header cell with its text: column 0's heading "№" stands there, above
+// the line numbers of the vertical header (Qt's corner button draws an empty section).
+class CornerCaption : public QObject
+{
+public:
+    using QObject::QObject;
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        auto* corner = qobject_cast<QAbstractButton*>(watched);
+        if (!corner || event->type() != QEvent::Paint)
+            return false;
+        QStyleOptionHeader opt;
+        opt.initFrom(corner);
+        opt.state = QStyle::State_Enabled | QStyle::State_Raised;
+        opt.palette.setCurrentColorGroup(QPalette::Active); // the corner is disabled, its text is not
+        opt.rect = corner->rect();
+        opt.text = corner->text();
+        opt.textAlignment = Qt::AlignCenter;
+        opt.position = QStyleOptionHeader::OnlyOneSection;
+        QStylePainter painter(corner);
+        painter.drawControl(QStyle::CE_Header, opt);
+        return true;
+    }
+};
 
 QPushButton* makeButton(QWidget* parent, const char* name, const QString& caption)
 {
@@ -52,6 +79,9 @@ QComboBox* makeCombo(QWidget* parent, const char* name)
     c->setEditable(true);
     c->setInsertPolicy(QComboBox::NoInsert);
     c->setMaxVisibleItems(20);
+    // What is typed stays as typed: an inline completion would turn "S" into "SS400" before the
+    // history search or the transfer sees it.
+    c->setCompleter(nullptr);
     return c;
 }
 
@@ -227,6 +257,11 @@ void EditorScreen::buildUi()
                             QAbstractItemView::AnyKeyPressed);
     m_view->setWordWrap(false);
     m_view->setCornerButtonEnabled(false);
+    if (auto* corner = m_view->findChild<QAbstractButton*>(QString(), Qt::FindDirectChildrenOnly)) {
+        corner->setObjectName(QStringLiteral("grdBuhinCorner"));
+        corner->setText(headerText(No));
+        corner->installEventFilter(new CornerCaption(corner));
+    }
     m_view->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
 
     // Status and output.

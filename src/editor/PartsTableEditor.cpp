@@ -340,7 +340,7 @@ void PartsTableEditor::writeInputToLine(const InputValues& v)
     const double qty = v.suryo.toDouble(&okQty);
     const double price = v.tanka.toDouble(&okPrice);
     if (okQty && okPrice)
-        m_grid.setCell(row, Kingk, QString::number(qty * price, 'g', 15));
+        m_grid.setCell(row, Kingk, DecimalText(qty * price));
     refreshDisplay();
 }
 

@@ -3,6 +3,7 @@
 #include "AppContext.h"
 #include "Initial.h"
 #include "MainMenu.h"
+#include "QtJapanese.h"
 #include "WidgetServices.h"
 #include "WorkScreens.h"
 
@@ -14,6 +15,9 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("buhinhyo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(BUHINHYO_VERSION));
     QApplication::setFont(screenFont(10));
+    if (!LoadQtJapanese(app))
+        qWarning("Qt's Japanese texts (qtbase_ja, Debian qt6-translations-l10n) are not installed; "
+                 "buttons and dialogs show English texts.");
 
     WidgetMessageService messages;
     WidgetFileDialogService fileDialogs;

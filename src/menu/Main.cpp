@@ -2,6 +2,7 @@
 
 #include "AppContext.h"
 #include "CommandGuard.h"
+#include "CommonWidgets.h"
 #include "IniAccess.h"
 #include "Initial.h"
 #include "KVRInfo.h"
@@ -21,6 +22,8 @@ std::unique_ptr<MainMenu> Main(AppContext& ctx, Startup& startup, const QString&
     menu->state().CurrentButtonGroup = Int16();
     guardCommand(*ctx.messages,
                  [&] { ShowButtonGroup(menu->state(), menu->state().CurrentButtonGroup, *menu); });
+    // Placed by the program, so that the information screen can be centred over it.
+    CentreOver(menu.get(), nullptr);
     menu->show();
 
     auto* info = new KVRInfo(menu.get(), infoMilliseconds);

@@ -10,6 +10,7 @@
 #include <QApplication>
 #include <QButtonGroup>
 #include <QClipboard>
+#include <QCloseEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -191,6 +192,22 @@ void MainMenu::keyPressEvent(QKeyEvent* event)
     event->accept();
 }
 
+void MainMenu::closeEvent(QCloseEvent* event)
+{
+    // Closed from its title bar: each open work screen is asked once (the editor asks its own
+    // question); a screen that stays keeps the menu and everything else open. "終了(ESC)" asks
+    // nothing.
+    if (!m_ending) {
+        for (auto& [slot, screen] : m_screens) {
+            if (screen && screen->isVisible() && !screen->close()) {
+                event->ignore();
+                return;
+            }
+        }
+    }
+    QWidget::closeEvent(event);
+}
+
 void MainMenu::rightClicked(int index)
 {
     guardCommand(*m_ctx.messages, [&] {
@@ -283,6 +300,7 @@ void MainMenu::endNow()
     // Nothing is saved or asked: the database is let go, the menu closes, the clipboard is
     // cleared and the program ends with every screen.
     m_ctx.DbConnection.reset();
+    m_ending = true;
     close();
     if (QClipboard* clip = QGuiApplication::clipboard())
         clip->clear();

@@ -56,6 +56,7 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void leftClicked(int slot);
@@ -76,4 +77,5 @@ private:
     std::map<int, ScreenFactory> m_factories;
     std::map<int, QPointer<QWidget>> m_screens;
     std::unique_ptr<QPrinter> m_printer;
+    bool m_ending = false;
 };

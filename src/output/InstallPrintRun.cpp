@@ -4,15 +4,14 @@
 #include "PreviewWindow.h"
 #include "PrintRequest.h"
 #include "PrintRun.h"
+#include "Spreadsheet.h"
 #include "XlsxOutputWorkbook.h"
 
 #include <QApplication>
 #include <QClipboard>
-#include <QDesktopServices>
 #include <QFileInfo>
 #include <QPointer>
 #include <QProgressDialog>
-#include <QUrl>
 
 namespace
 {
@@ -23,8 +22,8 @@ constexpr int kProgressFromPages = 10;
 class WindowPresenter : public PrintPresenter
 {
 public:
-    WindowPresenter(QWidget* parent, QString workFolder)
-        : m_parent(parent), m_workFolder(std::move(workFolder))
+    WindowPresenter(QWidget* parent, QString workFolder, MessageService& messages)
+        : m_parent(parent), m_workFolder(std::move(workFolder)), m_messages(messages)
     {
     }
     ~WindowPresenter() override
@@ -62,22 +61,21 @@ public:
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     }
 
-    void preview(const QString& workbookPath) override
+    void preview(const QString& workbookPath, const QString& printPath) override
     {
-        PreviewWindow window(workbookPath, m_workFolder, m_parent);
+        PreviewWindow window(workbookPath, m_workFolder, m_parent, printPath);
+        window.setMessageService(&m_messages);
         window.exec();
     }
 
-    void keepWorkbook(const QString& workbookPath) override
-    {
-        QDesktopServices::openUrl(QUrl::fromLocalFile(workbookPath));
-    }
+    void keepWorkbook(const QString& workbookPath) override { HandOverWorkbook(m_messages, workbookPath); }
 
     void clearClipboard() override { QGuiApplication::clipboard()->clear(); }
 
 private:
     QWidget* m_parent;
     QString m_workFolder;
+    MessageService& m_messages;
     QPointer<QProgressDialog> m_progress;
     bool m_busy = false;
 };
@@ -87,7 +85,7 @@ private:
 void installPrintRun(AppContext& ctx)
 {
     ctx.printRun = [&ctx](const PrintRequest& request) {
-        WindowPresenter presenter(request.caller, QFileInfo(ctx.WorkbookPath).absolutePath());
+        WindowPresenter presenter(request.caller, QFileInfo(ctx.WorkbookPath).absolutePath(), *ctx.messages);
         RunPrint(ctx, request, OpenXlsxOutputWorkbook, presenter);
     };
 }

@@ -101,7 +101,7 @@ QString convert(const QString& profileFolder, const QString& format, const QStri
 QString ConvertedXlsTemplate(const QString& xlsPath, const QString& workFolder)
 {
     const QString advice =
-        QStringLiteral("雛形ファイル %1 は古い形式（.xls）です。").arg(QDir::toNativeSeparators(xlsPath));
+        QStringLiteral("ファイル %1 は古い形式（.xls）です。").arg(QDir::toNativeSeparators(xlsPath));
     QFile in(xlsPath);
     if (!in.open(QIODevice::ReadOnly))
         throw RuntimeError(75, advice + QStringLiteral("\nファイルを読めません。"));

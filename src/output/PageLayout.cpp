@@ -4,6 +4,7 @@
 #include "RuntimeError.h"
 #include "WorkbookControl.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 
@@ -34,7 +35,8 @@ namespace
 
 QString quantityHalf(const QString& quantity, const QString& unit)
 {
-    if (LenientInt(quantity) <= 0)
+    // The quantity read as a whole number by its digits: 0.5 and -2 print, 0 and an empty text do not.
+    if (DigitsValue(quantity) <= 0)
         return {};
     if (unit == u"R" || unit == u"L")
         return unit + u'=' + quantity;
@@ -50,6 +52,28 @@ RuntimeError cellError()
 
 bool looksLikeNumber(const QString& text, double* value)
 {
+    // The usual form, digits with a point, is read without the locale machinery; anything else
+    // goes through the general reading.
+    char ascii[24];
+    const QString::size_type n = text.size();
+    if (n > 0 && n < qsizetype(sizeof ascii)) {
+        bool plain = true, digit = false, point = false;
+        for (qsizetype i = 0; i < n && plain; ++i) {
+            const char16_t ch = text[i].unicode();
+            if (ch >= u'0' && ch <= u'9')
+                digit = true;
+            else if (ch == u'.' && !point && i > 0)
+                point = true;
+            else if (!(ch == u'-' && i == 0))
+                plain = false;
+            ascii[i] = static_cast<char>(ch);
+        }
+        if (plain && digit && ascii[n - 1] != '.') {
+            const auto res = std::from_chars(ascii, ascii + n, *value);
+            if (res.ec == std::errc() && res.ptr == ascii + n)
+                return true;
+        }
+    }
     bool ok = false;
     const double d = text.trimmed().toDouble(&ok);
     if (ok && std::isfinite(d)) {
@@ -122,8 +146,7 @@ public:
         w.strike = strike;
         // A value put into a cell that is not formatted as text is stored as a number when it reads as
         // one: a unit price of 4500 shows as 4,500 through the cell's format.
-        double d = 0;
-        if (format != u"@" && looksLikeNumber(value, &d))
+        if (format != u"@" && looksLikeNumber(value, &w.numberValue))
             w.number = true;
         m_target.write(w);
     }
@@ -218,7 +241,9 @@ public:
         readSetting(lastRow, m_s.detail[MZuban].endRow);
         readSetting(pageMax, m_s.pageMax);
         step([&] { rowsPerPage = Int16::from(std::abs((lastRow - firstRow).value())) + Int16::from(1); });
-        step([&] { listRows = Int16::from(static_cast<long long>(m_list.size())); });
+        // The list is read up to its last used cell, and a spreadsheet reports A1 as the last used
+        // cell of an empty sheet: an empty list still lays out one page with one line of no values.
+        step([&] { listRows = Int16::from(std::max<long long>(1, static_cast<long long>(m_list.size()))); });
         step([&] {
             if (rowsPerPage == 0)
                 throw RuntimeError(11, QStringLiteral("0 で除算しました。"));
@@ -229,7 +254,7 @@ public:
         QString previousMaker, currentMaker, label;
         Int16 page, lineCounter = Int16::from(999), top, first, last, headingRow, lineRow;
         for (int r = 1; r <= listRows; ++r) {
-            const ListRow line = m_list[static_cast<size_t>(r - 1)];
+            const ListRow line = m_list.empty() ? ListRow() : m_list[static_cast<size_t>(r - 1)];
             if (pagePerMaker)
                 currentMaker = line.at(LcMaker);
             if (!(currentMaker == previousMaker && lineCounter <= rowsPerPage)) {
@@ -251,7 +276,8 @@ public:
                 writeHeader(top, label);
                 step([&] { headingRow = first >= last ? first + Int16::from(1) : first - Int16::from(1); });
                 writeHeadings(headingRow);
-                previousMaker = currentMaker;
+                // A copy of its own: the row's text is only lent until the next row is read.
+                previousMaker = QString(currentMaker.constData(), currentMaker.size());
                 lineRow = first;
                 if (progress)
                     progress(page, totalPages);

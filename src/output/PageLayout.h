@@ -19,8 +19,9 @@ struct CellWrite {
     int row = 0;
     int column = 0;
     QString value;
-    bool number = false;  // value holds a number to be stored as one
-    QString numberFormat; // "" leaves the cell's number format as it is
+    bool number = false;    // value holds a number to be stored as one
+    double numberValue = 0; // that number
+    QString numberFormat;   // "" leaves the cell's number format as it is
     HAlign align = HAlign::Keep;
     bool strike = false;
 };

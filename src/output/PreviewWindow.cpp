@@ -1,10 +1,10 @@
 #include "PreviewWindow.h"
 
 #include "LibreOffice.h"
+#include "Spreadsheet.h"
 #include "WidgetServices.h"
 
 #include <QComboBox>
-#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -18,9 +18,12 @@
 #include <QPrintDialog>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QShortcut>
 #include <QStackedWidget>
-#include <QUrl>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 
 namespace
 {
@@ -31,10 +34,31 @@ QPushButton* button(QWidget* parent, const QString& text, const char* name)
     b->setAutoDefault(false);
     return b;
 }
+
+// The preset percentages of the zoom list.
+constexpr int kZoomPercents[] = {25, 50, 75, 100, 125, 150, 200, 300, 400};
 } // namespace
 
-PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent)
-    : QDialog(parent), m_workbookPath(workbookPath), m_workFolder(workFolder),
+int NextZoomPercent(double shownScale, bool in)
+{
+    const double shown = shownScale * 100.0;
+    // A scale within half a percent of a preset counts as that preset.
+    if (in) {
+        for (int p : kZoomPercents)
+            if (p > shown + 0.5)
+                return p;
+        return std::end(kZoomPercents)[-1];
+    }
+    for (auto it = std::rbegin(kZoomPercents); it != std::rend(kZoomPercents); ++it)
+        if (*it < shown - 0.5)
+            return *it;
+    return kZoomPercents[0];
+}
+
+PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent,
+                             const QString& printPath)
+    : QDialog(parent), m_workbookPath(workbookPath),
+      m_printPath(printPath.isEmpty() ? workbookPath : printPath), m_workFolder(workFolder),
       m_printer(QPrinter::HighResolution)
 {
     setObjectName(QStringLiteral("PreviewWindow"));
@@ -44,8 +68,8 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
 
     auto* printButton = button(this, QStringLiteral("印刷(&P)..."), "printButton");
     auto* setupButton = button(this, QStringLiteral("ページ設定(&U)..."), "pageSetupButton");
-    auto* prevButton = button(this, QStringLiteral("< 前頁"), "prevPageButton");
-    auto* nextButton = button(this, QStringLiteral("次頁 >"), "nextPageButton");
+    auto* prevButton = m_prev = button(this, QStringLiteral("< 前頁"), "prevPageButton");
+    auto* nextButton = m_next = button(this, QStringLiteral("次頁 >"), "nextPageButton");
     m_pageLabel = new QLabel(this);
     m_pageLabel->setObjectName(QStringLiteral("pageLabel"));
     m_pageLabel->setMinimumWidth(110);
@@ -53,9 +77,9 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     auto* zoomOut = button(this, QStringLiteral("縮小"), "zoomOutButton");
     m_zoom = new QComboBox(this);
     m_zoom->setObjectName(QStringLiteral("zoomCombo"));
-    m_zoom->addItems({QStringLiteral("ページ全体"), QStringLiteral("幅に合わせる"), QStringLiteral("50%"),
-                      QStringLiteral("75%"), QStringLiteral("100%"), QStringLiteral("150%"),
-                      QStringLiteral("200%")});
+    m_zoom->addItems({QStringLiteral("ページ全体"), QStringLiteral("幅に合わせる")});
+    for (int p : kZoomPercents)
+        m_zoom->addItem(QStringLiteral("%1%").arg(p));
     auto* zoomIn = button(this, QStringLiteral("拡大"), "zoomInButton");
     auto* openButton = button(this, QStringLiteral("表計算ソフトで開く(&E)"), "openWorkbookButton");
     auto* closeButton = button(this, QStringLiteral("閉じる(ESC)"), "closeButton");
@@ -65,8 +89,11 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
                                                       nextButton, zoomOut, m_zoom, zoomIn})
         bar->addWidget(w);
     bar->addStretch(1);
-    bar->addWidget(openButton);
-    bar->addWidget(closeButton);
+    // Below the pages, so that the window can be narrower than both rows of buttons side by side.
+    auto* bottom = new QHBoxLayout;
+    bottom->addStretch(1);
+    bottom->addWidget(openButton);
+    bottom->addWidget(closeButton);
     m_pageControls = {printButton, setupButton, prevButton, nextButton, zoomOut, m_zoom, zoomIn};
 
     m_stack = new QStackedWidget(this);
@@ -104,7 +131,22 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(bar);
     layout->addWidget(m_stack, 1);
-    resize(900, 1000);
+    layout->addLayout(bottom);
+    // As tall as the screen it opens on allows, title bar included.
+    const QScreen* on = parent ? parent->screen() : screen();
+    const QRect area = on ? on->availableGeometry() : QRect(0, 0, 1024, 768);
+    resize(std::min(900, area.width() - 40), std::min(1000, area.height() - 60));
+
+    // Paging keys and the wheel at the top or bottom of a page turn the pages.
+    const std::pair<QKeySequence, std::function<void()>> keys[] = {
+        {QKeySequence(Qt::Key_PageUp), [this] { goToPage(currentPage() - 1); }},
+        {QKeySequence(Qt::Key_PageDown), [this] { goToPage(currentPage() + 1); }},
+        {QKeySequence(Qt::Key_Home), [this] { goToPage(1); }},
+        {QKeySequence(Qt::Key_End), [this] { goToPage(pageCount()); }},
+    };
+    for (const auto& [key, act] : keys)
+        connect(new QShortcut(key, this), &QShortcut::activated, this, act);
+    m_view->viewport()->installEventFilter(this);
 
     for (QWidget* w : m_pageControls)
         w->setEnabled(false);
@@ -115,11 +157,8 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     connect(prevButton, &QPushButton::clicked, this, [this] { goToPage(currentPage() - 1); });
     connect(nextButton, &QPushButton::clicked, this, [this] { goToPage(currentPage() + 1); });
     connect(m_zoom, &QComboBox::currentIndexChanged, this, &PreviewWindow::applyZoom);
-    connect(zoomOut, &QPushButton::clicked, this,
-            [this] { m_zoom->setCurrentIndex(std::max(2, m_zoom->currentIndex() - 1)); });
-    connect(zoomIn, &QPushButton::clicked, this, [this] {
-        m_zoom->setCurrentIndex(std::min(m_zoom->count() - 1, std::max(2, m_zoom->currentIndex() + 1)));
-    });
+    connect(zoomOut, &QPushButton::clicked, this, [this] { stepZoom(false); });
+    connect(zoomIn, &QPushButton::clicked, this, [this] { stepZoom(true); });
     connect(openButton, &QPushButton::clicked, this, &PreviewWindow::openWorkbook);
     connect(closeButton, &QPushButton::clicked, this, &QDialog::accept);
     connect(m_view->pageNavigator(), &QPdfPageNavigator::currentPageChanged, this,
@@ -155,7 +194,7 @@ void PreviewWindow::startRendering()
     }
     const QString outFolder = QDir(m_workFolder).absoluteFilePath(QStringLiteral("preview"));
     QDir().mkpath(outFolder);
-    m_pdfPath = LibreOffice::convertedPath(m_workbookPath, outFolder, QStringLiteral("pdf"));
+    m_pdfPath = LibreOffice::convertedPath(m_printPath, outFolder, QStringLiteral("pdf"));
     QFile::remove(m_pdfPath);
     m_process = new QProcess(this);
     m_process->setProcessChannelMode(QProcess::MergedChannels);
@@ -166,7 +205,7 @@ void PreviewWindow::startRendering()
     });
     m_process->start(soffice, LibreOffice::convertArguments(
                                   QDir(m_workFolder).absoluteFilePath(QStringLiteral("lo-profile-preview")),
-                                  QStringLiteral("pdf"), outFolder, m_workbookPath));
+                                  QStringLiteral("pdf"), outFolder, m_printPath));
 }
 
 void PreviewWindow::renderFinished(int exitCode, QProcess::ExitStatus status)
@@ -219,9 +258,31 @@ void PreviewWindow::goToPage(int page)
     updatePageLabel();
 }
 
+bool PreviewWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Wheel && pageCount() > 0) {
+        auto* wheel = static_cast<QWheelEvent*>(event);
+        const QScrollBar* bar = m_view->verticalScrollBar();
+        const int delta = wheel->angleDelta().y();
+        if (!(wheel->modifiers() & Qt::ControlModifier) && delta != 0) {
+            if (delta < 0 && bar->value() >= bar->maximum() && currentPage() < pageCount()) {
+                goToPage(currentPage() + 1);
+                return true;
+            }
+            if (delta > 0 && bar->value() <= bar->minimum() && currentPage() > 1) {
+                goToPage(currentPage() - 1);
+                return true;
+            }
+        }
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
 void PreviewWindow::updatePageLabel()
 {
     const int count = pageCount();
+    m_prev->setEnabled(count > 0 && currentPage() > 1);
+    m_next->setEnabled(count > 0 && currentPage() < count);
     m_pageLabel->setText(count == 0 ? QStringLiteral("- / - 頁")
                                     : QStringLiteral("%1 / %2 頁").arg(currentPage()).arg(count));
 }
@@ -236,6 +297,29 @@ void PreviewWindow::applyZoom(int index)
         m_view->setZoomMode(QPdfView::ZoomMode::Custom);
         m_view->setZoomFactor(m_zoom->itemText(index).chopped(1).toDouble() / 100.0);
     }
+}
+
+double PreviewWindow::shownScale() const
+{
+    if (m_view->zoomMode() == QPdfView::ZoomMode::Custom || pageCount() == 0)
+        return m_view->zoomFactor();
+    // The view fits the page itself: work out the scale it chose, as it does.
+    const QSizeF page = m_document->pagePointSize(currentPage() - 1) * logicalDpiY() / 72.0;
+    const QMargins margins = m_view->documentMargins();
+    const QSize room =
+        m_view->viewport()->size() - QSize(margins.left() + margins.right(), m_view->pageSpacing());
+    if (page.isEmpty())
+        return 1.0;
+    const double toWidth = room.width() / page.width();
+    return m_view->zoomMode() == QPdfView::ZoomMode::FitToWidth
+               ? toWidth
+               : std::min(toWidth, room.height() / page.height());
+}
+
+void PreviewWindow::stepZoom(bool in)
+{
+    const int index = m_zoom->findText(QStringLiteral("%1%").arg(NextZoomPercent(shownScale(), in)));
+    m_zoom->setCurrentIndex(index);
 }
 
 bool PreviewWindow::printPages(QPrinter& printer, int first, int last)
@@ -292,5 +376,8 @@ void PreviewWindow::pageSetup()
 
 void PreviewWindow::openWorkbook()
 {
-    QDesktopServices::openUrl(QUrl::fromLocalFile(m_workbookPath));
+    if (m_messages)
+        HandOverWorkbook(*m_messages, m_workbookPath);
+    else
+        OpenInSpreadsheet(m_workbookPath);
 }

@@ -4,6 +4,7 @@
 #include <QPrinter>
 #include <QProcess>
 
+class MessageService;
 class QComboBox;
 class QLabel;
 class QPdfDocument;
@@ -16,12 +17,18 @@ class QStackedWidget;
 // window stays responsive and shows progress), then the pages are shown with zoom, page
 // navigation, printing, page set-up, and a button that opens the workbook in the desktop's
 // spreadsheet program. Without LibreOffice the window says so and offers that button only.
+// The zoom a step in or out from the scale shown (1.0 = 100%): the next of the preset percentages.
+int NextZoomPercent(double shownScale, bool in);
+
 class PreviewWindow : public QDialog
 {
     Q_OBJECT
 public:
-    // workFolder holds the private LibreOffice profile and the rendered PDF.
-    PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent = nullptr);
+    // workFolder holds the private LibreOffice profile and the rendered PDF. The pages shown and
+    // printed are those of printPath (the workbook itself when empty); the workbook is what the
+    // spreadsheet program opens.
+    PreviewWindow(const QString& workbookPath, const QString& workFolder, QWidget* parent = nullptr,
+                  const QString& printPath = QString());
     ~PreviewWindow() override;
 
     // Starts the rendering; called by exec()/show() through showEvent, or directly by tests.
@@ -34,23 +41,30 @@ public:
     QString problem() const { return m_problem; }
     // Prints the pages first..last (1-based) of the rendered document on the printer.
     bool printPages(QPrinter& printer, int first, int last);
+    // Where "表計算ソフトで開く" says that no program could open the workbook.
+    void setMessageService(MessageService* messages) { m_messages = messages; }
+    // The scale the pages are shown at (1.0 = 100%), also in the fitted zoom modes.
+    double shownScale() const;
 
 Q_SIGNALS:
     void renderingDone(bool ok);
 
 protected:
     void showEvent(QShowEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void renderFinished(int exitCode, QProcess::ExitStatus status);
     void showProblem(const QString& text);
     void updatePageLabel();
     void applyZoom(int index);
+    void stepZoom(bool in);
     void print();
     void pageSetup();
     void openWorkbook();
 
     QString m_workbookPath;
+    QString m_printPath;
     QString m_workFolder;
     QString m_pdfPath;
     QString m_problem;
@@ -65,6 +79,9 @@ private:
     QLabel* m_pageLabel = nullptr;
     QProgressBar* m_progress = nullptr;
     QComboBox* m_zoom = nullptr;
+    QPushButton* m_prev = nullptr;
+    QPushButton* m_next = nullptr;
+    MessageService* m_messages = nullptr;
     QList<QWidget*> m_pageControls;
     QPrinter m_printer;
 };

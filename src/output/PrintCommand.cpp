@@ -7,6 +7,7 @@
 #include "PrintRequest.h"
 #include "PrintRun.h"
 #include "RuntimeError.h"
+#include "WorkbookControl.h"
 #include "XlsxOutputWorkbook.h"
 
 #include <QCommandLineParser>
@@ -52,9 +53,12 @@ void printErr(const QString& text)
 class StderrMessageService : public MessageService
 {
 public:
-    MsgAnswer show(MsgIcon, MsgButtons buttons, const QString& title, const QString& text) override
+    MsgAnswer show(MsgIcon, MsgButtons buttons, const QString& title, const QString& text,
+                   const QString& detail = QString()) override
     {
         printErr(QStringLiteral("buhinhyo-print: [") + title + QStringLiteral("] ") + text);
+        if (!detail.isEmpty())
+            printErr(QStringLiteral("buhinhyo-print: 原因: ") + detail);
         return buttons == MsgButtons::YesNo ? MsgAnswer::Yes : MsgAnswer::Ok;
     }
     void beep() override {}
@@ -75,11 +79,11 @@ public:
     QString workFolder;
     bool failed = false;
 
-    void preview(const QString& workbookPath) override
+    void preview(const QString& workbookPath, const QString& printPath) override
     {
         if (!out.isEmpty()) {
             QFile::remove(out);
-            if (!QFile::copy(workbookPath, out)) {
+            if (!CopyWorkbookFile(workbookPath, out)) {
                 printErr(QStringLiteral("buhinhyo-print: ") + out + QStringLiteral(" を書き込めません。"));
                 failed = true;
             }
@@ -88,8 +92,8 @@ public:
             const QString folder = QDir(workFolder).absoluteFilePath(QStringLiteral("print-pdf"));
             const QString problem =
                 LibreOffice::convert(QDir(workFolder).absoluteFilePath(QStringLiteral("lo-profile-print")),
-                                     QStringLiteral("pdf"), folder, workbookPath);
-            const QString made = LibreOffice::convertedPath(workbookPath, folder, QStringLiteral("pdf"));
+                                     QStringLiteral("pdf"), folder, printPath);
+            const QString made = LibreOffice::convertedPath(printPath, folder, QStringLiteral("pdf"));
             QFile::remove(pdf);
             if (!problem.isEmpty() || !QFile::rename(made, pdf)) {
                 if (problem.isEmpty() && QFile::copy(made, pdf)) {

@@ -6,22 +6,39 @@
 #include "ListQuery.h"
 #include "RuntimeError.h"
 
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QVariant>
+#include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <sqlite3.h>
+
+namespace
+{
+
+// A stored number as text, the same as DecimalText gives: plain decimals in the shortest form that
+// reads back equal (1000000, 2.5, 0.00001), never an exponent. A number too long for the buffer
+// (beyond any price or quantity) falls back to the shortest general form.
+std::string_view DoubleText(double d, char (&buf)[32])
+{
+    auto r = std::to_chars(buf, buf + sizeof buf, d, std::chars_format::fixed);
+    if (r.ec != std::errc())
+        r = std::to_chars(buf, buf + sizeof buf, d);
+    return {buf, static_cast<size_t>(r.ptr - buf)};
+}
+
+} // namespace
 
 QString NumberText(const QVariant& value)
 {
     if (value.isNull() || !value.isValid())
         return {};
-    if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float) {
-        const double d = value.toDouble();
-        if (std::isfinite(d) && d == std::floor(d) && std::fabs(d) < 1e15)
-            return QString::number(static_cast<long long>(d));
-        return QString::number(d, 'g', 15);
-    }
+    if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float)
+        return DecimalText(value.toDouble());
     QString text = value.toString();
     // SQLite hands back "2.0" for a whole number kept in a REAL column.
     if (text.endsWith(QStringLiteral(".0")))
@@ -46,6 +63,209 @@ bool YesNo(const QVariant& value)
     return TextIsTrue(value.toString().trimmed());
 }
 
+// The columns the list takes from a record, by the query's mode.
+struct ListColumns {
+    int hinmei, zaishitu, tani, biko, maker, tani2, suryo, kingk;
+    int zno = -1, kakko = -1, tanka = -1, number = -1, haishi = -1, suryo2 = -1;
+
+    template <class IndexOf>
+    ListColumns(bool sum, IndexOf column)
+        : hinmei(column("CH_HINMEI")), zaishitu(column("CH_ZAISHITU")), tani(column("CH_TANI")),
+          biko(column("CH_BIKO")), maker(column("CH_MAKER")), tani2(column("CH_TANI2")),
+          suryo(column(sum ? "SUM_SURYO" : "INT_SURYO")), kingk(column(sum ? "SUM_KINGK" : "INT_KINGK"))
+    {
+        if (!sum) {
+            zno = column("CH_ZNO");
+            kakko = column("CH_KAKKO");
+            tanka = column("INT_TANKA");
+            number = column("INT_NUMBER");
+            haishi = column("CH_HAISHI");
+            suryo2 = column("INT_SURYO2");
+        }
+    }
+};
+
+RuntimeError missingColumn(const char* name)
+{
+    return RuntimeError(
+        3265, QStringLiteral("要求された名前、または序数に対応する項目がコレクションで見つかりません。") +
+                  QStringLiteral(" (") + QString::fromLatin1(name) + u')');
+}
+
+// The connection's own SQLite handle, when the database is the local file.
+sqlite3* SqliteHandle(Database& db)
+{
+    if (!db.isSqlite() || !db.sql().driver())
+        return nullptr;
+    const QVariant handle = db.sql().driver()->handle();
+    if (!handle.isValid() || qstrcmp(handle.typeName(), "sqlite3*") != 0)
+        return nullptr;
+    return *static_cast<sqlite3* const*>(handle.constData());
+}
+
+// A print run's list on the local database, read straight from SQLite while the pages are laid
+// out: the records are counted first, then each one's fields go into the list as the UTF-8 the file
+// holds, without a QVariant or a QString per field, and without holding the whole list. Count and
+// rows come from one read transaction, so they agree.
+class SqliteListReader
+{
+public:
+    SqliteListReader(sqlite3* handle, const QString& sql, bool sum) : m_handle(handle), m_sql(sql), m_sum(sum)
+    {
+        try {
+            start(sql, sum);
+        } catch (...) {
+            finish();
+            throw;
+        }
+    }
+    ~SqliteListReader() { finish(); }
+    SqliteListReader(const SqliteListReader&) = delete;
+    SqliteListReader& operator=(const SqliteListReader&) = delete;
+
+    size_t rows() const { return m_rows; }
+
+private:
+    void start(const QString& sql, bool sum)
+    {
+        if (sqlite3_get_autocommit(m_handle)) {
+            check(sqlite3_exec(m_handle, "BEGIN", nullptr, nullptr, nullptr));
+            m_began = true;
+        }
+        sqlite3_stmt* count = prepare(QStringLiteral("SELECT COUNT(*) FROM (") + sql + u')');
+        const int rc = sqlite3_step(count);
+        const sqlite3_int64 rows = rc == SQLITE_ROW ? sqlite3_column_int64(count, 0) : 0;
+        sqlite3_finalize(count);
+        if (rc != SQLITE_ROW)
+            check(rc);
+        // The row counter is 16-bit: a list longer than 32,767 records stops with the overflow error.
+        m_rows = static_cast<size_t>(Int16::from(rows).value());
+        m_stmt = prepare(sql);
+        const int columnCount = sqlite3_column_count(m_stmt);
+        m_at = std::make_unique<ListColumns>(sum, [&](const char* name) {
+            for (int i = 0; i < columnCount; ++i)
+                if (sqlite3_stricmp(sqlite3_column_name(m_stmt, i), name) == 0)
+                    return i;
+            throw missingColumn(name);
+        });
+    }
+    void finish()
+    {
+        sqlite3_finalize(m_stmt);
+        m_stmt = nullptr;
+        if (m_began)
+            sqlite3_exec(m_handle, "COMMIT", nullptr, nullptr, nullptr);
+        m_began = false;
+        sqlite3_db_release_memory(m_handle);
+    }
+
+public:
+    const ListTable::Utf8Row& next()
+    {
+        const int rc = sqlite3_step(m_stmt);
+        if (rc == SQLITE_DONE)
+            throw RuntimeError(3021, QStringLiteral("現在のレコードがありません。") + QStringLiteral("\n(") +
+                                         m_sql + u')');
+        if (rc != SQLITE_ROW)
+            check(rc);
+        // The pages the scan has passed stay cached with the connection; a print run has no more use
+        // for them, and a long list would otherwise hold a few megabytes of them.
+        if (++m_read % 512 == 0)
+            sqlite3_db_release_memory(m_handle);
+        const ListColumns& at = *m_at;
+        m_row.fill({});
+        m_row[LcHinmei - 1] = field(at.hinmei);
+        m_row[LcZaishitu - 1] = field(at.zaishitu);
+        m_row[LcTani - 1] = field(at.tani);
+        m_row[LcBiko - 1] = field(at.biko);
+        m_row[LcMaker - 1] = field(at.maker);
+        m_row[LcTani2 - 1] = field(at.tani2);
+        m_row[LcSuryo - 1] = number(at.suryo, 0);
+        m_row[LcKingk - 1] = number(at.kingk, 1);
+        if (!m_sum) {
+            m_row[LcZno - 1] = field(at.zno);
+            if (yesNo(at.kakko)) {
+                m_bracketed = '(' + std::string(m_row[LcZno - 1]) + ')';
+                m_row[LcZno - 1] = m_bracketed;
+            }
+            m_row[LcTanka - 1] = number(at.tanka, 2);
+            m_row[LcNumber - 1] = number(at.number, 3);
+            m_row[LcHaishi - 1] = yesNo(at.haishi) ? "True" : "False";
+            m_row[LcSuryo2 - 1] = number(at.suryo2, 4);
+        }
+        return m_row;
+    }
+
+private:
+    void check(int rc)
+    {
+        if (rc != SQLITE_OK)
+            throw RuntimeError(rc, QString::fromUtf8(sqlite3_errmsg(m_handle)) + QStringLiteral("\n(") +
+                                       m_sql + u')');
+    }
+    sqlite3_stmt* prepare(const QString& sql)
+    {
+        const QByteArray text = sql.toUtf8();
+        sqlite3_stmt* stmt = nullptr;
+        const int rc =
+            sqlite3_prepare_v2(m_handle, text.constData(), static_cast<int>(text.size()), &stmt, nullptr);
+        if (rc != SQLITE_OK) {
+            sqlite3_finalize(stmt);
+            check(rc);
+        }
+        return stmt;
+    }
+    std::string_view field(int i)
+    {
+        const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(m_stmt, i));
+        return p ? std::string_view(p, static_cast<size_t>(sqlite3_column_bytes(m_stmt, i)))
+                 : std::string_view();
+    }
+    // Numbers as NumberText gives them; the buffers live until the next row.
+    std::string_view number(int i, int slot)
+    {
+        switch (sqlite3_column_type(m_stmt, i)) {
+        case SQLITE_NULL:
+            return {};
+        case SQLITE_FLOAT:
+            return DoubleText(sqlite3_column_double(m_stmt, i), m_numbers[slot]);
+        default: {
+            std::string_view t = field(i);
+            if (t.size() >= 2 && t.substr(t.size() - 2) == ".0")
+                t.remove_suffix(2);
+            return t;
+        }
+        }
+    }
+    bool yesNo(int i)
+    {
+        switch (sqlite3_column_type(m_stmt, i)) {
+        case SQLITE_NULL:
+            return false;
+        case SQLITE_INTEGER:
+            return sqlite3_column_int64(m_stmt, i) != 0;
+        case SQLITE_FLOAT:
+            return sqlite3_column_double(m_stmt, i) != 0;
+        default: {
+            const std::string_view t = field(i);
+            return TextIsTrue(QString::fromUtf8(t.data(), static_cast<qsizetype>(t.size())));
+        }
+        }
+    }
+
+    sqlite3* m_handle;
+    QString m_sql;
+    bool m_sum;
+    bool m_began = false;
+    sqlite3_stmt* m_stmt = nullptr;
+    std::unique_ptr<ListColumns> m_at;
+    size_t m_rows = 0;
+    size_t m_read = 0;
+    ListTable::Utf8Row m_row;
+    std::string m_bracketed;
+    char m_numbers[5][32];
+};
+
 } // namespace
 
 ListTable FillListFromDatabase(Database& db, const ListRequest& request)
@@ -56,6 +276,11 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     const QString maker = request.makerFilterOn ? request.makerFilterText : QString();
     const QString sql =
         BuildListQuery(request.modeString, filterWord, request.dwgNo, request.assy, request.kind, maker);
+    if (sqlite3* handle = SqliteHandle(db)) {
+        auto reader = std::make_shared<SqliteListReader>(handle, sql, sum);
+        const size_t rows = reader->rows();
+        return ListTable::streamed(rows, [reader]() -> const ListTable::Utf8Row& { return reader->next(); });
+    }
 
     // A print run reads each record once, in order: the query is read forward instead of through a
     // record set's snapshot, which for a long list doubled the run's time and memory.
@@ -64,35 +289,16 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     if (!q.exec(TranslateJetSql(sql)))
         throw DatabaseError(q.lastError(), sql);
     const QSqlRecord record = q.record();
-    auto column = [&](const char* name) {
+    const ListColumns at(sum, [&](const char* name) {
         const int index = record.indexOf(QString::fromLatin1(name));
         if (index < 0)
-            throw RuntimeError(
-                3265,
-                QStringLiteral("要求された名前、または序数に対応する項目がコレクションで見つかりません。") +
-                    QStringLiteral(" (") + QString::fromLatin1(name) + u')');
+            throw missingColumn(name);
         return index;
-    };
+    });
     auto text = [&](int index) {
         const QVariant v = q.value(index);
         return v.isNull() ? QString() : v.toString();
     };
-    const int hinmei = column("CH_HINMEI"), zaishitu = column("CH_ZAISHITU"), tani = column("CH_TANI"),
-              biko = column("CH_BIKO"), makerColumn = column("CH_MAKER"), tani2 = column("CH_TANI2");
-    int suryo, kingk, zno = -1, kakko = -1, tanka = -1, number = -1, haishi = -1, suryo2 = -1;
-    if (sum) {
-        suryo = column("SUM_SURYO");
-        kingk = column("SUM_KINGK");
-    } else {
-        suryo = column("INT_SURYO");
-        kingk = column("INT_KINGK");
-        zno = column("CH_ZNO");
-        kakko = column("CH_KAKKO");
-        tanka = column("INT_TANKA");
-        number = column("INT_NUMBER");
-        haishi = column("CH_HAISHI");
-        suryo2 = column("INT_SURYO2");
-    }
 
     ListTable table;
     // The row counter is 16-bit: a list longer than 32,767 records stops with the overflow error.
@@ -100,21 +306,21 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     ListRow row;
     while (q.next()) {
         ++count;
-        row.at(LcHinmei) = text(hinmei);
-        row.at(LcZaishitu) = text(zaishitu);
-        row.at(LcTani) = text(tani);
-        row.at(LcBiko) = text(biko);
-        row.at(LcMaker) = text(makerColumn);
-        row.at(LcTani2) = text(tani2);
-        row.at(LcSuryo) = NumberText(q.value(suryo));
-        row.at(LcKingk) = NumberText(q.value(kingk));
+        row.at(LcHinmei) = text(at.hinmei);
+        row.at(LcZaishitu) = text(at.zaishitu);
+        row.at(LcTani) = text(at.tani);
+        row.at(LcBiko) = text(at.biko);
+        row.at(LcMaker) = text(at.maker);
+        row.at(LcTani2) = text(at.tani2);
+        row.at(LcSuryo) = NumberText(q.value(at.suryo));
+        row.at(LcKingk) = NumberText(q.value(at.kingk));
         if (!sum) {
-            const QString itemNumber = text(zno);
-            row.at(LcZno) = YesNo(q.value(kakko)) ? u'(' + itemNumber + u')' : itemNumber;
-            row.at(LcTanka) = NumberText(q.value(tanka));
-            row.at(LcNumber) = NumberText(q.value(number));
-            row.at(LcHaishi) = YesNo(q.value(haishi)) ? QStringLiteral("True") : QStringLiteral("False");
-            row.at(LcSuryo2) = NumberText(q.value(suryo2));
+            const QString itemNumber = text(at.zno);
+            row.at(LcZno) = YesNo(q.value(at.kakko)) ? u'(' + itemNumber + u')' : itemNumber;
+            row.at(LcTanka) = NumberText(q.value(at.tanka));
+            row.at(LcNumber) = NumberText(q.value(at.number));
+            row.at(LcHaishi) = YesNo(q.value(at.haishi)) ? QStringLiteral("True") : QStringLiteral("False");
+            row.at(LcSuryo2) = NumberText(q.value(at.suryo2));
         }
         table.push_back(row);
     }

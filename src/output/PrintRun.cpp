@@ -8,6 +8,9 @@
 #include "RuntimeError.h"
 #include "WorkbookControl.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 #include <new>
 
 #ifdef __GLIBC__
@@ -24,6 +27,12 @@ void ReleaseFreeMemory()
 }
 } // namespace
 
+QString PrintCopyPath(const QString& workCopyPath)
+{
+    const QFileInfo work(workCopyPath);
+    return work.dir().filePath(work.completeBaseName() + QStringLiteral("-print.xlsx"));
+}
+
 QString PrintErrorText(int number)
 {
     // The opening bracket is full width and the closing one half width, as users have always seen it.
@@ -35,11 +44,18 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
                       PrintPresenter& presenter)
 {
     bool busy = false;
-    auto failed = [&](int number) {
+    // What the run was doing and on which template, for the error box's detail text.
+    QString step = QStringLiteral("出力設定の読み込み");
+    QString templatePath;
+    // The box shows the number only; what lies behind it goes into its detail text.
+    auto failed = [&](int number, const QString& cause) {
         if (busy)
             presenter.busy(false);
+        QString detail = cause + QStringLiteral("\n処理：") + step;
+        if (!templatePath.isEmpty())
+            detail += QStringLiteral("\n雛形：") + templatePath;
         ctx.messages->show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("設定エラー"),
-                           PrintErrorText(number));
+                           PrintErrorText(number), detail);
         return PrintOutcome::Failed;
     };
     try {
@@ -58,6 +74,8 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         const SettingsRecord settings = SettingsRecord::FromRecordset(*rs);
         rs->Close();
 
+        templatePath = settings.orgPath;
+        step = QStringLiteral("雛形ファイルを開く");
         presenter.busy(busy = true);
         WorkbookControl control(ctx);
         control.setClipboardClearer([&] { presenter.clearClipboard(); });
@@ -71,6 +89,7 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         }
         control.HideExcel();
 
+        step = QStringLiteral("部品表の明細の読み込み");
         ListTable list;
         if (request.runMode == u"HONBAN") {
             ListRequest lr;
@@ -92,7 +111,9 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         } catch (const RuntimeError&) {
             // The page loop meets the same value and skips the page copies.
         }
+        step = QStringLiteral("出力シート「") + settings.orgSheet + QStringLiteral("」の選択");
         book->selectOutputSheet(settings.orgSheet, formRows);
+        step = QStringLiteral("頁の作成");
         const HeaderValues header{request.dwgNo, request.name, request.assy, request.date, request.designer};
         const LayoutResult laid = LayOutPages(settings, list, header, request.pagePerMaker, book->target(),
                                               [&](int page, int total) { presenter.progress(page, total); });
@@ -100,11 +121,14 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         list = ListTable();
         ReleaseFreeMemory();
         book->extendPrintArea(laid.pages, laid.pageMax);
+        step = QStringLiteral("作業ファイルの保存");
         book->save();
+        const QString printCopy = book->savePrintCopy(PrintCopyPath(ctx.WorkbookPath));
 
         presenter.busy(busy = false);
         control.ShowExcel();
-        presenter.preview(ctx.WorkbookPath);
+        step = QStringLiteral("プレビュー");
+        presenter.preview(ctx.WorkbookPath, printCopy);
 
         if (request.keepExcel) {
             book->renameOutputSheet(request.dwgNo + u' ' + request.assy);
@@ -117,11 +141,11 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         }
         return PrintOutcome::Done;
     } catch (const RuntimeError& e) {
-        return failed(e.number());
+        return failed(e.number(), e.detailText());
     } catch (const std::bad_alloc&) {
-        return failed(7);
-    } catch (const std::exception&) {
+        return failed(7, QStringLiteral("メモリが不足しています。"));
+    } catch (const std::exception& e) {
         // Anything else the workbook side throws counts as the spreadsheet's own failure.
-        return failed(1004);
+        return failed(1004, QString::fromUtf8(e.what()));
     }
 }

@@ -23,6 +23,10 @@ public:
     virtual void extendPrintArea(int pages, int pageRows) = 0;
     virtual void renameOutputSheet(const QString& name) = 0;
     virtual void save() = 0;
+    // Writes a copy of the saved workbook that prints the output sheet alone (the other sheets
+    // hidden) at path and returns it: what the preview, its printing and the PDF show. A workbook of
+    // one sheet prints as it is: its own path comes back and nothing is written.
+    virtual QString savePrintCopy(const QString& path) = 0;
 };
 // Opens the work copy; throws RuntimeError when it cannot be read.
 using WorkbookOpener = std::function<std::unique_ptr<OutputWorkbook>(const QString& path)>;
@@ -34,8 +38,9 @@ public:
     virtual ~PrintPresenter() = default;
     virtual void busy(bool /*on*/) {}
     virtual void progress(int /*page*/, int /*totalPages*/) {}
-    // Shows the filled and saved work copy; returns when the user has closed the preview.
-    virtual void preview(const QString& workbookPath) = 0;
+    // Shows the filled and saved work copy: printPath is its copy that prints the output sheet
+    // alone. Returns when the user has closed the preview.
+    virtual void preview(const QString& workbookPath, const QString& printPath) = 0;
     // "印刷ﾌﾟﾚﾋﾞｭｰ後にｴｸｾﾙ表示": the renamed and saved work copy goes on in the spreadsheet program.
     virtual void keepWorkbook(const QString& workbookPath) = 0;
     // Clears the system clipboard at the end of a run that did not keep the workbook.
@@ -48,6 +53,9 @@ enum class PrintOutcome { Done, NoSettings, TemplateNotOpened, Failed };
 // is reported to the user through the context's message service.
 PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const WorkbookOpener& opener,
                       PrintPresenter& presenter);
+
+// The work copy's copy that prints the output sheet alone, beside it.
+QString PrintCopyPath(const QString& workCopyPath);
 
 // The text of the box shown when a run fails outside the page loop.
 QString PrintErrorText(int number);

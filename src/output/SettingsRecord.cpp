@@ -3,6 +3,8 @@
 #include "Database.h"
 #include "RuntimeError.h"
 
+#include <cmath>
+
 const std::array<QStringView, kHeaderItemCount> kHeaderItems{u"DWGNO", u"NAME",    u"ASSY",
                                                              u"DATE",  u"DESINED", u"SHEET"};
 const std::array<QStringView, kHeaderItemCount> kHeaderCaptions{u"DWG.№", u"NAME",    u"ASSY",
@@ -62,11 +64,16 @@ QStringList SettingsRecord::ColumnNames()
 
 int PageMaxValue(const QString& text)
 {
+    // As the database takes a typed number into its integer column: a decimal rounds half to even
+    // (1.5 and 2.5 give 2); a text that is no number is a type mismatch, a value past 32 bits an
+    // overflow.
     bool ok = false;
-    const int value = text.trimmed().toInt(&ok);
-    if (!ok)
+    const double value = std::nearbyint(text.trimmed().toDouble(&ok));
+    if (!ok || !std::isfinite(value))
         throw RuntimeError::typeMismatch();
-    return value;
+    if (value < -2147483648.0 || value > 2147483647.0)
+        throw RuntimeError::overflow();
+    return static_cast<int>(value);
 }
 
 SettingsRecord SettingsRecord::FromRecordset(const Recordset& rs)

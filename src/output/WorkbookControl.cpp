@@ -8,6 +8,13 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+
 QString ColumnLetter(int number)
 {
     if (number < 1 || number > 26)
@@ -28,22 +35,45 @@ Int16 ColumnNumber(const QString& letter)
 bool SpreadsheetProcessRunning(const QString& procFolder)
 {
     // The process names of a running LibreOffice or Excel (Wine names a Windows process after its
-    // program file).
-    static const QStringList names = {QStringLiteral("soffice.bin"), QStringLiteral("soffice"),
-                                      QStringLiteral("EXCEL.EXE"), QStringLiteral("excel.exe")};
-    const QDir proc(procFolder);
-    const QStringList entries = proc.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    for (const QString& pid : entries) {
-        if (pid.isEmpty() || !pid.at(0).isDigit())
+    // program file). Read with plain system calls: a busy machine has hundreds of processes, and
+    // this runs before every print.
+    static const std::string_view names[] = {"soffice.bin", "soffice", "EXCEL.EXE", "excel.exe"};
+    const QByteArray folder = QFile::encodeName(procFolder);
+    DIR* dir = opendir(folder.constData());
+    if (!dir)
+        return false;
+    bool found = false;
+    std::string path;
+    while (const dirent* entry = readdir(dir)) {
+        if (entry->d_name[0] < '0' || entry->d_name[0] > '9')
             continue;
-        QFile comm(proc.filePath(pid + QStringLiteral("/comm")));
-        if (comm.open(QIODevice::ReadOnly)) {
-            const QString name = QString::fromUtf8(comm.readAll()).trimmed();
-            if (names.contains(name))
-                return true;
-        }
+        path.assign(folder.constData()).append("/").append(entry->d_name).append("/comm");
+        const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (fd < 0)
+            continue;
+        char buf[64];
+        const ssize_t n = read(fd, buf, sizeof buf);
+        close(fd);
+        std::string_view name(buf, n > 0 ? static_cast<size_t>(n) : 0);
+        while (!name.empty() && (name.back() == '\n' || name.back() == ' '))
+            name.remove_suffix(1);
+        for (const std::string_view spreadsheet : names)
+            found = found || name == spreadsheet;
+        if (found)
+            break;
     }
-    return false;
+    closedir(dir);
+    return found;
+}
+
+bool CopyWorkbookFile(const QString& source, const QString& target)
+{
+    // A plain copy: the copy is a work file, and waiting for the disk to confirm it would only make
+    // every print slower.
+    std::error_code ec;
+    std::filesystem::copy_file(QFile::encodeName(source).constData(), QFile::encodeName(target).constData(),
+                               std::filesystem::copy_options::overwrite_existing, ec);
+    return !ec;
 }
 
 WorkbookControl::WorkbookControl(AppContext& ctx) : m_ctx(ctx) {}
@@ -95,20 +125,27 @@ QString WorkbookControl::OpenTemplate(const QString& path)
         }
     }
 
-    // A failing copy is reported as "E111", a work copy the engine cannot open as "E109".
+    // A failing copy is reported as "E111", a work copy the engine cannot open as "E109"; the
+    // cause (the engine's message, the files) is the box's detail text. The catalogue text of
+    // "E111" speaks of the import file, so the copy of a template has a text of its own.
+    const QString files = QStringLiteral("\n雛形：") + QDir::toNativeSeparators(file) +
+                          QStringLiteral("\n作業ファイル：") + QDir::toNativeSeparators(m_ctx.WorkbookPath);
+    const QString errorCode = QStringLiteral("エラーＣＤ：");
     try {
         copyToWorkCopy(source);
     } catch (const RuntimeError& e) {
-        m_ctx.ini->ShowMessage(QStringLiteral("E111"),
-                               QStringLiteral("エラーＣＤ：") + QString::number(e.number()));
+        m_ctx.ini->ShowMessageText(QStringLiteral("E111"),
+                                   QStringLiteral("雛形ファイルを作業ファイルにコピーできませんでした。") +
+                                       errorCode + QString::number(e.number()),
+                                   e.detailText() + files);
         return QStringLiteral("NO");
     }
     try {
         if (m_opener)
             m_opener(m_ctx.WorkbookPath);
     } catch (const RuntimeError& e) {
-        m_ctx.ini->ShowMessage(QStringLiteral("E109"),
-                               QStringLiteral("エラーＣＤ：") + QString::number(e.number()));
+        m_ctx.ini->ShowMessage(QStringLiteral("E109"), errorCode + QString::number(e.number()),
+                               e.detailText() + files);
         return QStringLiteral("NO");
     }
     m_templatePath = file;
@@ -125,7 +162,7 @@ void WorkbookControl::copyToWorkCopy(const QString& path)
     // Overwritten on every run: the work copy never carries anything over from the previous one.
     if (QFileInfo::exists(m_ctx.WorkbookPath) && !QFile::remove(m_ctx.WorkbookPath))
         throw RuntimeError(70, QStringLiteral("書き込みできません。"));
-    if (!QFile::copy(source, m_ctx.WorkbookPath))
+    if (!CopyWorkbookFile(source, m_ctx.WorkbookPath))
         throw RuntimeError(75, QStringLiteral("パス名が無効です。"));
     // A template marked read-only keeps that mark on its copy; the work copy must be writable.
     QFile::setPermissions(m_ctx.WorkbookPath, QFile::permissions(m_ctx.WorkbookPath) |

@@ -60,3 +60,5 @@ private:
 
 // Whether a process of a spreadsheet program runs on this machine, looked up in /proc.
 bool SpreadsheetProcessRunning(const QString& procFolder = QStringLiteral("/proc"));
+// Copies a workbook file over target; false when it could not.
+bool CopyWorkbookFile(const QString& source, const QString& target);

@@ -4,8 +4,11 @@
 
 #include <Workbook.h>
 
+#include <QFile>
+#include <QStringEncoder>
+
+#include <algorithm>
 #include <optional>
-#include <unordered_set>
 
 namespace
 {
@@ -20,18 +23,18 @@ class XlsxTarget : public LayoutTarget
 public:
     xlsx::Worksheet* sheet = nullptr;
     xlsx::PageForm form;
-    bool templateHasStrike = true;
-    QString lastFormat;
-    std::string lastFormatUtf8;
-    std::unordered_set<long long> struck;
-
-    static long long cellKey(int row, int column) { return static_cast<long long>(row) * 16384 + column; }
+    int pageTop = 1; // the top row of the page being filled
 
     void pastePageForm(int top, int /*rows*/) override
     {
         if (form.empty())
             throw RuntimeError(1004, QStringLiteral("ページの雛形がありません。"));
         try {
+            // The pages above the one just filled are done with: the engine writes them out now, so a
+            // long list needs memory for two pages rather than all of them. The page just filled
+            // stays, for header or line rows that a setting puts above a page's top.
+            sheet->writeOutRowsAbove(std::min(pageTop, top));
+            pageTop = top;
             sheet->pasteForm(form, top);
         } catch (const xlsx::Error& e) {
             throw engineError(e);
@@ -50,23 +53,17 @@ public:
         try {
             const int r = w.row;
             const int c = w.column;
-            // Setting "not struck" matters only where a strike-through can be: in a template that has
-            // one, or in a cell this run struck before.
-            if (w.strike) {
-                sheet->setStrike(r, c, true);
-                struck.insert(cellKey(r, c));
-            } else if ((templateHasStrike || struck.count(cellKey(r, c))) && sheet->strike(r, c)) {
-                sheet->setStrike(r, c, false);
-            }
+            xlsx::Worksheet::FormatChange change;
+            change.strike = w.strike;
             switch (w.align) {
             case HAlign::Left:
-                sheet->setHorizontalAlignment(r, c, xlsx::HAlign::Left);
+                change.align = xlsx::HAlign::Left;
                 break;
             case HAlign::Center:
-                sheet->setHorizontalAlignment(r, c, xlsx::HAlign::Center);
+                change.align = xlsx::HAlign::Center;
                 break;
             case HAlign::Right:
-                sheet->setHorizontalAlignment(r, c, xlsx::HAlign::Right);
+                change.align = xlsx::HAlign::Right;
                 break;
             case HAlign::Keep:
                 break;
@@ -77,14 +74,15 @@ public:
                     lastFormat = w.numberFormat;
                     lastFormatUtf8 = w.numberFormat.toStdString();
                 }
-                sheet->setNumberFormat(r, c, lastFormatUtf8);
+                change.numberFormat = lastFormatUtf8;
             }
+            sheet->setFormat(r, c, change);
             if (w.number)
-                sheet->setNumber(r, c, w.value.trimmed().toDouble());
+                sheet->setNumber(r, c, w.numberValue);
             else if (w.value.isEmpty())
                 sheet->clearValue(r, c);
             else
-                sheet->setText(r, c, w.value.toStdString());
+                sheet->setText(r, c, utf8(w.value));
         } catch (const xlsx::Error& e) {
             throw engineError(e);
         }
@@ -97,6 +95,20 @@ public:
             throw engineError(e);
         }
     }
+
+private:
+    // The text in UTF-8, in a buffer used again for every cell.
+    std::string_view utf8(const QString& text)
+    {
+        m_utf8.resize(static_cast<size_t>(text.size()) * 3);
+        char* end = m_encoder.appendToBuffer(m_utf8.data(), text);
+        return {m_utf8.data(), static_cast<size_t>(end - m_utf8.data())};
+    }
+
+    QString lastFormat;
+    std::string lastFormatUtf8;
+    std::string m_utf8;
+    QStringEncoder m_encoder{QStringEncoder::Utf8, QStringEncoder::Flag::Stateless};
 };
 
 class XlsxOutputWorkbook : public OutputWorkbook
@@ -107,20 +119,30 @@ public:
     void selectOutputSheet(const QString& name, int formRows) override
     {
         const auto index = m_book.findSheet(name.toStdString());
-        if (!index)
-            throw RuntimeError::outOfRange();
+        if (!index) {
+            QStringList names;
+            for (const std::string& n : m_book.sheetNames())
+                names << QString::fromStdString(n);
+            throw RuntimeError::outOfRange().withCause(
+                QStringLiteral("ブックにシート「%1」がありません（あるシート：%2）。")
+                    .arg(name, names.join(u'、')));
+        }
         try {
             m_target.sheet = &m_book.sheet(*index);
             if (formRows > 0)
                 m_target.form = m_target.sheet->snapshotRows(1, formRows);
             m_originalArea = m_target.sheet->printArea();
             m_lastUsedRow = m_target.sheet->lastUsedRow();
-            // Page copies come from these rows, so what they hold is all the sheet can hold.
-            m_target.templateHasStrike = false;
-            for (int r = 1; r <= m_lastUsedRow && !m_target.templateHasStrike; ++r)
-                for (int c = 1; c <= 26 && !m_target.templateHasStrike; ++c)
-                    m_target.templateHasStrike =
-                        m_target.sheet->hasCell(r, c) && m_target.sheet->strike(r, c);
+            // The columns the page form uses, for a print area of its own when it has none (its rows
+            // are written out before the print area is set).
+            const int formLast =
+                std::min(formRows > 0 ? formRows : m_lastUsedRow, std::max(m_lastUsedRow, 1));
+            for (int r = 1; r <= formLast; ++r)
+                for (int c = 26; c > m_formLastCol; --c)
+                    if (m_target.sheet->hasCell(r, c)) {
+                        m_formLastCol = c;
+                        break;
+                    }
         } catch (const xlsx::Error& e) {
             throw engineError(e);
         }
@@ -138,14 +160,7 @@ public:
                 area.lastRow += (pages - 1) * pageRows;
             } else {
                 // No print area of its own: every page over the columns the page form uses.
-                int lastCol = 1;
-                for (int r = 1; r <= std::min(pageRows, std::max(m_lastUsedRow, 1)); ++r)
-                    for (int c = 26; c > lastCol; --c)
-                        if (m_target.sheet->hasCell(r, c)) {
-                            lastCol = c;
-                            break;
-                        }
-                area = {1, 1, std::max(m_lastUsedRow, pageRows) + (pages - 1) * pageRows, lastCol};
+                area = {1, 1, std::max(m_lastUsedRow, pageRows) + (pages - 1) * pageRows, m_formLastCol};
             }
             m_target.sheet->setPrintArea(area);
         } catch (const xlsx::Error& e) {
@@ -170,11 +185,31 @@ public:
         }
     }
 
+    QString savePrintCopy(const QString& path) override
+    {
+        const QString saved = QString::fromStdString(m_book.path().string());
+        if (m_book.sheetCount() <= 1)
+            return saved;
+        QFile::remove(path);
+        if (!QFile::copy(saved, path))
+            throw RuntimeError(75, QStringLiteral("パス名が無効です。"));
+        try {
+            xlsx::Workbook copy = xlsx::Workbook::open(path.toStdString());
+            if (m_target.sheet)
+                copy.showOnlySheet(m_target.sheet->index());
+            copy.save();
+        } catch (const xlsx::Error& e) {
+            throw engineError(e);
+        }
+        return path;
+    }
+
 private:
     xlsx::Workbook m_book;
     XlsxTarget m_target;
     std::optional<xlsx::CellRange> m_originalArea;
     int m_lastUsedRow = 0;
+    int m_formLastCol = 1;
 };
 
 } // namespace

@@ -222,12 +222,8 @@ void DrawingSearchScreen::openEditor()
 void DrawingSearchScreen::dataSearch()
 {
     m_ctx.DataSearchFlag = Int16::from(0);
-    if (m_hooks.openDataSearch) {
+    if (m_hooks.openDataSearch)
         m_hooks.openDataSearch(m_ctx, this);
-        return;
-    }
-    m_ctx.messages->show(MsgIcon::Information, MsgButtons::Ok, QStringLiteral("データ検索"),
-                         QStringLiteral("データ検索画面はまだ組み込まれていません。"));
 }
 
 void DrawingSearchScreen::deleteTable()

@@ -1,9 +1,13 @@
 #include "SettingsWorkbooks.h"
 
 #include "AppContext.h"
+#include "Common.h"
+#include "LibreOffice.h"
 #include "RuntimeError.h"
 #include "Workbook.h"
 #include "WorkbookControl.h"
+
+#include <QFileInfo>
 
 #include <optional>
 
@@ -24,7 +28,12 @@ public:
     EngineSheet(xlsx::Workbook book, std::size_t index) : m_book(std::move(book)), m_index(index) {}
     QString text(int row, int col) const override
     {
-        return QString::fromStdString(sheet().cellText(row, col));
+        // A number cell reads as plain decimal text, whatever form the saving program stored it in.
+        std::string text = sheet().cellText(row, col);
+        if (text != "TRUE" && text != "FALSE")
+            if (const auto number = sheet().cellNumber(row, col))
+                return DecimalText(*number);
+        return QString::fromStdString(text);
     }
     bool struck(int row, int col) const override { return sheet().strike(row, col); }
     int lastRow() const override { return sheet().lastUsedRow(); }
@@ -38,7 +47,7 @@ private:
 class EngineWorkbooks : public SettingsWorkbooks
 {
 public:
-    explicit EngineWorkbooks(AppContext& ctx) : m_control(ctx) {}
+    explicit EngineWorkbooks(AppContext& ctx) : m_ctx(ctx), m_control(ctx) {}
 
     QString OpenTemplate(const QString& path) override
     {
@@ -71,8 +80,12 @@ public:
 
     std::unique_ptr<SheetCells> OpenSheet(const QString& path, const QString& sheet) override
     {
+        // An old .xls workbook is read through its .xlsx conversion, as templates are.
+        QString file = path;
+        if (QFileInfo(path).suffix().compare(u"xls", Qt::CaseInsensitive) == 0)
+            file = ConvertedXlsTemplate(path, QFileInfo(m_ctx.WorkbookPath).absolutePath());
         try {
-            xlsx::Workbook book = xlsx::Workbook::open(path.toStdString());
+            xlsx::Workbook book = xlsx::Workbook::open(file.toStdString());
             std::size_t index = 0;
             if (!sheet.isEmpty()) {
                 const auto found = book.findSheet(sheet.toStdString());
@@ -90,6 +103,7 @@ public:
     }
 
 private:
+    AppContext& m_ctx;
     WorkbookControl m_control;
     std::optional<xlsx::Workbook> m_book;
 };

@@ -268,6 +268,8 @@ QWidget* OutputSettingsScreen::buildButtonRow()
     layout->setContentsMargins(0, 0, 0, 0);
     m_search = makeButton(QStringLiteral("cmdSearch"), QStringLiteral("検索(F1)"));
     m_save = makeButton(QStringLiteral("cmdSave"), QStringLiteral("登録(F5)"));
+    // After a load the caption says "新規登録" or "更新"; the key still presses it.
+    m_save->setToolTip(QStringLiteral("F5キーでも押せます"));
     m_orgButton = makeButton(QStringLiteral("cmdOrgFile"), QStringLiteral("雛形ﾌｧｲﾙ設定"));
     m_cpyButton = makeButton(QStringLiteral("cmdCpyFile"), QStringLiteral("取込ﾌｧｲﾙ設定"));
     m_preview = makeButton(QStringLiteral("cmdPreview"), QStringLiteral("印刷ﾌﾟﾚﾋﾞｭｰ"));
@@ -287,9 +289,10 @@ void OutputSettingsScreen::buildControls()
     m_detailFrame = buildDetailFrame();
 
     auto* importNote = new QLabel(
-        QStringLiteral("ﾃﾞｰﾀ取込実行：取込ｴｸｾﾙのｼｰﾄを登録済みの設定のセルと列で１頁行数ごとに読みます。"
-                       "DWG.№の無い頁は読み飛ばし、取消線の明細は廃止として取り込みます。"
-                       "書き込む前に件数を確認し、既にある部品表は置き換え・追加・取り込まないを選べます。"),
+        QStringLiteral(
+            "ﾃﾞｰﾀ取込実行：取込ｴｸｾﾙのｼｰﾄを画面の設定（未登録でも可）のセルと列で１頁行数ごとに読みます。"
+            "DWG.№の無い頁は読み飛ばし、取消線の明細は廃止として取り込みます。"
+            "書き込む前に件数を確認し、既にある部品表は置き換え・追加・取り込まないを選べます。"),
         this);
     importNote->setObjectName(QStringLiteral("lblImportNote"));
     importNote->setWordWrap(true);
@@ -317,7 +320,7 @@ void OutputSettingsScreen::buildControls()
     addFunctionKey(Qt::Key_F12, m_end);
 
     // A click on a customer of the list, or a change of the kind, loads at once.
-    connect(m_user, &QComboBox::activated, this, [this] { runAction([this] { search(); }); });
+    OnListPicked(m_user, this, [this] { runAction([this] { search(); }); });
     for (QRadioButton* option : {m_manufactured, m_purchased})
         connect(option, &QRadioButton::toggled, this, [this](bool on) {
             if (on && !m_filling && !m_busy)
@@ -609,12 +612,8 @@ void OutputSettingsScreen::chooseImport()
 
 void OutputSettingsScreen::preview()
 {
-    if (!m_ctx.printRun) {
-        m_ctx.messages->show(MsgIcon::Information, MsgButtons::Ok, QStringLiteral("印刷ﾌﾟﾚﾋﾞｭｰ"),
-                             QStringLiteral("このプログラムには印刷出力が組み込まれていないため、"
-                                            "プレビューできません。"));
+    if (!m_ctx.printRun)
         return;
-    }
     PrintRequest request;
     request.caller = this;
     request.runMode = QStringLiteral("TEST");

@@ -43,11 +43,19 @@ void OutputSettingsScreen::importData()
     const QString kind = currentKind();
     m_ctx.CurrentKind = kind;
 
-    // The layout is read as saved, the same one a print run uses.
+    // The layout is the one on the screen, saved or not: the cells given by the column and row
+    // drop-downs as they stand.
     Database& db = database();
-    const std::optional<SettingsRecord> settings = ReadSettings(db, customer, kind);
-    if (!settings) {
-        m_ctx.ini->ShowMessage(QStringLiteral("E150"), QString());
+    const SettingsRecord settings = recordFromScreen();
+    // The tables are stored for the customer, and the sheet is read page by page.
+    if (settings.user.trimmed().isEmpty()) {
+        m_ctx.ini->ShowMessage(QStringLiteral("E117"), QString());
+        focusAfterAction(m_user);
+        return;
+    }
+    if (settings.pageMax.trimmed().isEmpty()) {
+        m_ctx.ini->ShowMessage(QStringLiteral("E118"), QString());
+        focusAfterAction(m_pageMax);
         return;
     }
     QApplication::setOverrideCursor(Qt::WaitCursor);
@@ -56,7 +64,7 @@ void OutputSettingsScreen::importData()
         const std::unique_ptr<SheetCells> sheet =
             m_workbooks->OpenSheet(m_cpyPath->text(), m_cpySheet->text());
         const QDate today = (m_ctx.clock ? m_ctx.clock->now() : QDateTime::currentDateTime()).date();
-        plan = ParseImportSheet(*settings, *sheet, today);
+        plan = ParseImportSheet(settings, *sheet, today);
     } catch (...) {
         QApplication::restoreOverrideCursor();
         throw;

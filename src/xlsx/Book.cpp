@@ -69,6 +69,7 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
                      const std::function<std::optional<std::string>(std::string_view)>& sq)
 {
     bool changed = false;
+    std::vector<pugi::xml_node> gone; // whatever covered only rows pushed off the sheet
     auto text = [&](pugi::xml_node n) {
         auto r = fn(std::string_view(n.text().get()));
         if (r) {
@@ -76,40 +77,43 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
             changed = true;
         }
     };
-    auto attr = [&](pugi::xml_attribute a, bool isSq) {
+    auto attr = [&](pugi::xml_node owner, const char* name, bool isSq) {
+        auto a = owner.attribute(name);
         if (!a)
             return;
         auto r = isSq ? (sqrefToo ? sq(a.value()) : std::nullopt) : fn(std::string_view(a.value()));
         if (r) {
             a.set_value(r->c_str());
             changed = true;
+            if (r->empty())
+                gone.push_back(owner);
         }
     };
     for (auto n : root.children()) {
         const char* ln = lname(n);
         if (std::strcmp(ln, "conditionalFormatting") == 0) {
-            attr(n.attribute("sqref"), true);
+            attr(n, "sqref", true);
             for (auto rule : n.children())
                 for (auto f : rule.children())
                     if (std::strcmp(lname(f), "formula") == 0)
                         text(f);
         } else if (std::strcmp(ln, "dataValidations") == 0) {
             for (auto dv : n.children()) {
-                attr(dv.attribute("sqref"), true);
+                attr(dv, "sqref", true);
                 for (auto f : dv.children())
                     if (std::strcmp(lname(f), "formula1") == 0 || std::strcmp(lname(f), "formula2") == 0)
                         text(f);
             }
         } else if (std::strcmp(ln, "hyperlinks") == 0) {
             for (auto h : n.children()) {
-                attr(h.attribute("ref"), true);
-                attr(h.attribute("location"), false);
+                attr(h, "ref", true);
+                attr(h, "location", false);
             }
         } else if (std::strcmp(ln, "autoFilter") == 0) {
-            attr(n.attribute("ref"), true);
+            attr(n, "ref", true);
         } else if (std::strcmp(ln, "ignoredErrors") == 0 || std::strcmp(ln, "protectedRanges") == 0) {
             for (auto c : n.children())
-                attr(c.attribute("sqref"), true);
+                attr(c, "sqref", true);
         } else if (std::strcmp(ln, "extLst") == 0) {
             // x14 conditional formats and validations: xm:sqref and xm:f
             walkElements(n, [&](pugi::xml_node c) {
@@ -119,6 +123,8 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
                         if (auto r = sq(c.text().get())) {
                             c.text().set(r->c_str());
                             changed = true;
+                            if (r->empty())
+                                gone.push_back(c.parent());
                         }
                 } else if (std::strcmp(cl, "f") == 0) {
                     text(c);
@@ -128,6 +134,18 @@ bool rewriteSheetXml(pugi::xml_node root, Fn fn, bool sqrefToo,
                 return true;
             });
         }
+    }
+    for (auto g : gone) {
+        auto parent = g.parent();
+        parent.remove_child(g);
+        if (auto count = parent.attribute("count")) {
+            int n = 0;
+            for (auto c : parent.children())
+                n += c.type() == pugi::node_element;
+            count.set_value(n);
+        }
+        if (!parent.first_child() && parent != root)
+            parent.parent().remove_child(parent);
     }
     return changed;
 }
@@ -185,7 +203,9 @@ void BookImpl::open(const std::filesystem::path& path)
         throw Error("パーツ " + workbookPart + " はブックではありません: " + fileLabel(path));
     std::string ns = root.attribute("xmlns").value();
     if (ns.find("purl.oclc.org") != std::string::npos)
-        throw Error("Strict Open XML 形式のブックには対応していません: " + fileLabel(path));
+        throw Error("Strict Open XML 形式のブックには対応していません。Excel で「Excel ブック (*.xlsx)」"
+                    "の形式で保存し直して下さい: " +
+                    fileLabel(path));
     auto rels = pkg->relationships(workbookPart);
     auto relById = [&](const std::string& id) -> const Relationship* {
         for (auto& r : rels)
@@ -249,6 +269,13 @@ SharedStrings& BookImpl::strings()
     return sst;
 }
 
+Styles& BookImpl::editStyles()
+{
+    if (!styles.loaded())
+        styles.create(*pkg, workbookPart);
+    return styles;
+}
+
 pugi::xml_node BookImpl::definedNames(bool create)
 {
     auto root = wb.document_element();
@@ -296,12 +323,39 @@ bool BookImpl::modified() const
     if (wbDirty || sst.dirty() || styles.dirty() || pkg->modified())
         return true;
     for (auto& s : sheets)
-        if (s->dirty || s->drawingDirty)
+        if (s->dirty || s->partsDirty())
             return true;
     for (auto& [k, d] : chartsDirty)
         if (d)
             return true;
     return false;
+}
+
+void BookImpl::checkRows(const SheetImpl& s, std::size_t count) const
+{
+    std::string where = "シート \"" + s.name + "\"";
+    int prev = s.written ? s.written->below - 1 : 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Row& row = s.rows[i];
+        if (row.r <= prev || row.r > kMaxRow)
+            throw Error(where + " の行番号が不正です（" + std::to_string(row.r) + "）。");
+        prev = row.r;
+        int pc = 0;
+        for (auto& c : row.cells) {
+            if (c.col <= pc || c.col > kMaxCol)
+                throw Error(where + " の行 " + std::to_string(row.r) + " のセルの順序が不正です。");
+            pc = c.col;
+            if (c.style >= 0 && styles.loaded() && static_cast<std::size_t>(c.style) >= styles.xfCount())
+                throw Error(where + " のセル " + cellName(row.r, c.col) + " の書式番号が範囲外です。");
+            if (c.type == TShared) {
+                std::size_t idx = 0;
+                auto res = std::from_chars(c.v.data(), c.v.data() + c.v.size(), idx);
+                if (res.ec != std::errc() || idx >= sst.size())
+                    throw Error(where + " のセル " + cellName(row.r, c.col) +
+                                " の共有文字列番号が範囲外です。");
+            }
+        }
+    }
 }
 
 void BookImpl::validate()
@@ -311,27 +365,7 @@ void BookImpl::validate()
         if (!s.loaded)
             continue;
         std::string where = "シート \"" + s.name + "\"";
-        int prev = 0;
-        for (auto& row : s.rows) {
-            if (row.r <= prev || row.r > kMaxRow)
-                throw Error(where + " の行番号が不正です（" + std::to_string(row.r) + "）。");
-            prev = row.r;
-            int pc = 0;
-            for (auto& c : row.cells) {
-                if (c.col <= pc || c.col > kMaxCol)
-                    throw Error(where + " の行 " + std::to_string(row.r) + " のセルの順序が不正です。");
-                pc = c.col;
-                if (c.style >= 0 && styles.loaded() && static_cast<std::size_t>(c.style) >= styles.xfCount())
-                    throw Error(where + " のセル " + cellName(row.r, c.col) + " の書式番号が範囲外です。");
-                if (c.type == TShared) {
-                    std::size_t idx = 0;
-                    auto res = std::from_chars(c.v.data(), c.v.data() + c.v.size(), idx);
-                    if (res.ec != std::errc() || idx >= sst.size())
-                        throw Error(where + " のセル " + cellName(row.r, c.col) +
-                                    " の共有文字列番号が範囲外です。");
-                }
-            }
-        }
+        checkRows(s, s.rows.size());
         std::vector<CellRange> m = s.merges;
         std::sort(m.begin(), m.end(), [](auto& a, auto& b) { return a.firstRow < b.firstRow; });
         for (std::size_t i = 0; i < m.size(); ++i) {
@@ -383,8 +417,10 @@ void BookImpl::validate()
 
 void BookImpl::save(const std::filesystem::path& target)
 {
-    if (modified() || valuesChanged) {
+    if (valuesChanged) {
         // Cached results of formulas would be stale: drop them and let the reader recalculate.
+        // A change of the workbook alone (a sheet hidden, a name set) leaves them as they are, and
+        // the sheets that were not opened stay unparsed.
         for (auto& s : sheets) {
             if (s->part.empty())
                 continue;
@@ -416,13 +452,10 @@ void BookImpl::save(const std::filesystem::path& target)
     validate();
     for (auto& s : sheets) {
         if (s->dirty) {
-            pkg->write(s->part, s->serialize());
+            pkg->writeStreamed(s->part, [sheet = s.get()](PartSink& out) { sheet->writeTo(out); });
             s->dirty = false;
         }
-        if (s->drawingDirty) {
-            pkg->write(s->drawingPart, Package::serialize(*s->drawing));
-            s->drawingDirty = false;
-        }
+        s->flushParts();
     }
     for (auto& [part, d] : chartsDirty)
         if (d) {
@@ -442,21 +475,20 @@ void BookImpl::save(const std::filesystem::path& target)
 // ---------------------------------------------------------------------------------------------
 // Row insertion
 
-void SheetImpl::insertRows(int top, int count)
+void SheetImpl::checkInsert(int top, int count)
 {
     checkRow(top);
+    checkHeld(top);
     if (count < 0 || count > kMaxRow)
         throw Error("挿入する行数が不正です。");
-    if (count == 0)
-        return;
     ensureLoaded();
     std::string where = "シート \"" + name + "\"";
-    // --- checks: nothing is changed before all of them pass
-    int last = rows.empty() ? 0 : rows.back().r;
-    for (auto& m : merges)
-        last = std::max(last, m.lastRow);
-    if (last >= top && last + count > kMaxRow)
-        throw Error(where + " に行を挿入すると最終行（1048576行）を超えます。");
+    // values are never pushed off the sheet; formatting alone may fall off its end
+    for (auto it = rows.rbegin(); it != rows.rend() && it->r >= top && it->r > kMaxRow - count; ++it)
+        for (auto& c : it->cells)
+            if (c.holdsValue())
+                throw Error(where + " に行を挿入すると、セル " + cellName(it->r, c.col) +
+                            " の値が最終行（1048576行）を超えます。");
     for (auto& row : hasFormulas ? rows : std::vector<Row>{})
         for (auto& c : row.cells) {
             if (!c.hasFormula())
@@ -476,105 +508,101 @@ void SheetImpl::insertRows(int top, int count)
                 }
             }
         }
-    Package& pkg = *book->pkg;
-    std::vector<std::string> movingTables; // tables wholly below the insertion row
-    for (auto& rel : pkg.relationships(part)) {
-        if (rel.external)
-            continue;
-        if (rel.type.find("/pivotTable") != std::string::npos)
-            throw Error(where + " にはピボットテーブルがあるため行を挿入できません。");
-        if (rel.type.size() >= 6 && rel.type.compare(rel.type.size() - 6, 6, "/table") == 0 &&
-            pkg.has(rel.resolved)) {
-            pugi::xml_document t;
-            Package::parseXml(t, pkg.read(rel.resolved), rel.resolved);
-            int r1 = 0, c1 = 0, r2 = 0, c2 = 0;
-            if (!parseRange(t.document_element().attribute("ref").value(), r1, c1, r2, c2))
-                throw Error("パーツ " + rel.resolved + " のテーブル範囲が不正です。");
-            if (r1 < top && top <= r2)
-                throw Error(where + " のテーブル（" +
-                            std::string(t.document_element().attribute("ref").value()) +
-                            "）が挿入位置にまたがるため行を挿入できません。");
-            if (r2 >= top)
-                movingTables.push_back(rel.resolved);
-        }
-        if (rel.type.size() >= 9 && rel.type.compare(rel.type.size() - 9, 9, "/comments") == 0 &&
-            pkg.has(rel.resolved)) {
-            // comments hang on cells through a drawing the engine does not move: refuse only
-            // when one sits where rows move
-            pugi::xml_document cm;
-            Package::parseXml(cm, pkg.read(rel.resolved), rel.resolved);
-            for (auto c : childL(cm.document_element(), "commentList").children()) {
-                int r1, c1, r2, c2;
-                if (parseRange(c.attribute("ref").value(), r1, c1, r2, c2) && r2 >= top)
-                    throw Error(where + " のセル " + std::string(c.attribute("ref").value()) +
-                                " にコメントがあるため、その上に行を挿入できません。");
-            }
-        }
-    }
-    // formulas on every sheet that point at this sheet: computed first, applied afterwards
+    if (hasPivotTable)
+        throw Error(where +
+                    " にはピボットテーブルがあるため、行を挿入できません。ピボットテーブルを別のシートに"
+                    "移してから指定して下さい。");
+    for (auto& source : book->pivotSourceSheets())
+        if (sameSheetName(source, name))
+            throw Error(where + " のデータを元にしたピボットテーブルがあるため、行を挿入できません。"
+                                "ピボットテーブルの元データを別のシートに移してから指定して下さい。");
+    checkObjects(top, count);
+    for (auto& t : tables)
+        if (t.ref.firstRow < top && top <= t.ref.lastRow)
+            throw Error(where + " のテーブル \"" +
+                        std::string(t.doc->document_element().attribute("displayName").value()) + "\"（" +
+                        cellName(t.ref.firstRow, t.ref.firstCol) + ":" +
+                        cellName(t.ref.lastRow, t.ref.lastCol) + "）が行 " + std::to_string(top) +
+                        " の挿入位置にまたがるため、行を挿入できません。テーブルを1ページの中に収めるか、"
+                        "通常のセル範囲に変換して下さい。");
+}
+
+namespace
+{
+
+// Formulas on every sheet and defined names that point at a sheet, as they read after count rows
+// are inserted at top: computed before anything changes. Refuses 3-D references.
+struct FormulaShift {
     struct Pending {
         SheetImpl* sheet;
         Cell* cell;
         std::string f;
     };
-    std::vector<Pending> pending;
-    bool threeD = false;
-    for (auto& sp : book->sheets) {
-        if (sp->part.empty())
-            continue;
-        sp->ensureLoaded();
-        if (!sp->hasFormulas)
-            continue;
-        for (auto& row : sp->rows)
-            for (auto& c : row.cells) {
-                if (!c.hasFormula() || c.x->f.empty())
-                    continue;
-                if (auto nf = shiftForInsert(c.x->f, sp->name, name, top, count, &threeD))
-                    pending.push_back({sp.get(), &c, std::move(*nf)});
-            }
+    std::vector<Pending> cells;
+    std::vector<std::pair<pugi::xml_node, std::string>> names;
+
+    FormulaShift(BookImpl& book, const std::string& target, int top, int count)
+    {
+        bool threeD = false;
+        for (auto& sp : book.sheets) {
+            if (sp->part.empty())
+                continue;
+            sp->ensureLoaded();
+            if (!sp->hasFormulas)
+                continue;
+            for (auto& row : sp->rows)
+                for (auto& c : row.cells) {
+                    if (!c.hasFormula() || c.x->f.empty())
+                        continue;
+                    if (auto nf = shiftForInsert(c.x->f, sp->name, target, top, count, &threeD))
+                        cells.push_back({sp.get(), &c, std::move(*nf)});
+                }
+        }
+        if (auto dn = book.definedNames(false))
+            for (auto n : dn.children())
+                if (auto nf = shiftForInsert(n.text().get(), "", target, top, count, &threeD))
+                    names.emplace_back(n, std::move(*nf));
+        if (threeD)
+            throw Error("このブックには複数シートにまたがる参照（3-D参照）があるため、シート \"" + target +
+                        "\" に行を挿入できません。");
     }
-    std::vector<std::pair<pugi::xml_node, std::string>> pendingNames;
-    if (auto dn = book->definedNames(false))
-        for (auto n : dn.children())
-            if (auto nf = shiftForInsert(n.text().get(), "", name, top, count, &threeD))
-                pendingNames.emplace_back(n, std::move(*nf));
-    if (threeD)
-        throw Error("このブックには複数シートにまたがる参照（3-D参照）があるため、シート \"" + name +
-                    "\" に行を挿入できません。");
+};
+
+} // namespace
+
+void SheetImpl::insertRows(int top, int count, const std::vector<long long>& heights)
+{
+    // --- checks: nothing is changed before all of them pass
+    checkInsert(top, count);
+    if (count == 0)
+        return;
+    FormulaShift shift(*book, name, top, count);
 
     // --- apply
+    book->valuesChanged = true; // cells change places: what a formula reads may differ
+    moveObjects(top, count, heights); // measures the rows as they are before they move
     auto firstMoving =
         std::lower_bound(rows.begin(), rows.end(), top, [](const Row& a, int v) { return a.r < v; });
     for (auto it = firstMoving; it != rows.end(); ++it)
         it->r += count;
-    for (auto& p : pending) {
+    // rows pushed off the end held formatting only
+    rows.erase(
+        std::lower_bound(rows.begin(), rows.end(), kMaxRow + 1, [](const Row& a, int v) { return a.r < v; }),
+        rows.end());
+    for (auto& p : shift.cells) {
         auto nx = std::make_shared<CellExtra>(*p.cell->x);
         nx->f = std::move(p.f);
         p.cell->x = std::move(nx);
         p.sheet->dirty = true;
         book->formulasMoved = true;
     }
-    for (auto& [n, f] : pendingNames)
+    for (auto& [n, f] : shift.names)
         n.text().set(f.c_str());
-    for (auto& tp : movingTables) {
-        pugi::xml_document t;
-        Package::parseXml(t, pkg.read(tp), tp);
-        auto root = t.document_element();
-        auto moveRef = [&](pugi::xml_node n) {
-            if (n && n.attribute("ref"))
-                if (auto r = shiftSqrefForInsert(n.attribute("ref").value(), top, count))
-                    n.attribute("ref").set_value(r->c_str());
-        };
-        moveRef(root);
-        moveRef(childL(root, "autoFilter"));
-        moveRef(childL(root, "sortState"));
-        pkg.write(tp, Package::serialize(t));
-    }
-    if (!pendingNames.empty())
+    if (!shift.names.empty())
         book->wbDirty = true;
-    for (auto it = firstMoving; hasFormulas && it != rows.end(); ++it)
+    for (auto it = rows.begin(); hasFormulas && it != rows.end(); ++it)
         for (auto& c : it->cells)
-            if (c.hasFormula()) {
+            if (c.hasFormula() && it->r >= top + count) {
                 for (auto& kv : c.x->fAttrs)
                     if (kv.first == "ref")
                         if (auto nr = shiftSqrefForInsert(kv.second, top, count)) {
@@ -588,15 +616,19 @@ void SheetImpl::insertRows(int top, int count)
             }
     for (auto& m : merges) {
         if (m.firstRow >= top) {
-            m.firstRow += count;
-            m.lastRow += count;
+            m.firstRow = std::min(m.firstRow, kMaxRow + 1 - count) + count;
+            m.lastRow = std::min(m.lastRow, kMaxRow - count) + count;
         } else if (m.lastRow >= top) {
-            m.lastRow += count;
+            m.lastRow = std::min(m.lastRow, kMaxRow - count) + count;
         }
     }
+    merges.erase(std::remove_if(merges.begin(), merges.end(), [](auto& m) { return m.firstRow > kMaxRow; }),
+                 merges.end());
     for (auto& b : breaks)
         if (b.id + 1 >= top)
-            b.id += count;
+            b.id = b.id < kMaxRow - count ? b.id + count : kMaxRow;
+    breaks.erase(std::remove_if(breaks.begin(), breaks.end(), [](auto& b) { return b.id >= kMaxRow; }),
+                 breaks.end());
     auto fn = [&](std::string_view f) { return shiftForInsert(f, name, name, top, count); };
     auto sq = [&](std::string_view s) { return shiftSqrefForInsert(s, top, count); };
     rewriteSheetXml(doc.document_element(), fn, true, sq);
@@ -607,23 +639,31 @@ void SheetImpl::insertRows(int top, int count)
             if (rewriteSheetXml(sp->doc.document_element(), f2, false, sq))
                 sp->dirty = true;
         }
-    if (!drawingPart.empty()) {
-        auto& d = drawingDoc();
-        for (auto a : d.document_element().children()) {
-            for (const char* which : {"from", "to"}) {
-                auto rowNode = childL(childL(a, which), "row");
-                if (!rowNode)
-                    continue;
-                int r0 = rowNode.text().as_int(0);
-                if (r0 + 1 >= top) {
-                    rowNode.text().set(r0 + count);
-                    drawingDirty = true;
-                }
-            }
-        }
-    }
     book->rewriteChartFormulas([&](std::string_view f) { return shiftForInsert(f, "", name, top, count); });
     dirty = true;
+}
+
+void BookImpl::warn(const std::string& text)
+{
+    if (std::find(warnings.begin(), warnings.end(), text) == warnings.end())
+        warnings.push_back(text);
+}
+
+const std::vector<std::string>& BookImpl::pivotSourceSheets()
+{
+    if (!pivotSources) {
+        std::vector<std::string> v;
+        for (auto& r : pkg->relationships(workbookPart))
+            if (!r.external && endsWith(r.type, "/pivotCacheDefinition") && pkg->has(r.resolved)) {
+                pugi::xml_document d;
+                Package::parseXml(d, pkg->read(r.resolved), r.resolved);
+                auto ws = childL(childL(d.document_element(), "cacheSource"), "worksheetSource");
+                if (ws.attribute("sheet"))
+                    v.push_back(ws.attribute("sheet").value());
+            }
+        pivotSources = std::move(v);
+    }
+    return *pivotSources;
 }
 
 } // namespace detail
@@ -674,6 +714,7 @@ static SheetImpl& loadedSheet(SheetImpl* s)
 std::string Worksheet::cellText(int row, int col) const
 {
     auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
     const Cell* c = s.findCell(row, col);
     return c ? detail::cellText(*s.book, *c) : std::string();
 }
@@ -681,6 +722,7 @@ std::string Worksheet::cellText(int row, int col) const
 std::optional<double> Worksheet::cellNumber(int row, int col) const
 {
     auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
     const Cell* c = s.findCell(row, col);
     if (!c || !c->hasV || !(c->type == TNone || c->type == TBool))
         return std::nullopt;
@@ -694,13 +736,32 @@ std::optional<double> Worksheet::cellNumber(int row, int col) const
 std::string Worksheet::cellFormula(int row, int col) const
 {
     auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
     const Cell* c = s.findCell(row, col);
     return c && c->hasFormula() ? c->x->f : std::string();
 }
 
 bool Worksheet::hasCell(int row, int col) const
 {
-    return loadedSheet(impl_).findCell(row, col) != nullptr;
+    auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
+    return s.findCell(row, col) != nullptr;
+}
+
+// A text into a cell, whose format stays; a table's column takes a header cell's text as its name.
+static void writeText(SheetImpl& s, int row, int col, std::string_view utf8)
+{
+    auto& sst = s.book->strings();
+    int idx = sst.intern(utf8);
+    Cell& c = s.cellFor(row, col);
+    if (c.type != TShared)
+        sst.addRefs(1);
+    c.type = TShared;
+    c.hasV = true;
+    c.v = std::to_string(idx);
+    valueWritten(s, c);
+    if (auto name = s.headerWritten(row, col, std::string(utf8)))
+        writeText(s, row, col, *name);
 }
 
 void Worksheet::setText(int row, int col, std::string_view utf8)
@@ -712,15 +773,7 @@ void Worksheet::setText(int row, int col, std::string_view utf8)
         throw Error("セル " + cellName(row, col) + " に書く文字列が32767文字を超えています。");
     s.checkRow(row);
     s.checkCol(col);
-    auto& sst = s.book->strings();
-    int idx = sst.intern(std::string(utf8));
-    Cell& c = s.cellFor(row, col);
-    if (c.type != TShared)
-        sst.addRefs(1);
-    c.type = TShared;
-    c.hasV = true;
-    c.v = std::to_string(idx);
-    valueWritten(s, c);
+    writeText(s, row, col, utf8);
 }
 
 void Worksheet::setNumber(int row, int col, double value)
@@ -728,6 +781,8 @@ void Worksheet::setNumber(int row, int col, double value)
     auto& s = loadedSheet(impl_);
     if (!std::isfinite(value))
         throw Error("セル " + cellName(row, col) + " に書く数値が不正です（無限大または非数）。");
+    if (s.inTableHeader(row, col)) // a table's column names are texts
+        return writeText(s, row, col, numberText(value));
     Cell& c = s.cellFor(row, col);
     if (c.type == TShared)
         s.book->sst.addRefs(-1);
@@ -742,6 +797,7 @@ void Worksheet::clearValue(int row, int col)
     auto& s = loadedSheet(impl_);
     s.checkRow(row);
     s.checkCol(col);
+    s.checkHeld(row);
     if (!s.findCell(row, col))
         return;
     Cell& c = s.cellFor(row, col);
@@ -752,16 +808,37 @@ void Worksheet::clearValue(int row, int col)
     c.v.clear();
     c.x.reset();
     valueWritten(s, c);
+    if (auto name = s.headerWritten(row, col, std::string()))
+        writeText(s, row, col, *name);
+}
+
+static int numFmtFor(SheetImpl& s, std::string_view code)
+{
+    if (code.empty() || code.size() > 255 || !validUtf8(code))
+        throw Error("表示形式 \"" + std::string(code) + "\" が不正です。");
+    return s.book->editStyles().numFmtId(code);
 }
 
 void Worksheet::setNumberFormat(int row, int col, std::string_view code)
 {
     auto& s = loadedSheet(impl_);
-    if (code.empty() || code.size() > 255 || !validUtf8(code))
-        throw Error("表示形式 \"" + std::string(code) + "\" が不正です。");
     StylePatch p;
-    p.numFmt = s.book->styles.loaded() ? s.book->styles.numFmtId(std::string(code)) : 0;
+    p.numFmt = numFmtFor(s, code);
     s.applyStyle(row, col, p);
+}
+
+void Worksheet::setFormat(int row, int col, const FormatChange& change)
+{
+    auto& s = loadedSheet(impl_);
+    StylePatch p;
+    if (!change.numberFormat.empty())
+        p.numFmt = numFmtFor(s, change.numberFormat);
+    if (change.align)
+        p.align = static_cast<int>(*change.align);
+    if (change.strike)
+        p.strike = *change.strike ? 1 : 0;
+    if (p.numFmt >= 0 || p.align >= 0 || p.strike >= 0)
+        s.applyStyle(row, col, p);
 }
 
 void Worksheet::setHorizontalAlignment(int row, int col, HAlign align)
@@ -787,6 +864,7 @@ void Worksheet::setFill(int row, int col, std::uint32_t rgb)
 
 static int styleOf(SheetImpl& s, int row, int col)
 {
+    s.checkHeld(row);
     const Cell* c = s.findCell(row, col);
     if (c)
         return c->style < 0 ? 0 : c->style;
@@ -826,6 +904,7 @@ int Worksheet::lastUsedRow() const
 std::optional<double> Worksheet::rowHeight(int row) const
 {
     auto& s = loadedSheet(impl_);
+    s.checkHeld(row);
     const Row* r = s.findRow(row);
     if (!r)
         return std::nullopt;
@@ -877,11 +956,17 @@ void Worksheet::insertRows(int row, int count)
     loadedSheet(impl_).insertRows(row, count);
 }
 
+bool Worksheet::writeOutRowsAbove(int row)
+{
+    return loadedSheet(impl_).writeOutAbove(row);
+}
+
 PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
 {
     auto& s = loadedSheet(impl_);
     s.checkRow(firstRow);
     s.checkRow(lastRow);
+    s.checkHeld(firstRow);
     if (lastRow < firstRow)
         throw Error("ページの行範囲が不正です（" + std::to_string(firstRow) + "〜" + std::to_string(lastRow) +
                     "）。");
@@ -907,8 +992,7 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
             fd->breakRows.push_back(b.id + 1);
     fd->extras = std::make_shared<pugi::xml_document>();
     auto holder = fd->extras->append_child("form");
-    auto cf = holder.append_child("cf"), dv = holder.append_child("dv"), hl = holder.append_child("hl"),
-         an = holder.append_child("anchors");
+    auto cf = holder.append_child("cf"), dv = holder.append_child("dv"), hl = holder.append_child("hl");
     auto inside = [&](std::string_view sqref) {
         bool any = false, ok = true;
         rewriteSqref(sqref, [&](Ref& r) {
@@ -921,6 +1005,11 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
         return any && ok;
     };
     auto root = s.doc.document_element();
+    // what would stop a page from being added is found now, before anything is written
+    if (lastRow < kMaxRow) {
+        s.checkInsert(lastRow + 1, lastRow - firstRow + 1);
+        FormulaShift threeD(*s.book, s.name, lastRow + 1, lastRow - firstRow + 1);
+    }
     for (auto n : root.children()) {
         const char* ln = lname(n);
         if (std::strcmp(ln, "conditionalFormatting") == 0 && inside(n.attribute("sqref").value()))
@@ -935,16 +1024,8 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
                     hl.append_copy(h);
         }
     }
-    if (!s.drawingPart.empty()) {
-        for (auto a : s.drawingDoc().document_element().children()) {
-            auto fromRow = childL(childL(a, "from"), "row");
-            if (!fromRow)
-                continue;
-            int r0 = fromRow.text().as_int(-1);
-            if (r0 + 1 >= firstRow && r0 + 1 <= lastRow)
-                an.append_copy(a);
-        }
-    }
+    s.snapshotObjects(*fd, holder);
+    s.checkPaste(*fd);
     PageForm f;
     f.data_ = std::move(fd);
     return f;
@@ -964,7 +1045,8 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
     std::size_t newBreaks = fd.breakRows.size();
     if (s.breaks.size() + newBreaks > 1023)
         throw Error("シート \"" + s.name + "\" の改ページが多すぎます（1枚のシートに1023まで）。");
-    s.insertRows(topRow, n);
+    s.checkPaste(fd);
+    s.insertRows(topRow, n, fd.rowHeights);
     // rows
     std::vector<Row> copies;
     copies.reserve(fd.rows.size());
@@ -1082,30 +1164,7 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
             }
         }
     }
-    if (auto ans = holder.child("anchors"); ans.first_child() && !s.drawingPart.empty()) {
-        auto& dd = s.drawingDoc();
-        auto droot = dd.document_element();
-        unsigned maxId = 0;
-        walkElements(droot, [&](pugi::xml_node c) {
-            if (std::strcmp(lname(c), "cNvPr") == 0)
-                maxId = std::max(maxId, c.attribute("id").as_uint(0));
-            return false;
-        });
-        for (auto a : ans.children()) {
-            auto copy = droot.append_copy(a);
-            for (const char* which : {"from", "to"}) {
-                auto rowNode = childL(childL(copy, which), "row");
-                if (rowNode)
-                    rowNode.text().set(rowNode.text().as_int(0) + d);
-            }
-            walkElements(copy, [&](pugi::xml_node c) {
-                if (std::strcmp(lname(c), "cNvPr") == 0 && c.attribute("id"))
-                    c.attribute("id").set_value(++maxId);
-                return false;
-            });
-        }
-        s.drawingDirty = true;
-    }
+    s.pasteObjects(fd, topRow);
     s.dirty = true;
 }
 
@@ -1282,6 +1341,35 @@ std::vector<std::string> Workbook::sheetNames() const
     for (auto& s : impl_->sheets)
         v.push_back(s->name);
     return v;
+}
+
+void Workbook::showOnlySheet(std::size_t index)
+{
+    BookImpl& book = *impl_;
+    if (index >= book.sheets.size())
+        throw Error("シート番号 " + std::to_string(index + 1) + " はありません: " + fileLabel(path()));
+    const std::string& keep = book.sheets[index]->name;
+    auto root = book.wb.document_element();
+    int tab = 0, position = 0;
+    for (auto sh : childL(root, "sheets").children()) {
+        if (std::strcmp(lname(sh), "sheet") != 0)
+            continue;
+        auto state = sh.attribute("state");
+        if (keep == sh.attribute("name").value()) {
+            tab = position;
+            sh.remove_attribute(state);
+        } else if (std::strcmp(state.value(), "veryHidden") != 0) {
+            (state ? state : sh.append_attribute("state")).set_value("hidden");
+        }
+        ++position;
+    }
+    for (auto view : childL(root, "bookViews").children()) {
+        for (const char* name : {"activeTab", "firstSheet"}) {
+            auto a = view.attribute(name);
+            (a ? a : view.append_attribute(name)).set_value(tab);
+        }
+    }
+    book.wbDirty = true;
 }
 
 std::size_t Workbook::sheetCount() const

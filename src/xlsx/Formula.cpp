@@ -421,19 +421,19 @@ std::optional<std::string> rewriteSqref(std::string_view sqref, const RefVisitor
 namespace
 {
 
+// As the spreadsheet does: a range that reaches past the last row ends at the last row, and a
+// reference pushed off the sheet becomes #REF!.
 bool insertVisit(Ref& r, int top, int count)
 {
     bool rowsMeaningful = r.a.row > 0;
     if (!rowsMeaningful)
         return false;
-    auto bump = [&](int& row) {
-        row += count;
-        if (row > kMaxRow)
-            throw Error("行の挿入で参照が最終行（1048576行）を超えます。");
+    auto bump = [&](int& row, bool clamp) {
+        row = row > kMaxRow - count ? (clamp ? kMaxRow : kMaxRow + 1) : row + count;
     };
     if (!r.isRange) {
         if (r.a.row >= top) {
-            bump(r.a.row);
+            bump(r.a.row, false);
             return true;
         }
         return false;
@@ -441,15 +441,34 @@ bool insertVisit(Ref& r, int top, int count)
     int& lo = r.a.row <= r.b.row ? r.a.row : r.b.row;
     int& hi = r.a.row <= r.b.row ? r.b.row : r.a.row;
     if (lo >= top) {
-        bump(lo);
-        bump(hi);
+        bump(lo, false);
+        bump(hi, lo <= kMaxRow);
         return true;
     }
     if (hi >= top) {
-        bump(hi);
+        bump(hi, true);
         return true;
     }
     return false;
+}
+
+// A sqref without the ranges that became #REF!; empty when none is left.
+std::optional<std::string> dropLost(std::optional<std::string> sqref)
+{
+    if (!sqref || sqref->find("#REF!") == std::string::npos)
+        return sqref;
+    std::string out;
+    std::size_t start = 0;
+    while (start <= sqref->size()) {
+        std::size_t end = sqref->find(' ', start);
+        if (end == std::string::npos)
+            end = sqref->size();
+        std::string_view piece(sqref->data() + start, end - start);
+        if (!piece.empty() && piece.find("#REF!") == std::string_view::npos)
+            out += (out.empty() ? "" : " ") + std::string(piece);
+        start = end + 1;
+    }
+    return out;
 }
 
 } // namespace
@@ -475,7 +494,7 @@ std::optional<std::string> shiftForInsert(std::string_view formula, std::string_
 
 std::optional<std::string> shiftSqrefForInsert(std::string_view sqref, int top, int count)
 {
-    return rewriteSqref(sqref, [&](Ref& r) { return insertVisit(r, top, count); });
+    return dropLost(rewriteSqref(sqref, [&](Ref& r) { return insertVisit(r, top, count); }));
 }
 
 std::optional<std::string> shiftForCopy(std::string_view formula, int rows, int cols)
@@ -522,6 +541,41 @@ std::optional<std::string> renameSheetInFormula(std::string_view formula, std::s
         r.sheet = std::string(to);
         return true;
     });
+}
+
+std::optional<std::string> renameTableInFormula(std::string_view formula, std::string_view from,
+                                                std::string_view to)
+{
+    std::string out;
+    std::size_t copied = 0;
+    for (std::size_t i = 0; i < formula.size();) {
+        char c = formula[i];
+        if (c == '"' || c == '\'') { // text and quoted sheet names
+            std::size_t j = i + 1;
+            while (j < formula.size() &&
+                   !(formula[j] == c && (j + 1 >= formula.size() || formula[j + 1] != c)))
+                j += formula[j] == c ? 2 : 1;
+            i = j + 1;
+            continue;
+        }
+        if (!isIdentChar(c)) {
+            ++i;
+            continue;
+        }
+        std::size_t j = i;
+        while (j < formula.size() && isIdentChar(formula[j]))
+            ++j;
+        if (j < formula.size() && formula[j] == '[' && sameSheetName(formula.substr(i, j - i), from)) {
+            out.append(formula.substr(copied, i - copied));
+            out.append(to);
+            copied = j;
+        }
+        i = j;
+    }
+    if (copied == 0)
+        return std::nullopt;
+    out.append(formula.substr(copied));
+    return out;
 }
 
 } // namespace xlsx::detail

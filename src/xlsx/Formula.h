@@ -41,8 +41,9 @@ std::optional<std::string> rewriteFormula(std::string_view formula, const RefVis
 std::optional<std::string> rewriteSqref(std::string_view sqref, const RefVisitor& visit);
 
 // Inserting count rows at row top of sheet `target`; `own` is the sheet the text lives on
-// (empty for defined names). Throws xlsx::Error when a reference would leave the sheet.
-// Sets *sawThreeD when a 3-D reference was seen.
+// (empty for defined names). A range reaching past the last row ends there; a reference pushed off
+// the sheet becomes #REF! (and leaves a sqref, which may become empty). Sets *sawThreeD when a
+// 3-D reference was seen.
 std::optional<std::string> shiftForInsert(std::string_view formula, std::string_view own,
                                           std::string_view target, int top, int count,
                                           bool* sawThreeD = nullptr);
@@ -51,6 +52,10 @@ std::optional<std::string> shiftSqrefForInsert(std::string_view sqref, int top, 
 // Copying a formula by rows/cols: relative parts move, $ parts stay; out of range gives #REF!.
 std::optional<std::string> shiftForCopy(std::string_view formula, int rows, int cols);
 std::optional<std::string> shiftSqrefForCopy(std::string_view sqref, int rows);
+
+// Renaming a table in structured references (Table1[Column]).
+std::optional<std::string> renameTableInFormula(std::string_view formula, std::string_view from,
+                                                std::string_view to);
 
 // Renaming a sheet in qualifiers.
 std::optional<std::string> renameSheetInFormula(std::string_view formula, std::string_view from,

@@ -12,8 +12,10 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -41,6 +43,8 @@ struct Cell {
     std::string v;
     std::shared_ptr<CellExtra> x;
     bool hasFormula() const { return x && x->hasF; }
+    // A value, a formula or inline text: what cannot silently fall off the end of the sheet.
+    bool holdsValue() const { return hasV || hasFormula() || (x && !x->raw.empty()); }
 };
 
 struct Row {
@@ -93,9 +97,9 @@ public:
     void load(Package& pkg, const std::string& part);
     void create(Package& pkg, const std::string& workbookPart);
     bool exists() const { return !part_.empty(); }
-    std::size_t size() const { return items_.size(); }
+    std::size_t size() const { return items_.size() + (keyEntry_.size() - firstAddedKey_); }
     std::string text(std::size_t index) const;
-    int intern(const std::string& text); // plain text entry
+    int intern(std::string_view text); // plain text entry
     void addRefs(long long n)
     {
         refDelta_ += n;
@@ -105,10 +109,26 @@ public:
     void flush(Package& pkg);
 
 private:
+    void index();
+    std::string_view key(std::size_t k) const
+    {
+        const std::size_t start = k == 0 ? 0 : keyEnds_[k - 1];
+        return std::string_view(keyTexts_).substr(start, keyEnds_[k] - start);
+    }
+    void addKey(std::string_view text, int entry);
+    void rehash(std::size_t slots);
+    void writeTo(PartSink& out);
+
     std::string part_;
-    pugi::xml_document doc_;
+    pugi::xml_document doc_; // the part as read; entries added since are kept below
     std::vector<pugi::xml_node> items_;
-    std::unordered_map<std::string, int> plain_;
+    // The texts of the plain entries, one after another (keys): first those of the part as read,
+    // then every entry added, in order. A hash table of key numbers finds a text's entry.
+    std::string keyTexts_;
+    std::vector<std::uint32_t> keyEnds_;
+    std::vector<int> keyEntry_;
+    std::size_t firstAddedKey_ = 0;
+    std::vector<std::uint32_t> slots_; // key + 1; 0 is free
     bool indexed_ = false;
     bool dirty_ = false;
     long long refDelta_ = 0;
@@ -126,10 +146,11 @@ class Styles
 {
 public:
     void load(Package& pkg, const std::string& part);
+    void create(Package& pkg, const std::string& workbookPart);
     bool loaded() const { return !part_.empty(); }
     std::size_t xfCount() const { return xfs_.size(); }
     int derive(int base, const StylePatch& patch);
-    int numFmtId(const std::string& code);
+    int numFmtId(std::string_view code);
     std::string numFmtCode(int xf) const;
     std::string codeOfId(int numFmtId) const;
     HAlign align(int xf) const;
@@ -139,7 +160,11 @@ public:
     void flush(Package& pkg);
 
 private:
+    static constexpr long long kMaxNumFmtId = 1 << 20;
+    void index();
+    void ensureBase();
     void indexAll();
+    int deriveOnce(int base, const StylePatch& patch);
     int deriveChanged(int base, const StylePatch& patch);
     int intern(pugi::xml_node container, std::vector<pugi::xml_node>& list,
                std::unordered_map<std::string, int>& map, pugi::xml_node candidate);
@@ -149,11 +174,16 @@ private:
     std::unordered_map<std::string, int> fontMap_, fillMap_, xfMap_;
     std::map<int, std::string> numFmts_;
     std::map<std::pair<int, std::string>, int> memo_;
+    // derive's answers by base and patch (numFmt, align, strike, fill), and the last format looked up.
+    std::map<std::tuple<int, int, int, int, long long>, int> derived_;
+    std::string lastCode_;
+    int lastCodeId_ = -1;
     bool interned_ = false;
     bool dirty_ = false;
 };
 
 struct BookImpl;
+struct SheetImpl;
 
 struct FormData {
     const BookImpl* book = nullptr;
@@ -163,7 +193,41 @@ struct FormData {
     std::vector<int> breakRows; // rows that start a page inside the form
     long long sharedRefs = 0;
     bool hasFormulas = false;
-    std::shared_ptr<pugi::xml_document> extras; // <cf>, <dv>, <hl>, <anchors> holders
+    std::shared_ptr<pugi::xml_document> extras; // <cf>, <dv>, <hl>, <anchors>, <notes>, <tables> holders
+    std::vector<long long> rowHeights;          // EMU of every form row, for the objects pasted with it
+};
+
+// A part hanging on a sheet (its drawing, its notes and their shapes, a table), parsed when first
+// needed; every number the engine computes with is checked then, before anything is edited.
+struct SheetPart {
+    enum Kind { Drawing, Comments, Vml, Table, Threaded };
+    Kind kind = Drawing;
+    std::string part;
+    std::unique_ptr<pugi::xml_document> doc;
+    bool dirty = false;
+    CellRange ref;       // tables: the table's range
+    bool header = true;  // tables: the first row holds the column names
+    long long maxId = 0; // drawings: the highest picture id
+    explicit operator bool() const { return !part.empty(); }
+};
+
+// Vertical positions on a sheet in EMU (12700 a point), from its row heights; a block of inserted
+// rows can be laid in without changing the sheet, to see where things will be after an insertion.
+class RowGeometry
+{
+public:
+    explicit RowGeometry(const SheetImpl& s);
+    void insert(int at, const std::vector<long long>& heights);
+    long long top(int r) const; // top edge of row r (1..kMaxRow + 1)
+    int rowAt(long long y, long long& offset) const;
+
+private:
+    long long def_ = 0;
+    std::vector<int> rows_;        // rows of their own height
+    std::vector<long long> extra_; // extra_[i]: sum of (height - default) of rows_[0..i)
+    int at_ = 0;
+    std::vector<long long> block_; // prefix sums of the inserted rows' heights
+    long long plain(int r) const;
 };
 
 struct SheetImpl {
@@ -183,9 +247,23 @@ struct SheetImpl {
     std::vector<Break> breaks;
     Attrs breaksAttrs;
     std::vector<std::pair<std::pair<int, int>, int>> colStyles; // (min,max) -> style
-    std::string drawingPart;
-    std::unique_ptr<pugi::xml_document> drawing;
-    bool drawingDirty = false;
+    double defaultRowPoints = 15;
+    SheetPart drawing, comments, vml; // vml: the shapes of notes and form controls
+    std::vector<SheetPart> tables, threaded;
+    bool hasPivotTable = false;
+
+    // The cells that rows span, 1-based; 0 when there is none.
+    struct Extent {
+        int minR = 0, maxR = 0, minC = 0, maxC = 0;
+        void add(const Row& row);
+    };
+    // Rows written out ahead of the save: compressed into the part and no longer held.
+    struct WrittenRows {
+        int below = 1; // the first row still held
+        Extent extent;
+        DeflateStream stream;
+    };
+    std::unique_ptr<WrittenRows> written;
 
     void load();
     void ensureLoaded()
@@ -193,7 +271,10 @@ struct SheetImpl {
         if (!loaded)
             load();
     }
-    std::string serialize();
+    // Writes the part: the XML around the rows, the rows written out before and the rows held.
+    void writeTo(PartSink& out);
+    bool writeOutAbove(int row);
+    void checkHeld(int r) const; // throws for a row that was written out
 
     Row* findRow(int r);
     const Row* findRow(int r) const;
@@ -202,9 +283,30 @@ struct SheetImpl {
     Cell& cellFor(int r, int c);
     int defaultStyle(int r, int c);
     int lastUsedRow() const;
-    pugi::xml_document& drawingDoc();
+    double rowPoints(int r) const; // height in points, 0 when hidden
+    double rowPoints(const Row& row) const;
+    long long rowEmu(int r) const;
 
-    void insertRows(int top, int count);
+    // Objects.cpp: the parts hanging on the sheet
+    pugi::xml_document& partDoc(SheetPart& p);
+    void loadParts();
+    bool partsDirty() const;
+    void flushParts();
+    std::vector<SheetPart*> allParts();
+    void checkObjects(int top, int count);
+    void moveObjects(int top, int count, const std::vector<long long>& inserted);
+    void snapshotObjects(FormData& fd, pugi::xml_node holder);
+    void checkPaste(const FormData& fd);
+    void pasteObjects(const FormData& fd, int topRow);
+    void pasteTable(pugi::xml_node form, int d, int first, int last);
+    bool inTableHeader(int r, int c);
+    // After a write into a table's header cell: the column takes the cell's text as its name; the
+    // name the cell must show instead when that text is empty or taken by another column.
+    std::optional<std::string> headerWritten(int r, int c, const std::string& text);
+
+    // Refusals of an insertion of count rows at top, before anything changes.
+    void checkInsert(int top, int count);
+    void insertRows(int top, int count, const std::vector<long long>& heights = {});
     void checkRow(int r) const;
     void checkCol(int c) const;
     void applyStyle(int r, int c, const StylePatch& p);
@@ -223,15 +325,25 @@ struct BookImpl {
     std::map<std::string, bool> chartsDirty;
     bool formulasMoved = false;
     bool valuesChanged = false;
+    std::optional<std::vector<std::string>> pivotSources; // sheets pivot caches read from
+    std::optional<std::set<std::string>> tableNames;      // table and defined names, lower case
+    long long lastTableId = 0;                            // highest table id in the workbook
+    long long highestShapeBlock = -1; // of the shape numbers legacy drawings use, once read
 
     void open(const std::filesystem::path& path);
     void validate();
+    // Checks the first count rows of a sheet: order, cell order, style and shared-string numbers.
+    void checkRows(const SheetImpl& s, std::size_t count) const;
     void save(const std::filesystem::path& target);
     bool modified() const;
     SharedStrings& strings();
+    Styles& editStyles(); // the style table, created when the workbook has none
     pugi::xml_node definedNames(bool create);
     std::vector<std::string> chartParts();
     pugi::xml_document& chart(const std::string& part);
+    void warn(const std::string& text);
+    void tableCatalog(); // reads every table's id and name before new ones are made
+    const std::vector<std::string>& pivotSourceSheets();
     // Passes every formula of every chart through fn and keeps what it changes.
     void rewriteChartFormulas(const std::function<std::optional<std::string>(std::string_view)>& fn);
 };

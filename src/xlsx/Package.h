@@ -3,13 +3,17 @@
 
 #include <pugixml.hpp>
 
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 typedef struct zip zip_t;
+typedef struct z_stream_s z_stream;
 
 namespace xlsx::detail
 {
@@ -21,6 +25,44 @@ struct Relationship {
     bool external = false;
     std::string resolved; // part name for internal targets
 };
+
+// Raw deflate data that ends on a byte boundary without a final block, with the CRC-32 and length
+// of what it holds: a piece of a part compressed ahead of the save.
+struct DeflatedPiece {
+    const std::vector<std::string>* data = nullptr; // the compressed bytes, in blocks
+    std::uint32_t crc = 0;
+    std::uint64_t size = 0;
+};
+
+// Compresses text as it comes, keeping the compressed bytes (raw deflate, fastest level).
+class DeflateStream
+{
+public:
+    DeflateStream();
+    ~DeflateStream();
+    DeflateStream(const DeflateStream&) = delete;
+    DeflateStream& operator=(const DeflateStream&) = delete;
+    void add(std::string_view text);
+    // Everything added so far; more can be added afterwards.
+    DeflatedPiece piece();
+
+private:
+    void run(int flush);
+    std::unique_ptr<z_stream> z_;
+    std::vector<std::string> out_; // blocks of a fixed capacity: growing never copies what was written
+    std::uint32_t crc_ = 0;
+    std::uint64_t size_ = 0;
+};
+
+// Receives the bytes of a part that is produced while the package is written.
+class PartSink
+{
+public:
+    virtual ~PartSink() = default;
+    virtual void write(std::string_view bytes) = 0;
+    virtual void write(const DeflatedPiece& piece) = 0;
+};
+using PartProducer = std::function<void(PartSink&)>;
 
 class Package
 {
@@ -35,6 +77,8 @@ public:
     std::vector<std::string> partNames() const;
     const std::string& read(const std::string& name);
     void write(const std::string& name, std::string bytes);
+    // The part's bytes are produced at save, straight into the file, and not kept in memory.
+    void writeStreamed(const std::string& name, PartProducer producer);
     void remove(const std::string& name);
     bool modified() const;
 
@@ -62,11 +106,13 @@ private:
         std::string name; // as in the zip
         long long index = -1;
         std::string bytes;
+        PartProducer producer;
         bool loaded = false;
         bool dirty = false;
         bool added = false;
         bool removed = false;
     };
+    Entry& entryFor(const std::string& name);
     Entry* find(const std::string& name);
     const Entry* find(const std::string& name) const;
     pugi::xml_document& contentTypes();

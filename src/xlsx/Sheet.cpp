@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 namespace xlsx::detail
@@ -65,6 +66,17 @@ int parseIntAttr(const char* s, int lo, int hi, const std::string& what)
     if (res.ec != std::errc() || res.ptr != s + len || v < lo || v > hi)
         throw Error(what + " の値 \"" + std::string(s) + "\" が不正です。");
     return v;
+}
+
+// A row height in points: Excel allows up to 409 points; anything else keeps the default.
+double heightPoints(const char* text, double fallback)
+{
+    double h = 0;
+    auto len = std::strlen(text);
+    auto res = std::from_chars(text, text + len, h);
+    if (res.ec != std::errc() || !(h >= 0 && h <= 409.5))
+        return fallback;
+    return h;
 }
 
 } // namespace
@@ -246,7 +258,7 @@ void SheetImpl::load()
             if (b.type() != pugi::node_element)
                 continue;
             Break br;
-            br.id = b.attribute("id").as_int(0);
+            br.id = parseIntAttr(b.attribute("id").value(), 0, kMaxRow - 1, part + " の改ページ位置");
             for (auto a : b.attributes())
                 if (std::strcmp(a.name(), "id") != 0)
                     br.attrs.emplace_back(a.name(), a.value());
@@ -257,21 +269,68 @@ void SheetImpl::load()
     if (auto cols = childL(root, "cols"))
         for (auto c : cols.children())
             if (c.attribute("style"))
-                colStyles.push_back({{c.attribute("min").as_int(0), c.attribute("max").as_int(0)},
-                                     c.attribute("style").as_int(0)});
-    for (auto& rel : pkg.relationships(part))
-        if (!rel.external && rel.type.size() > 8 && rel.type.compare(rel.type.size() - 8, 8, "/drawing") == 0)
-            drawingPart = rel.resolved;
+                colStyles.push_back(
+                    {{parseIntAttr(c.attribute("min").value(), 1, kMaxCol, part + " の列番号"),
+                      parseIntAttr(c.attribute("max").value(), 1, kMaxCol, part + " の列番号")},
+                     parseIntAttr(c.attribute("style").value(), 0, 1 << 24, part + " の列の書式")});
+    if (auto fmt = childL(root, "sheetFormatPr"); fmt.attribute("defaultRowHeight"))
+        defaultRowPoints = heightPoints(fmt.attribute("defaultRowHeight").value(), defaultRowPoints);
+    // the parts hanging on the sheet; the legacy drawing of the header and footer is not one of them
+    std::string legacyId;
+    if (auto ld = childL(root, "legacyDrawing"))
+        for (auto a : ld.attributes())
+            if (std::strstr(a.name(), ":id"))
+                legacyId = a.value();
+    auto endsWith = [](const std::string& t, const char* tail) {
+        std::size_t n = std::strlen(tail);
+        return t.size() >= n && t.compare(t.size() - n, n, tail) == 0;
+    };
+    for (auto& rel : pkg.relationships(part)) {
+        if (rel.external)
+            continue;
+        auto take = [&](SheetPart::Kind kind) {
+            SheetPart p;
+            p.kind = kind;
+            p.part = rel.resolved;
+            return p;
+        };
+        if (endsWith(rel.type, "/drawing"))
+            drawing = take(SheetPart::Drawing);
+        else if (endsWith(rel.type, "/comments"))
+            comments = take(SheetPart::Comments);
+        else if (endsWith(rel.type, "/vmlDrawing") && rel.id == legacyId)
+            vml = take(SheetPart::Vml);
+        else if (endsWith(rel.type, "/table"))
+            tables.push_back(take(SheetPart::Table));
+        else if (endsWith(rel.type, "/threadedComment"))
+            threaded.push_back(take(SheetPart::Threaded));
+        else if (endsWith(rel.type, "/pivotTable"))
+            hasPivotTable = true;
+    }
     loaded = true;
 }
 
-pugi::xml_document& SheetImpl::drawingDoc()
+double SheetImpl::rowPoints(int r) const
 {
-    if (!drawing) {
-        drawing = std::make_unique<pugi::xml_document>();
-        Package::parseXml(*drawing, book->pkg->read(drawingPart), drawingPart);
+    const Row* row = findRow(r);
+    return row ? rowPoints(*row) : defaultRowPoints;
+}
+
+double SheetImpl::rowPoints(const Row& row) const
+{
+    double h = defaultRowPoints;
+    for (auto& [k, v] : *row.attrs) {
+        if (k == "hidden" && (v == "1" || v == "true"))
+            return 0;
+        if (k == "ht")
+            h = heightPoints(v.c_str(), defaultRowPoints);
     }
-    return *drawing;
+    return h;
+}
+
+long long SheetImpl::rowEmu(int r) const
+{
+    return std::llround(rowPoints(r) * 12700);
 }
 
 Row* SheetImpl::findRow(int r)
@@ -317,8 +376,10 @@ int SheetImpl::defaultStyle(int r, int c)
             else if (k == "customFormat")
                 custom = v;
         }
-        if (!s.empty() && (custom == "1" || custom == "true"))
-            return std::atoi(s.c_str());
+        int style = -1;
+        auto res = std::from_chars(s.data(), s.data() + s.size(), style);
+        if (res.ec == std::errc() && style >= 0 && style <= 1 << 24 && (custom == "1" || custom == "true"))
+            return style;
     }
     for (auto& [range, style] : colStyles)
         if (c >= range.first && c <= range.second)
@@ -330,6 +391,7 @@ Cell& SheetImpl::cellFor(int r, int c)
 {
     checkRow(r);
     checkCol(c);
+    checkHeld(r);
     int style = -1;
     if (!findCell(r, c))
         style = defaultStyle(r, c);
@@ -346,48 +408,204 @@ Cell& SheetImpl::cellFor(int r, int c)
 
 int SheetImpl::lastUsedRow() const
 {
+    // Formatting alone does not count: some programs write formatted rows down to the last row.
     for (auto it = rows.rbegin(); it != rows.rend(); ++it)
-        if (!it->cells.empty())
-            return it->r;
-    return 0;
+        for (auto& c : it->cells)
+            if (c.holdsValue())
+                return it->r;
+    return written ? written->extent.maxR : 0;
 }
 
 void SheetImpl::applyStyle(int r, int c, const StylePatch& p)
 {
     Cell& cell = cellFor(r, c);
     int base = cell.style < 0 ? 0 : cell.style;
-    cell.style = book->styles.derive(base, p);
+    cell.style = book->editStyles().derive(base, p);
     dirty = true;
 }
 
-std::string SheetImpl::serialize()
+namespace
+{
+
+// The element names of a sheet, with the namespace prefix its root element uses.
+struct SheetTags {
+    std::string prefix, row, c, v, f;
+    explicit SheetTags(const pugi::xml_document& doc)
+    {
+        std::string rn = doc.document_element().name();
+        if (auto colon = rn.find(':'); colon != std::string::npos)
+            prefix = rn.substr(0, colon + 1);
+        row = prefix + "row";
+        c = prefix + "c";
+        v = prefix + "v";
+        f = prefix + "f";
+    }
+};
+
+void appendNumber(std::string& out, int n)
+{
+    char num[16];
+    out.append(num, std::to_chars(num, num + sizeof num, n).ptr);
+}
+
+void appendAttrs(std::string& out, const Attrs& attrs)
+{
+    for (auto& [k, v] : attrs) {
+        out += ' ';
+        out += k;
+        out += "=\"";
+        escapeXml(out, v, true);
+        out += '"';
+    }
+}
+
+void appendRow(std::string& body, const Row& row, const SheetTags& tags)
+{
+    body += '<';
+    body += tags.row;
+    body += " r=\"";
+    appendNumber(body, row.r);
+    body += '"';
+    appendAttrs(body, *row.attrs);
+    if (row.cells.empty()) {
+        body += "/>";
+        return;
+    }
+    body += '>';
+    for (auto& c : row.cells) {
+        body += '<';
+        body += tags.c;
+        body += " r=\"";
+        if (c.col <= 26)
+            body += static_cast<char>('A' + c.col - 1);
+        else
+            body += columnName(c.col);
+        appendNumber(body, row.r);
+        body += '"';
+        if (c.style >= 0) {
+            body += " s=\"";
+            appendNumber(body, c.style);
+            body += '"';
+        }
+        if (const char* t = typeName(c.type)) {
+            body += " t=\"";
+            body += t;
+            body += '"';
+        }
+        if (c.x)
+            appendAttrs(body, c.x->attrs);
+        bool hasF = c.hasFormula();
+        bool hasRaw = c.x && !c.x->raw.empty();
+        if (!hasF && !c.hasV && !hasRaw) {
+            body += "/>";
+            continue;
+        }
+        body += '>';
+        if (hasF) {
+            body += '<';
+            body += tags.f;
+            appendAttrs(body, c.x->fAttrs);
+            if (c.x->f.empty()) {
+                body += "/>";
+            } else {
+                body += '>';
+                escapeXml(body, c.x->f, false);
+                body += "</";
+                body += tags.f;
+                body += '>';
+            }
+        }
+        if (c.hasV) {
+            body += '<';
+            body += tags.v;
+            body += '>';
+            escapeXml(body, c.v, false);
+            body += "</";
+            body += tags.v;
+            body += '>';
+        }
+        if (hasRaw)
+            body += c.x->raw;
+        body += "</";
+        body += tags.c;
+        body += '>';
+    }
+    body += "</";
+    body += tags.row;
+    body += '>';
+}
+
+// Rows are handed on in pieces of about this size.
+constexpr std::size_t kPiece = 65536;
+
+} // namespace
+
+void SheetImpl::Extent::add(const Row& row)
+{
+    if (row.cells.empty())
+        return;
+    if (!minR)
+        minR = row.r;
+    maxR = row.r;
+    int c1 = row.cells.front().col, c2 = row.cells.back().col;
+    if (!minC || c1 < minC)
+        minC = c1;
+    maxC = std::max(maxC, c2);
+}
+
+void SheetImpl::checkHeld(int r) const
+{
+    if (written && r < written->below)
+        throw Error("シート " + name + " の行 " + std::to_string(r) +
+                    " は書き出し済みのため、読み書きできません。");
+}
+
+bool SheetImpl::writeOutAbove(int row)
+{
+    ensureLoaded();
+    // Formulas may refer to any row, and pictures and notes are placed by the heights of the rows
+    // they span: such sheets keep every row until the save.
+    if (hasFormulas || drawing || vml)
+        return false;
+    if (!written)
+        written = std::make_unique<WrittenRows>();
+    if (row <= written->below)
+        return true;
+    auto end = std::lower_bound(rows.begin(), rows.end(), row, [](const Row& a, int v) { return a.r < v; });
+    book->checkRows(*this, static_cast<std::size_t>(end - rows.begin()));
+    SheetTags tags(doc);
+    std::string buf;
+    for (auto it = rows.begin(); it != end; ++it) {
+        written->extent.add(*it);
+        appendRow(buf, *it, tags);
+        if (buf.size() >= kPiece) {
+            written->stream.add(buf);
+            buf.clear();
+        }
+    }
+    written->stream.add(buf);
+    rows.erase(rows.begin(), end);
+    written->below = row;
+    dirty = true;
+    return true;
+}
+
+void SheetImpl::writeTo(PartSink& out)
 {
     auto root = doc.document_element();
     // dimension
-    int minR = 0, maxR = 0, minC = 0, maxC = 0;
-    for (auto& row : rows) {
-        if (row.cells.empty())
-            continue;
-        if (!minR)
-            minR = row.r;
-        maxR = row.r;
-        int c1 = row.cells.front().col, c2 = row.cells.back().col;
-        if (!minC || c1 < minC)
-            minC = c1;
-        if (c2 > maxC)
-            maxC = c2;
-    }
+    Extent e = written ? written->extent : Extent{};
+    for (auto& row : rows)
+        e.add(row);
     if (auto dim = childL(root, "dimension")) {
-        std::string ref = minR ? cellName(minR, minC) : "A1";
-        if (minR && (maxR != minR || maxC != minC))
-            ref += ":" + cellName(maxR, maxC);
+        std::string ref = e.minR ? cellName(e.minR, e.minC) : "A1";
+        if (e.minR && (e.maxR != e.minR || e.maxC != e.minC))
+            ref += ":" + cellName(e.maxR, e.maxC);
         dim.attribute("ref") ? dim.attribute("ref").set_value(ref.c_str())
                              : dim.append_attribute("ref").set_value(ref.c_str());
     }
-    std::string prefix;
-    std::string rn = root.name();
-    if (auto colon = rn.find(':'); colon != std::string::npos)
-        prefix = rn.substr(0, colon + 1);
+    SheetTags tags(doc);
+    const std::string& prefix = tags.prefix;
     // merges
     if (auto mc = childL(root, "mergeCells"))
         root.remove_child(mc);
@@ -433,107 +651,25 @@ std::string SheetImpl::serialize()
     if (pos == std::string::npos)
         throw Error("シート " + name + " を書き出せません（内部エラー）。");
 
-    std::size_t cellCount = 0;
-    for (auto& row : rows)
-        cellCount += row.cells.size();
     std::string body;
-    body.reserve(xml.size() + rows.size() * 80 + cellCount * 40 + 64);
+    body.reserve(kPiece + 4096);
     body.append(xml, 0, pos);
     body += "<" + prefix + "sheetData>";
-    std::string rowTag = prefix + "row", cTag = prefix + "c", vTag = prefix + "v", fTag = prefix + "f";
-    char num[32];
+    if (written) {
+        out.write(body);
+        body.clear();
+        out.write(written->stream.piece());
+    }
     for (auto& row : rows) {
-        body += '<';
-        body += rowTag;
-        body += " r=\"";
-        body.append(num, std::to_chars(num, num + sizeof num, row.r).ptr);
-        body += '"';
-        for (auto& [k, v] : *row.attrs) {
-            body += ' ';
-            body += k;
-            body += "=\"";
-            escapeXml(body, v, true);
-            body += '"';
+        appendRow(body, row, tags);
+        if (body.size() >= kPiece) {
+            out.write(body);
+            body.clear();
         }
-        if (row.cells.empty()) {
-            body += "/>";
-            continue;
-        }
-        body += '>';
-        for (auto& c : row.cells) {
-            body += '<';
-            body += cTag;
-            body += " r=\"";
-            body += columnName(c.col);
-            body.append(num, std::to_chars(num, num + sizeof num, row.r).ptr);
-            body += '"';
-            if (c.style >= 0) {
-                body += " s=\"";
-                body.append(num, std::to_chars(num, num + sizeof num, c.style).ptr);
-                body += '"';
-            }
-            if (const char* t = typeName(c.type)) {
-                body += " t=\"";
-                body += t;
-                body += '"';
-            }
-            if (c.x)
-                for (auto& [k, v] : c.x->attrs) {
-                    body += ' ';
-                    body += k;
-                    body += "=\"";
-                    escapeXml(body, v, true);
-                    body += '"';
-                }
-            bool hasF = c.hasFormula();
-            bool hasRaw = c.x && !c.x->raw.empty();
-            if (!hasF && !c.hasV && !hasRaw) {
-                body += "/>";
-                continue;
-            }
-            body += '>';
-            if (hasF) {
-                body += '<';
-                body += fTag;
-                for (auto& [k, v] : c.x->fAttrs) {
-                    body += ' ';
-                    body += k;
-                    body += "=\"";
-                    escapeXml(body, v, true);
-                    body += '"';
-                }
-                if (c.x->f.empty()) {
-                    body += "/>";
-                } else {
-                    body += '>';
-                    escapeXml(body, c.x->f, false);
-                    body += "</";
-                    body += fTag;
-                    body += '>';
-                }
-            }
-            if (c.hasV) {
-                body += '<';
-                body += vTag;
-                body += '>';
-                escapeXml(body, c.v, false);
-                body += "</";
-                body += vTag;
-                body += '>';
-            }
-            if (hasRaw)
-                body += c.x->raw;
-            body += "</";
-            body += cTag;
-            body += '>';
-        }
-        body += "</";
-        body += rowTag;
-        body += '>';
     }
     body += "</" + prefix + "sheetData>";
     body.append(xml, pos + tag.size(), std::string::npos);
-    return body;
+    out.write(body);
 }
 
 } // namespace xlsx::detail

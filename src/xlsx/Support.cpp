@@ -1,6 +1,7 @@
 // XML helpers, shared strings and the style table.
 #include "Internal.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -151,6 +152,12 @@ std::string encodeEscapes(std::string_view s)
 
 void escapeXml(std::string& out, std::string_view s, bool attribute)
 {
+    // Most values (numbers, string indices, plain text) need nothing escaped.
+    if (s.find_first_of(attribute ? std::string_view("&<>\"\r\n\t") : std::string_view("&<>\r")) ==
+        std::string_view::npos) {
+        out += s;
+        return;
+    }
     for (char c : s) {
         switch (c) {
         case '&':
@@ -208,26 +215,45 @@ void SharedStrings::load(Package& pkg, const std::string& part)
             items_.push_back(si);
 }
 
-void SharedStrings::create(Package& pkg, const std::string& workbookPart)
+// Starts a new part of the workbook: a document with its root element, named after kind in the
+// workbook's folder (a number added when the name is taken).
+static pugi::xml_node newWorkbookPart(Package& pkg, std::string& part, const std::string& workbookPart,
+                                      pugi::xml_document& doc, const std::string& kind, const char* root)
 {
     auto slash = workbookPart.rfind('/');
     std::string dir = slash == std::string::npos ? std::string() : workbookPart.substr(0, slash + 1);
-    part_ = dir + "sharedStrings.xml";
-    int k = 1;
-    while (pkg.has(part_))
-        part_ = dir + "sharedStrings" + std::to_string(++k) + ".xml";
-    auto decl = doc_.append_child(pugi::node_declaration);
+    part = dir + kind + ".xml";
+    for (int k = 2; pkg.has(part); ++k)
+        part = dir + kind + std::to_string(k) + ".xml";
+    auto decl = doc.append_child(pugi::node_declaration);
     decl.append_attribute("version") = "1.0";
     decl.append_attribute("encoding") = "UTF-8";
     decl.append_attribute("standalone") = "yes";
-    auto root = doc_.append_child("sst");
-    root.append_attribute("xmlns") = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+    auto r = doc.append_child(root);
+    r.append_attribute("xmlns") = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+    return r;
+}
+
+// Registers a part made by newWorkbookPart (content type, relationship from the workbook) and puts
+// its first bytes into the package, so that the package is complete from here on.
+static void addPart(Package& pkg, const std::string& part, const std::string& workbookPart,
+                    const pugi::xml_document& doc, const std::string& kind)
+{
+    auto slash = workbookPart.rfind('/');
+    std::size_t dir = slash == std::string::npos ? 0 : slash + 1;
+    pkg.setOverride(part, "application/vnd.openxmlformats-officedocument.spreadsheetml." + kind + "+xml");
+    pkg.addRelationship(workbookPart,
+                        "http://schemas.openxmlformats.org/officeDocument/2006/relationships/" + kind,
+                        part.substr(dir));
+    pkg.write(part, Package::serialize(doc));
+}
+
+void SharedStrings::create(Package& pkg, const std::string& workbookPart)
+{
+    auto root = newWorkbookPart(pkg, part_, workbookPart, doc_, "sharedStrings", "sst");
     root.append_attribute("count") = "0";
     root.append_attribute("uniqueCount") = "0";
-    pkg.setOverride(part_, "application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml");
-    pkg.addRelationship(workbookPart,
-                        "http://schemas.openxmlformats.org/officeDocument/2006/relationships/sharedStrings",
-                        part_.substr(dir.size()));
+    addPart(pkg, part_, workbookPart, doc_, "sharedStrings");
     dirty_ = true;
 }
 
@@ -246,43 +272,112 @@ static void collectText(const pugi::xml_node& n, std::string& out)
 
 std::string SharedStrings::text(std::size_t index) const
 {
-    if (index >= items_.size())
-        return {};
+    if (index >= items_.size()) {
+        const std::size_t k = firstAddedKey_ + (index - items_.size());
+        return k < keyEntry_.size() ? std::string(key(k)) : std::string();
+    }
     std::string out;
     collectText(items_[index], out);
     return decodeEscapes(out);
 }
 
-int SharedStrings::intern(const std::string& text)
+void SharedStrings::rehash(std::size_t count)
 {
-    if (!indexed_) {
-        for (std::size_t i = 0; i < items_.size(); ++i) {
-            auto si = items_[i];
-            auto first = si.first_child();
-            if (first && first == si.last_child() && std::strcmp(lname(first), "t") == 0)
-                plain_.emplace(decodeEscapes(first.text().get()), static_cast<int>(i));
-        }
-        indexed_ = true;
+    slots_.assign(count, 0);
+    for (std::size_t k = 0; k < keyEntry_.size(); ++k) {
+        std::size_t i = std::hash<std::string_view>()(key(k)) & (count - 1);
+        while (slots_[i])
+            i = (i + 1) & (count - 1);
+        slots_[i] = static_cast<std::uint32_t>(k + 1);
     }
-    auto it = plain_.find(text);
-    if (it != plain_.end())
-        return it->second;
-    std::string prefix;
-    std::string rn = doc_.document_element().name();
-    if (auto colon = rn.find(':'); colon != std::string::npos)
-        prefix = rn.substr(0, colon + 1);
-    auto si = doc_.document_element().append_child((prefix + "si").c_str());
-    auto t = si.append_child((prefix + "t").c_str());
-    if (!text.empty() &&
-        (text.front() == ' ' || text.back() == ' ' || text.front() == '\t' || text.back() == '\t' ||
-         text.find('\n') != std::string::npos || text.find('\r') != std::string::npos))
-        t.append_attribute("xml:space") = "preserve";
-    t.text().set(encodeEscapes(text).c_str());
-    int idx = static_cast<int>(items_.size());
-    items_.push_back(si);
-    plain_.emplace(text, idx);
+}
+
+void SharedStrings::addKey(std::string_view text, int entry)
+{
+    keyTexts_ += text;
+    keyEnds_.push_back(static_cast<std::uint32_t>(keyTexts_.size()));
+    keyEntry_.push_back(entry);
+    if (keyEntry_.size() * 2 > slots_.size()) {
+        rehash(std::max<std::size_t>(1024, slots_.size() * 2));
+        return;
+    }
+    std::size_t i = std::hash<std::string_view>()(text) & (slots_.size() - 1);
+    while (slots_[i])
+        i = (i + 1) & (slots_.size() - 1);
+    slots_[i] = static_cast<std::uint32_t>(keyEntry_.size());
+}
+
+void SharedStrings::index()
+{
+    // The first plain entry of a text is the one a new cell of that text refers to.
+    for (std::size_t i = 0; i < items_.size(); ++i) {
+        auto si = items_[i];
+        auto first = si.first_child();
+        if (first && first == si.last_child() && std::strcmp(lname(first), "t") == 0)
+            addKey(decodeEscapes(first.text().get()), static_cast<int>(i));
+    }
+    firstAddedKey_ = keyEntry_.size();
+    indexed_ = true;
+}
+
+int SharedStrings::intern(std::string_view text)
+{
+    if (!indexed_)
+        index();
+    if (!slots_.empty()) {
+        std::size_t i = std::hash<std::string_view>()(text) & (slots_.size() - 1);
+        while (std::uint32_t k = slots_[i]) {
+            if (key(k - 1) == text)
+                return keyEntry_[k - 1];
+            i = (i + 1) & (slots_.size() - 1);
+        }
+    }
+    if (keyTexts_.size() + text.size() > 0xFFFFFFFFu)
+        throw Error("共有文字列が多すぎます。");
+    int idx = static_cast<int>(size());
+    addKey(text, idx);
     dirty_ = true;
     return idx;
+}
+
+void SharedStrings::writeTo(PartSink& out)
+{
+    // The part as read, with the added entries written in before the root's end tag.
+    const char* kMark = "BH-SST-ADDED-7d41";
+    auto root = doc_.document_element();
+    auto mark = root.append_child(pugi::node_pcdata);
+    mark.set_value(kMark);
+    std::string xml = Package::serialize(doc_);
+    root.remove_child(mark);
+    auto pos = xml.rfind(kMark);
+    if (pos == std::string::npos)
+        throw Error("共有文字列を書き出せません（内部エラー）。");
+    std::string prefix;
+    std::string rn = root.name();
+    if (auto colon = rn.find(':'); colon != std::string::npos)
+        prefix = rn.substr(0, colon + 1);
+    const std::string si = "<" + prefix + "si>", t = "<" + prefix + "t", tEnd = "</" + prefix + "t>",
+                      siEnd = "</" + prefix + "si>";
+    std::string body = xml.substr(0, pos);
+    for (std::size_t k = firstAddedKey_; k < keyEntry_.size(); ++k) {
+        const std::string_view text = key(k);
+        body += si;
+        body += t;
+        if (!text.empty() &&
+            (text.front() == ' ' || text.back() == ' ' || text.front() == '\t' || text.back() == '\t' ||
+             text.find('\n') != std::string::npos || text.find('\r') != std::string::npos))
+            body += " xml:space=\"preserve\"";
+        body += '>';
+        escapeXml(body, encodeEscapes(text), false);
+        body += tEnd;
+        body += siEnd;
+        if (body.size() >= 65536) {
+            out.write(body);
+            body.clear();
+        }
+    }
+    body.append(xml, pos + std::strlen(kMark), std::string::npos);
+    out.write(body);
 }
 
 void SharedStrings::flush(Package& pkg)
@@ -290,19 +385,20 @@ void SharedStrings::flush(Package& pkg)
     if (!dirty_)
         return;
     auto root = doc_.document_element();
-    long long count = root.attribute("count").as_llong(0) + refDelta_;
-    if (count < static_cast<long long>(items_.size()))
-        count = static_cast<long long>(items_.size());
+    const auto unique = static_cast<long long>(size());
+    long long count = std::clamp(root.attribute("count").as_llong(0), 0LL, 1LL << 40) + refDelta_;
+    if (count < unique)
+        count = unique;
     if (root.attribute("count"))
         root.attribute("count").set_value(count);
     else
         root.append_attribute("count") = count;
     if (root.attribute("uniqueCount"))
-        root.attribute("uniqueCount").set_value(static_cast<unsigned long long>(items_.size()));
+        root.attribute("uniqueCount").set_value(unique);
     else
-        root.append_attribute("uniqueCount") = static_cast<unsigned long long>(items_.size());
+        root.append_attribute("uniqueCount") = unique;
     refDelta_ = 0;
-    pkg.write(part_, Package::serialize(doc_));
+    pkg.writeStreamed(part_, [this](PartSink& out) { writeTo(out); });
     dirty_ = false;
 }
 
@@ -329,22 +425,86 @@ void Styles::load(Package& pkg, const std::string& part)
 {
     part_ = part;
     Package::parseXml(doc_, pkg.read(part), part);
+    index();
+}
+
+void Styles::index()
+{
     auto root = doc_.document_element();
+    numFmts_.clear();
     if (auto nf = childL(root, "numFmts"))
-        for (auto n : nf.children())
-            numFmts_[n.attribute("numFmtId").as_int(-1)] = n.attribute("formatCode").value();
-    if (auto f = childL(root, "fonts"))
-        for (auto n : f.children())
-            if (n.type() == pugi::node_element)
-                fonts_.push_back(n);
-    if (auto f = childL(root, "fills"))
-        for (auto n : f.children())
-            if (n.type() == pugi::node_element)
-                fills_.push_back(n);
-    if (auto x = childL(root, "cellXfs"))
-        for (auto n : x.children())
-            if (n.type() == pugi::node_element)
-                xfs_.push_back(n);
+        for (auto n : nf.children()) {
+            auto id = n.attribute("numFmtId");
+            if (!id)
+                continue;
+            // Built-in formats end at 163 and programs number their own upwards from 164.
+            long long v = id.as_llong(-1);
+            if (v < 0 || v > kMaxNumFmtId)
+                throw Error("パーツ " + part_ + " の表示形式番号 \"" + std::string(id.value()) +
+                            "\" が範囲外です。");
+            numFmts_[static_cast<int>(v)] = n.attribute("formatCode").value();
+        }
+    auto list = [&](const char* name, std::vector<pugi::xml_node>& out) {
+        out.clear();
+        if (auto f = childL(root, name))
+            for (auto n : f.children())
+                if (n.type() == pugi::node_element)
+                    out.push_back(n);
+    };
+    list("fonts", fonts_);
+    list("fills", fills_);
+    list("cellXfs", xfs_);
+}
+
+void Styles::create(Package& pkg, const std::string& workbookPart)
+{
+    newWorkbookPart(pkg, part_, workbookPart, doc_, "styles", "styleSheet");
+    ensureBase();
+    addPart(pkg, part_, workbookPart, doc_, "styles");
+}
+
+// A style table needs one font, the two reserved fills, one border and the default cell format
+// before a cell format can be derived; programs that write none of them are common.
+void Styles::ensureBase()
+{
+    auto root = doc_.document_element();
+    std::string prefix;
+    std::string rn = root.name();
+    if (auto colon = rn.find(':'); colon != std::string::npos)
+        prefix = rn.substr(0, colon + 1);
+    static const std::pair<const char*, const char*> base[] = {
+        {"fonts", "<font><sz val=\"11\"/><name val=\"Calibri\"/><family val=\"2\"/></font>"},
+        {"fills", "<fill><patternFill patternType=\"none\"/></fill><fill><patternFill "
+                  "patternType=\"gray125\"/></fill>"},
+        {"borders", "<border><left/><right/><top/><bottom/><diagonal/></border>"},
+        {"cellStyleXfs", "<xf numFmtId=\"0\" fontId=\"0\" fillId=\"0\" borderId=\"0\"/>"},
+        {"cellXfs", "<xf numFmtId=\"0\" fontId=\"0\" fillId=\"0\" borderId=\"0\" xfId=\"0\"/>"},
+        {"cellStyles", "<cellStyle name=\"Normal\" xfId=\"0\" builtinId=\"0\"/>"},
+    };
+    for (auto& [name, xml] : base) {
+        auto list = ensureChild(root, name, kStyleOrder);
+        if (list.find_child([](pugi::xml_node c) { return c.type() == pugi::node_element; }))
+            continue;
+        pugi::xml_document frag;
+        frag.load_string(xml);
+        int count = 0;
+        auto named = [&](pugi::xml_node c) {
+            c.set_name((prefix + c.name()).c_str());
+            return false;
+        };
+        for (auto n : frag.children()) {
+            auto copy = list.append_copy(n);
+            named(copy);
+            walkElements(copy, named);
+            ++count;
+        }
+        if (list.attribute("count"))
+            list.attribute("count").set_value(count);
+        else
+            list.append_attribute("count") = count;
+        dirty_ = true;
+    }
+    index();
 }
 
 void Styles::indexAll()
@@ -397,18 +557,25 @@ static const std::map<std::string, int>& builtinFormats()
     return m;
 }
 
-int Styles::numFmtId(const std::string& code)
+int Styles::numFmtId(std::string_view codeView)
 {
+    // A fill sets the same one or two formats on every line.
+    if (lastCodeId_ >= 0 && codeView == lastCode_)
+        return lastCodeId_;
+    const std::string code(codeView);
+    lastCode_ = code;
+    lastCodeId_ = -1;
     auto& b = builtinFormats();
     if (auto it = b.find(code); it != b.end())
-        return it->second;
+        return lastCodeId_ = it->second;
     int highest = 163;
     for (auto& [id, c] : numFmts_) {
         if (c == code)
-            return id;
+            return lastCodeId_ = id;
         highest = std::max(highest, id);
     }
     int id = highest + 1;
+    lastCodeId_ = id;
     auto root = doc_.document_element();
     auto nf = ensureChild(root, "numFmts", kStyleOrder);
     std::string prefix;
@@ -500,12 +667,20 @@ std::optional<std::uint32_t> Styles::fill(int xf) const
 
 int Styles::derive(int base, const StylePatch& patch)
 {
-    if (!loaded())
-        throw Error("ブックにスタイル（styles.xml）がないため書式を設定できません。");
+    if (fonts_.empty() || fills_.empty() || xfs_.empty())
+        ensureBase();
     if (base < 0 || static_cast<std::size_t>(base) >= xfs_.size())
         base = 0;
     if (xfs_.empty())
         throw Error("styles.xml にセル書式（cellXfs）がありません。");
+    const auto key = std::make_tuple(base, patch.numFmt, patch.align, patch.strike, patch.fill);
+    if (auto it = derived_.find(key); it != derived_.end())
+        return it->second;
+    return derived_[key] = deriveOnce(base, patch);
+}
+
+int Styles::deriveOnce(int base, const StylePatch& patch)
+{
     // a patch that changes nothing keeps the cell's format as it is
     StylePatch p = patch;
     if (p.numFmt >= 0 && numFmtCode(base) == codeOfId(p.numFmt))

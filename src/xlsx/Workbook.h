@@ -46,8 +46,8 @@ struct CellRange {
 };
 
 // A snapshot of the rows 1..N of a sheet (cells, styles, row heights, merges, page breaks,
-// conditional formats, validations, hyperlinks, drawing anchors), taken before the sheet is
-// filled and pasted again for every further page. Cheap to copy.
+// conditional formats, validations, hyperlinks, pictures, notes, tables), taken before the sheet
+// is filled and pasted again for every further page. Cheap to copy.
 class PageForm
 {
 public:
@@ -84,24 +84,43 @@ public:
     void setStrike(int row, int col, bool strike);
     void setFill(int row, int col, std::uint32_t rgb); // solid fill, 0xRRGGBB
 
+    // Several changes of a cell's format in one step; what is left unset stays as the cell has it.
+    struct FormatChange {
+        std::string_view numberFormat; // empty: unchanged
+        std::optional<HAlign> align;
+        std::optional<bool> strike;
+    };
+    void setFormat(int row, int col, const FormatChange& change);
+
     // Reading the effective format of a cell (for checks and tests).
     std::string numberFormat(int row, int col) const; // "General" when none
     HAlign horizontalAlignment(int row, int col) const;
     bool strike(int row, int col) const;
     std::optional<std::uint32_t> fillRgb(int row, int col) const; // solid fill colour if any
 
-    // The highest row holding any cell, styled empty cells included; 0 for an empty sheet.
+    // The highest row holding a value (a formula or text included); 0 for an empty sheet.
+    // Formatting alone does not count: some programs write formatted rows down to the last row.
     int lastUsedRow() const;
     std::optional<double> rowHeight(int row) const; // custom or stored height in points
 
     // Page forms: snapshot rows firstRow..lastRow (normally 1..page height) and insert a copy
     // at topRow with everything from topRow on shifted down (cells, merges, row heights,
-    // breaks, validations, conditional formats, hyperlinks, drawing anchors, formulas on every
-    // sheet, defined names). Relative row references inside the copy move with it.
+    // breaks, validations, conditional formats, hyperlinks, pictures, notes, tables, formulas
+    // on every sheet, defined names). Relative row references inside the copy move with it.
+    // The snapshot refuses what would stop a page from being added below it (a pivot table,
+    // a table across its end, 3-D references, numbers out of range), so that nothing has been
+    // written yet; what stays on page 1 only (form controls, charts) goes into warnings().
     PageForm snapshotRows(int firstRow, int lastRow) const;
     void pasteForm(const PageForm& form, int topRow);
-    // Insert count empty rows at row (everything from row on moves down).
+    // Insert count empty rows at row (everything from row on moves down). Pictures move and
+    // size as their placement says; formatting pushed past the last row falls off, values never.
     void insertRows(int row, int count);
+
+    // Writes the rows above row into the sheet's part now, compressed, and lets go of them: a long
+    // sheet filled from top to bottom then needs memory for its last rows only. Afterwards those
+    // rows can no longer be read or written, nor rows inserted above row (Error). A sheet that
+    // holds formulas keeps its rows (they may still have to move); false then.
+    bool writeOutRowsAbove(int row);
 
     // Manual page breaks: a break above row (row >= 2). Duplicates are ignored.
     void addRowBreakAbove(int row);
@@ -138,6 +157,10 @@ public:
     Worksheet& sheet(std::string_view name); // throws Error when there is no such sheet
     Worksheet& sheet(std::size_t index);     // 0-based
     std::optional<std::size_t> findSheet(std::string_view name) const;
+
+    // Hides every other sheet and makes this one the active tab, so that printing the workbook
+    // prints this sheet alone. Sheets that were very hidden stay so.
+    void showOnlySheet(std::size_t index);
 
     // Things the user should know about the workbook (macros, external links, ...), in
     // Japanese, one sentence each.

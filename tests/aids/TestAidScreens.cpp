@@ -113,17 +113,23 @@ private Q_SLOTS:
         QStringList captions;
         for (int i = 0; i < tabs->count(); ++i)
             captions << tabs->tabText(i);
-        QCOMPARE(captions.join(u' '), u"客先 品名 品名 品名 品名 メーカー 材質 材質 材質 材質 単位"_s);
+        QCOMPARE(captions.join(u' '),
+                 u"客先 品名1 品名2 品名3 品名4 メーカー 材質1 材質2 材質3 材質4 単位"_s);
         QCOMPARE(tabs->currentIndex(), 7);
+        for (int i = 0; i < tabs->count(); ++i) // only the material lists can fill a material field
+            QCOMPARE(tabs->isTabEnabled(i), i >= 6 && i <= 9);
         QCOMPARE(picker.list(7)->item(0)->text(), u"SUS304"_s);
-        // Other tabs are read when they are opened.
+        // Other tabs are read when they are opened; a unit never goes into the material field.
         QCOMPARE(picker.list(10)->count(), 0);
         tabs->setCurrentIndex(10);
         QCOMPARE(picker.list(10)->count(), 3);
         picker.list(10)->setCurrentRow(2);
         QTest::keyClick(picker.list(10), Qt::Key_Return);
+        QVERIFY(field.text().isEmpty() && picker.isVisible());
+        tabs->setCurrentIndex(7);
+        QTest::keyClick(picker.list(7), Qt::Key_Return);
         QCOMPARE(picker.result(), int(QDialog::Accepted));
-        QCOMPARE(field.text(), u"ｍ"_s);
+        QCOMPARE(field.text(), u"SUS304"_s);
         QVERIFY(f->messages.shown.isEmpty());
     }
 

@@ -11,6 +11,12 @@
 #include "SearchAidsGlue.h"
 #include "TestSupport.h"
 
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QTabWidget>
 
 using namespace Qt::StringLiterals;
@@ -165,14 +171,34 @@ private Q_SLOTS:
         });
         click(ed.get(), "cmdHinmeiHistory");
         QCOMPARE(textOf(ed.get(), "cboHinmei"), u"ボルト"_s);
-        // The list button beside the unit field opens the picker on the unit tab.
+        // Material history: a typed "S" stays as typed (no completion to a listed material); the
+        // input area's maker narrows the search, shows on the screen and can be let go there.
+        typeInto(ed.get(), "cboMaker", u"オリエンタル"_s);
+        typeInto(ed.get(), "cboZaishitu", QString());
+        QApplication::setActiveWindow(ed.get());
+        control<QComboBox>(ed.get(), "cboZaishitu")->setFocus();
+        QTest::keyClicks(control<QComboBox>(ed.get(), "cboZaishitu")->lineEdit(), u"S"_s);
+        QCOMPARE(textOf(ed.get(), "cboZaishitu"), u"S"_s);
+        whenModal<HistorySearchDialog>([](HistorySearchDialog* d) {
+            QCOMPARE(d->entries().size(), 1);
+            QCOMPARE(d->findChild<QLabel*>(u"lblMaker"_s)->text(), u"オリエンタル"_s);
+            d->findChild<QCheckBox*>(u"chkMaker"_s)->click();
+            QVERIFY(d->entries().size() > 1);
+            QTest::keyClick(d, Qt::Key_F5);
+        });
+        click(ed.get(), "cmdZaishituHistory");
+        QCOMPARE(textOf(ed.get(), "cboZaishitu"), u"S45C"_s);
+        // The unit list button opens the picker on the unit tab; a unit added there is in the
+        // editor's unit lists at once.
         whenModal<ListPickerDialog>([](ListPickerDialog* p) {
             QCOMPARE(p->tabs()->currentIndex(), 10);
-            p->list(10)->setCurrentRow(1);
+            p->findChild<QLineEdit*>(u"txtNewEntry"_s)->setText(u"缶"_s);
+            p->findChild<QPushButton*>(u"cmdAdd"_s)->click();
             QTest::keyClick(p, Qt::Key_F5);
         });
         click(ed.get(), "cmdListTani2");
-        QCOMPARE(textOf(ed.get(), "cboTani2"), u"本"_s);
+        QCOMPARE(textOf(ed.get(), "cboTani2"), u"缶"_s);
+        QVERIFY(control<QComboBox>(ed.get(), "cboTani")->findText(u"缶"_s) >= 0);
     }
 
     void dataSearchFillsTheSearchScreen()

@@ -92,6 +92,13 @@ private Q_SLOTS:
         QVERIFY(!ini.put(u"A"_s, u"K"_s, u"2"_s));
         QCOMPARE(m_msgs.texts().last(), u"ＩＮＩファイル書き込みエラー"_s);
         QCOMPARE(ini.get(u"A"_s, u"K"_s), u"1"_s);
+        QFile::setPermissions(m_path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+        // A stray control byte in a comment is read past; a NUL byte means no text file at all.
+        writeRaw("[A]\r\n; a stray \x07 in a comment\r\nK=1\r\n");
+        QCOMPARE(IniFile::describeDamage(m_path), QString());
+        writeRaw(QByteArray("[A]\r\n; a stray \x07 in a comment\r\nM=\0\r\n", 36));
+        QCOMPARE(IniFile::describeDamage(m_path),
+                 u"2 行目にテキストではないデータ（制御文字 0x07）があります。"_s);
     }
 
     void showMessageByKind()

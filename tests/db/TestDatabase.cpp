@@ -236,6 +236,10 @@ private Q_SLOTS:
         QCOMPARE(QStringList({back->user, back->name, back->date, back->designer}),
                  QStringList({u"ABC精機"_s, u"搬送ユニット改"_s, u"2024/05/01"_s, u"佐藤"_s}));
         QCOMPARE(rows(db, u"BUHINHYO"_s), 1);
+        // Keys and texts compare without regard to case, on every database.
+        QVERIFY(ReadHeader(db, h.assy, u"k-2401"_s, h.kind));
+        SaveHeader(db, {u"abc精機"_s, h.assy, u"k-2401"_s, h.kind, h.name, h.date, h.designer});
+        QCOMPARE(rows(db, u"BUHINHYO"_s), 1);
         SaveHeader(db, header(u"2"_s)); // the other kind is a table of its own
         QCOMPARE(rows(db, u"BUHINHYO"_s), 2);
     }
@@ -367,6 +371,39 @@ private Q_SLOTS:
             QCOMPARE(connect(u"[DBMS]\r\nDB="_s + kind + u"\r\n"_s + file).dbKind, u"LOCAL"_s);
         QVERIFY(!connect(file).endProgram);
         QCOMPARE(m_app->messages.shown.size(), 1);
+    }
+
+    void earlierDatabaseComparesTextWithoutCase()
+    {
+        // A database file as the schema made it before its text columns were caseless.
+        QString schema = QString::fromUtf8(readFileBytes(sourceDir() + u"/data/schema.sql"_s));
+        QVERIFY(schema.contains(u" COLLATE NOCASE"_s));
+        QFile old(m_app->path(u"old-schema.sql"_s));
+        QVERIFY(old.open(QIODevice::WriteOnly));
+        old.write(schema.remove(u" COLLATE NOCASE"_s).toUtf8());
+        old.write("INSERT INTO BUHINHYO (CH_DWGNO, CH_ASSY, CH_BUHIN) VALUES ('K-2401', '01', '1');\n"
+                  "INSERT INTO BUHINHYO_M (CH_DWGNO, CH_ASSY, CH_BUHIN, INT_SURYO) VALUES ('K-2401', '01', "
+                  "'1', 2.5);\n"
+                  "INSERT INTO BUHINHYO_M (CH_DWGNO, CH_ASSY, CH_BUHIN) VALUES ('K-2401', '01', '1');\n"
+                  "DELETE FROM BUHINHYO_M WHERE INT_NUMBER = 2;\n"
+                  "INSERT INTO SETTEI (CH_USER, CH_BUHIN) VALUES ('ABC精機', '1');\n");
+        old.close();
+        const QString file = makeSqliteDatabase(m_app->dir.path(), u"old.sqlite"_s, old.fileName());
+        // Opened by the program: rebuilt once, rows, numbers, numbering and indexes kept.
+        auto db = Database::openSqliteFile(file);
+        QCOMPARE(countRows(*db, u"SELECT * FROM BUHINHYO WHERE CH_ASSY  = '01' AND CH_DWGNO = 'k-2401' AND "
+                                u"CH_BUHIN = '1'"_s),
+                 1);
+        QCOMPARE(countRows(*db, u"SELECT * FROM SETTEI WHERE CH_USER = 'abc精機' and CH_BUHIN = '1'"_s), 1);
+        Recordset rs(*db, u"SELECT * FROM BUHINHYO_M WHERE CH_DWGNO = 'k-2401' ORDER BY CH_ZNO"_s);
+        QCOMPARE(rs.RecordCount(), 1);
+        QCOMPARE(rs.Field(u"INT_SURYO"_s), u"2.5"_s);
+        QSqlQuery q(db->sql());
+        QVERIFY(q.exec(u"INSERT INTO BUHINHYO_M (CH_DWGNO) VALUES ('K-2402')"_s));
+        QCOMPARE(q.lastInsertId().toInt(), 3);
+        QCOMPARE(countRows(*db, u"SELECT * FROM sqlite_master WHERE name IN ('BUHINHYO_M_TABLE', "
+                                u"'BUHINHYO_M_HINMEI', 'BUHINHYO_M_ZAISHITU')"_s),
+                 3);
     }
 
     void localFailuresEndTheProgramNamingTheFile()

@@ -90,6 +90,7 @@ private Q_SLOTS:
         EditorScreen* ed = openFromSearch(u"ベース組立"_s);
         QVERIFY(ed && ed->isVisible());
         QCOMPARE(ed->windowTitle(), u"部品表作成"_s);
+        QCOMPARE(control<QAbstractButton>(ed->gridView(), "grdBuhinCorner")->text(), u"№"_s);
         QCOMPARE(QStringList({label(ed, "lblTitle"), label(ed, "lblDwgNo"), label(ed, "lblAssy"),
                               label(ed, "lblName"), label(ed, "lblDate"), label(ed, "lblDesined"),
                               label(ed, "lblRow")}),
@@ -288,6 +289,37 @@ private Q_SLOTS:
         QVERIFY(m->setData(m->index(0, Suryo), u"3"_s));
         QVERIFY(m->setData(m->index(0, Biko), u"手入力"_s));
         QCOMPARE(textOf(ed, "txtSuryo") + textOf(ed, "txtBiko"), u"3手入力"_s);
+    }
+
+    void storedNumbersReadBackAsTheyWereTyped()
+    {
+        // Quantities, prices and amounts from 0.0001 to 2,147,483,647: shown as plain decimals,
+        // taken into the input area, transferred back by 表へ=>, saved and read back equal.
+        const QStringList numbers{u"0.0001"_s, u"2.5"_s, u"100000"_s, u"1000000"_s, u"2147483647"_s};
+        QList<QStringList> lines;
+        for (int i = 1; i <= numbers.size(); ++i)
+            lines << QStringList{QString::number(i), u"品"_s};
+        f->storeTable(u"D-100"_s, u"250-01"_s, u"1"_s, u"ベース組立"_s, u"A社"_s, lines);
+        f->exec(u"UPDATE BUHINHYO_M SET INT_SURYO = 1, INT_TANKA = "
+                "(SELECT v FROM (SELECT '1' z, 0.0001 v UNION SELECT '2', 2.5 UNION SELECT '3', 100000 "
+                "UNION SELECT '4', 1000000 UNION SELECT '5', 2147483647) WHERE z = CH_ZNO)"_s);
+        f->exec(u"UPDATE BUHINHYO_M SET INT_SURYO2 = INT_TANKA, INT_KINGK = INT_TANKA"_s);
+        const QString stored =
+            u"SELECT INT_SURYO, INT_SURYO2, INT_TANKA, INT_KINGK FROM BUHINHYO_M ORDER BY CH_ZNO"_s;
+        const QList<QStringList> before = f->rows(stored);
+        EditorScreen* ed = openFromSearch(u"ベース組立"_s);
+        QVERIFY(ed && showActive(ed));
+        for (int col : {Suryo2, Tanka, Kingk})
+            QCOMPARE(column(ed, col), numbers);
+        for (int row = 1; row <= numbers.size(); ++row) {
+            moveTo(ed, row);
+            QCOMPARE(textOf(ed, "txtTanka"), numbers[row - 1]);
+            click(ed, "cmdTransfer");
+        }
+        QVERIFY(f->messages.shown.isEmpty());
+        click(ed, "cmdUpdate");
+        QCOMPARE(f->shownBoxes(), QStringList{u"インフォメーション|登録しました。"_s});
+        QCOMPARE(f->rows(stored), before);
     }
 
     void previewHandsTheRequestOver()

@@ -1,18 +1,25 @@
 #include "Common.h"
+#include "CommonWidgets.h"
 #include "IniAccess.h"
 #include "Initial.h"
 #include "KVRInfo.h"
 #include "Main.h"
 #include "MainMenu.h"
+#include "QtJapanese.h"
 #include "RuntimeError.h"
 #include "ScreenTestHelpers.h"
 #include "TestSupport.h"
+#include "WidgetServices.h"
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDialogButtonBox>
 #include <QLabel>
 #include <QLockFile>
+#include <QMessageBox>
 #include <QPushButton>
+#include <QRegularExpression>
+#include <QScreen>
 #include <QString>
 #include <QStringList>
 #include <QtTest>
@@ -268,6 +275,33 @@ private Q_SLOTS:
         QCOMPARE(seen, u"プリンタ設定"_s);
     }
 
+    void closingTheMenuAsksEachScreenOnce()
+    {
+        // A work screen that refuses to close (the editor's closing question answered No).
+        struct Refusing : QWidget {
+            using QWidget::QWidget;
+            int asked = 0;
+            bool refuse = true;
+            void closeEvent(QCloseEvent* e) override
+            {
+                ++asked;
+                e->setAccepted(!refuse);
+            }
+        };
+        startWith(completeMenuText());
+        Refusing* screen = nullptr;
+        m_menu->registerScreen(
+            1, [&](QWidget* owner) -> QWidget* { return screen = new Refusing(owner, Qt::Window); });
+        QTest::mouseClick(left(1), Qt::LeftButton);
+        QVERIFY(!m_menu->close());
+        QCOMPARE(screen->asked, 1);
+        QVERIFY(m_menu->isVisible() && screen->isVisible());
+        screen->refuse = false;
+        QVERIFY(m_menu->close());
+        QCOMPARE(screen->asked, 2);
+        QVERIFY(!screen->isVisible());
+    }
+
     void theStartRoutineShowsTheDressedMenuOnce()
     {
         QTemporaryDir dir;
@@ -284,6 +318,10 @@ private Q_SLOTS:
         QCOMPARE(menu->findChild<QPushButton*>(u"cmdLeft_0"_s)->text(), u"G1ボタン1"_s);
         QPointer<KVRInfo> info = menu->findChild<KVRInfo*>(u"KVRInfo"_s);
         QVERIFY(info && info->isVisible());
+        // The menu is placed by the program, on the screen, with the information centred over it.
+        QVERIFY(menu->testAttribute(Qt::WA_Moved));
+        QVERIFY(menu->screen()->availableGeometry().contains(menu->pos()));
+        QVERIFY((info->geometry().center() - menu->frameGeometry().center()).manhattanLength() < 40);
         QTRY_VERIFY_WITH_TIMEOUT(!info, 5000);
         QVERIFY(!Main(second, again, dir.path()));
         QCOMPARE(msgs.texts(), QStringList(u"既に起動しています。"_s));
@@ -424,6 +462,43 @@ private Q_SLOTS:
         QVERIFY(l->view.title && !l->view.color);
     }
 
+    void boxesSpeakJapaneseAndScreensCentreOverTheirOwner()
+    {
+        QVERIFY(LoadQtJapanese(*qApp));
+        const QString line =
+            u"取込ﾌｧｲﾙのデータを登録します。「いいえ」を選ぶと何もしません。よろしいですか？"_s;
+        QStringList buttons;
+        bool wrapped = true;
+        int width = 0;
+        QTimer::singleShot(0, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            QVERIFY(box);
+            for (QAbstractButton* b : box->buttons())
+                buttons << b->text();
+            auto* label = box->findChild<QLabel*>(u"qt_msgbox_label"_s);
+            wrapped = label->height() > label->fontMetrics().height() * 3 / 2;
+            width = box->width();
+            box->reject();
+        });
+        WidgetMessageService().show(MsgIcon::Question, MsgButtons::YesNo, u"インフォメーション"_s, line);
+        buttons.sort();
+        QCOMPARE(buttons, (QStringList{u"いいえ"_s, u"はい"_s}));
+        QVERIFY(!wrapped && width > QFontMetrics(screenFont()).horizontalAdvance(line));
+        QDialogButtonBox dialogButtons(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+        QCOMPARE(dialogButtons.button(QDialogButtonBox::Cancel)->text(), u"キャンセル"_s);
+        // A work screen is shown owned by the menu, centred over it.
+        QWidget owner;
+        owner.setObjectName(u"KVRCAD0000"_s);
+        owner.setGeometry(100, 50, 500, 400);
+        owner.show();
+        auto* screen = new QWidget;
+        screen->setObjectName(u"KVRCAD0001"_s);
+        screen->resize(300, 200);
+        ShowScreen(screen, &owner);
+        QCOMPARE(screen->parentWidget(), &owner);
+        QVERIFY((screen->frameGeometry().center() - owner.frameGeometry().center()).manhattanLength() < 40);
+    }
+
     void shippedSettingsFileIsCompleteShiftJis()
     {
         const QByteArray bytes = readFileBytes(shippedIniPath());
@@ -449,6 +524,17 @@ private Q_SLOTS:
             QCOMPARE(StrictInt(ini.get(u"KVRCAD0002COMBO%1"_s.arg(n), u"INDEX"_s)), n - 1);
         for (const QString& unit : u"個 本 R L R/L× L/R× 計"_s.split(u' '))
             QVERIFY2(ReadList(ini, u"STANI"_s).contains(unit), qPrintable(unit));
+        // Every customer of the sample tables can be chosen.
+        static const QRegularExpression header(
+            u"INSERT INTO BUHINHYO \\(.*VALUES \\('[^']*','[^']*','[^']*','([^']*)'"_s);
+        QStringList customers{u"株式会社サンプル機工"_s};
+        for (auto it = header.globalMatch(
+                 QString::fromUtf8(readFileBytes(sourceDir() + u"/data/sample-data.sql"_s)));
+             it.hasNext();)
+            customers << it.next().captured(1);
+        QVERIFY(customers.size() > 1);
+        for (const QString& customer : customers)
+            QVERIFY2(ReadList(ini, u"USER"_s).contains(customer), qPrintable(customer));
         QCOMPARE(ini.get(u"LOCAL"_s, u"MDB"_s), u"DB\\CADDB.sqlite"_s);
         QVERIFY(msgs.shown.isEmpty());
         // The menu it describes: the two work screens in group 0.

@@ -117,9 +117,10 @@ QList<StoredLine> ReadStoredLines(Database& db, const QString& dwgNo, const QStr
     return out;
 }
 
-void RecordingPresenter::preview(const QString& workbookPath)
+void RecordingPresenter::preview(const QString& workbookPath, const QString& printPath)
 {
     previewed << workbookPath;
+    printCopies << printPath;
     if (!m_copyTo.isEmpty()) {
         QFile::remove(m_copyTo);
         QFile::copy(workbookPath, m_copyTo);

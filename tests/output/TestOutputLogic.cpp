@@ -222,8 +222,10 @@ private Q_SLOTS:
                               {u"3"_s, QString(), QString(), QString(), u"3"_s},
                               {u"0"_s, QString(), u"R"_s, QString(), QString()},
                               {u"0"_s, u"3"_s, QString(), u"L"_s, u" L=3"_s},
-                              {u"-1"_s, QString(), u"個"_s, QString(), QString()},
-                              {u"0.4"_s, QString(), u"個"_s, QString(), QString()}})
+                              {u"-2"_s, QString(), u"個"_s, QString(), u"-2個"_s},
+                              {u"0.5"_s, QString(), u"kg"_s, QString(), u"0.5kg"_s},
+                              {u"0.3"_s, u"0.3"_s, u"R"_s, u"L"_s, u"R=0.3 L=0.3"_s},
+                              {u"0.0"_s, QString(), u"個"_s, QString(), QString()}})
             QCOMPARE(QuantityText(c[0], c[1], c[2], c[3]), c[4]);
     }
 
@@ -260,6 +262,7 @@ private Q_SLOTS:
     {
         QCOMPARE(PageMaxValue(u" 50 "_s), 50);
         QVERIFY_THROWS_EXCEPTION(RuntimeError, PageMaxValue(u"5a"_s));
+        QCOMPARE(PageMaxValue(u"2.5"_s), 2);
         for (const auto& [text, value] : {std::pair{u" 30 "_s, 30}, {u"2.5"_s, 2}, {u"3.5"_s, 4}})
             QCOMPARE(SettingInt(text).value(), value);
         for (const QString& bad : {QString(), u"A1"_s})

@@ -34,6 +34,12 @@ class TestPrintRun : public QObject
             qWarning() << f->messages.texts();
         return xlsx::Workbook::open(out.filePath(name).toStdString());
     }
+    // A template saved by LibreOffice with a cover sheet before the list sheet and a copy after.
+    void useThreeSheetTemplate()
+    {
+        f->exec(u"UPDATE SETTEI SET CH_ORGPATH = '"_s + sourceDir() +
+                u"/tests/data/xlsx/three_sheet_template.xlsx'"_s);
+    }
 
 private Q_SLOTS:
     void init()
@@ -168,22 +174,39 @@ private Q_SLOTS:
 
     void keptWorkbookAndTestMode()
     {
-        f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(5));
-        PrintRequest r = SampleRequest();
-        r.keepExcel = true;
-        RecordingPresenter presenter;
-        QCOMPARE(RunPrint(f->ctx, r, OpenXlsxOutputWorkbook, presenter), PrintOutcome::Done);
-        QCOMPARE(presenter.kept, QStringList(f->ctx.WorkbookPath));
-        xlsx::Workbook kept = xlsx::Workbook::open(f->ctx.WorkbookPath.toStdString());
-        QCOMPARE(kept.sheetNames(), std::vector<std::string>{"DWG-95 01"});
-        QCOMPARE(text(kept.sheet("DWG-95 01"), 12, 1), u"005"_s);
         // The settings screen's test print fills ten sample lines.
-        r = SampleRequest();
+        PrintRequest r = SampleRequest();
         r.runMode = r.dwgNo = u"TEST"_s;
         xlsx::Workbook book = run(r, u"test.xlsx"_s);
         const xlsx::Worksheet& s = book.sheet("部品表");
         QCOMPARE(QStringList({text(s, 8, 2), text(s, 12, 4), text(s, 17, 8), text(s, 18, 2), text(s, 5, 6)}),
                  QStringList({u"HINMEI品名"_s, u"5SET"_s, u"会社名"_s, QString(), u"1 / 1"_s}));
+        // A table without lines still prints one page: header cells, headings and its label.
+        r.runMode = u"HONBAN"_s;
+        r.dwgNo = u"EMPTY"_s;
+        RecordingPresenter empty(out.filePath(u"empty.xlsx"_s));
+        xlsx::Workbook emptyBook = run(r, u"empty.xlsx"_s, &empty);
+        QCOMPARE(empty.pages, (QList<QPair<int, int>>{{1, 1}}));
+        QCOMPARE(text(emptyBook.sheet("部品表"), 3, 2) + text(emptyBook.sheet("部品表"), 5, 6),
+                 u"EMPTY1 / 1"_s);
+
+        useThreeSheetTemplate();
+        f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(5));
+        r = SampleRequest();
+        r.keepExcel = true;
+        RecordingPresenter presenter;
+        QCOMPARE(RunPrint(f->ctx, r, OpenXlsxOutputWorkbook, presenter), PrintOutcome::Done);
+        QCOMPARE(presenter.kept, QStringList(f->ctx.WorkbookPath));
+        xlsx::Workbook kept = xlsx::Workbook::open(f->ctx.WorkbookPath.toStdString());
+        QCOMPARE(kept.sheetNames(), (std::vector<std::string>{"表紙", "DWG-95 01", "控え"}));
+        QCOMPARE(text(kept.sheet("DWG-95 01"), 12, 1), u"005"_s);
+        // The preview shows and prints the list sheet alone; the kept workbook prints every sheet.
+        QString problem;
+        const QString shown = RenderPdf(presenter.printCopies.value(0), out.path(), &problem);
+        QVERIFY2(problem.isEmpty(), qPrintable(problem));
+        QCOMPARE(PdfPageCount(shown), 1);
+        QVERIFY(PdfText(shown, 1).contains(u"1 / 1"_s));
+        QCOMPARE(PdfPageCount(RenderPdf(f->ctx.WorkbookPath, out.filePath(u"kept"_s), &problem)), 3);
     }
 
     void failuresEndTheRunWithTheirMessage()
@@ -208,6 +231,10 @@ private Q_SLOTS:
                  QStringList(
                      u"設定エラー|プレビュー中にエラーが発生しました。設定内容の確認を行って下さい（9)"_s));
         QCOMPARE(f->messages.shown[0].icon, MsgIcon::Stop);
+        // The cause is the box's detail text: the missing sheet, those there are, the step, the file.
+        for (const QString& part : {u"「無いシート」がありません（あるシート：部品表）"_s,
+                                    u"処理：出力シート"_s, u"mfg_parts_template.xlsx"_s})
+            QVERIFY2(f->messages.shown[0].detail.contains(part), qPrintable(f->messages.shown[0].detail));
         std::vector<StoredLine> many(32768);
         for (size_t i = 0; i < many.size(); ++i)
             many[i].zno = QString::number(i);
@@ -234,6 +261,7 @@ private Q_SLOTS:
         if (!QFile::exists(program))
             QSKIP("buhinhyo-print is not built");
         f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(95));
+        useThreeSheetTemplate(); // the PDF holds the list sheet's pages only
         QVERIFY(QFile::copy(program, f->path(u"buhinhyo-print"_s)));
         auto run = [&](const QString& customer, const QString& pdf, const QString& path = {}) {
             QProcess p;
@@ -262,6 +290,12 @@ private Q_SLOTS:
         std::tie(code, err) = run(PrintFixture::customer, out.filePath(u"none.pdf"_s), u"/nonexistent"_s);
         QVERIFY(code != 0 && QFile::exists(out.filePath(u"batch.xlsx"_s)));
         QVERIFY(!QFile::exists(out.filePath(u"none.pdf"_s)));
+        // A run that fails writes the cause after its message.
+        f->exec(u"UPDATE SETTEI SET CH_ORGSHEET = '無いシート'"_s);
+        std::tie(code, err) = run(PrintFixture::customer, out.filePath(u"none.pdf"_s));
+        QVERIFY2(code == 6 && err.contains(u"原因: インデックスが有効範囲にありません。\n"_s) &&
+                     err.contains(u"「無いシート」がありません"_s),
+                 qPrintable(err));
         f->exec(u"UPDATE SETTEI SET CH_ORGPATH = '/nonexistent/template.xlsx'"_s);
         std::tie(code, err) = run(PrintFixture::customer, out.filePath(u"none.pdf"_s));
         QVERIFY(code != 0 && err.contains(u"/nonexistent/template.xlsxを設定し直して下さい。"_s));
@@ -298,7 +332,10 @@ private Q_SLOTS:
         const QStringList texts = f->messages.texts();
         QCOMPARE(texts.size(), 3);
         QCOMPARE(texts[0], u"EXCELファイルを開けませんでした。エラーＣＤ：1004"_s);
-        QVERIFY(texts[1].startsWith(u"EXCELファイルをコピーできませんでした。エラーＣＤ："_s));
+        QVERIFY(texts[1].startsWith(u"雛形ファイルを作業ファイルにコピーできませんでした。エラーＣＤ："_s));
+        // Each box carries its cause: the engine's message and the template, the work copy's path.
+        QVERIFY(f->messages.shown[0].detail.startsWith(u"broken\n雛形："_s));
+        QVERIFY(f->messages.shown[1].detail.contains(f->ctx.WorkbookPath));
         QVERIFY(texts[2].contains(u".xlsx 形式で保存し直し"_s));
     }
 

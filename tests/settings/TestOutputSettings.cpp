@@ -8,6 +8,8 @@
 #include "SettingsSave.h"
 #include "SheetSelectDialog.h"
 
+#include <QAbstractItemView>
+
 using namespace Qt::StringLiterals;
 
 // The output settings screen KVRCAD0003 shown, on the program folder with the sample settings.
@@ -98,8 +100,10 @@ private Q_SLOTS:
         QTest::keyClick(screen, Qt::Key_F1); // the search finds the row
         QCOMPARE(w<QPushButton>(u"cmdSave"_s)->text(), u"更新"_s);
         // Saved again with changes: Q105 answered No leaves the row; any other answer overwrites.
+        // Page rows typed with a decimal pass the digit check and store as the database rounds them.
         const auto before = stored(u"客先A "_s, u"1"_s);
-        combo(u"cboPageMax"_s)->setEditText(u"40"_s);
+        combo(u"cboPageMax"_s)->lineEdit()->selectAll();
+        QTest::keyClicks(combo(u"cboPageMax"_s)->lineEdit(), u"1.5"_s);
         w<QCheckBox>(u"chkM_MAKER"_s)->click();
         f->messages.clear();
         f->messages.setNextAnswer(MsgAnswer::No);
@@ -108,7 +112,7 @@ private Q_SLOTS:
         QCOMPARE(stored(u"客先A "_s, u"1"_s), before);
         click(u"cmdSave"_s);
         QCOMPARE(f->codes(), QStringList({u"Q105"_s, u"Q105"_s, u"I100"_s}));
-        QCOMPARE(stored(u"客先A "_s, u"1"_s)->pageMax, u"40"_s);
+        QCOMPARE(stored(u"客先A "_s, u"1"_s)->pageMax, u"2"_s);
         QVERIFY(!stored(u"客先A "_s, u"1"_s)->detail[MMaker].on);
     }
 
@@ -228,6 +232,27 @@ private Q_SLOTS:
         w<QRadioButton>(u"optSeisaku"_s)->click();
         QCOMPARE(f->ctx.CurrentKind + w<QPushButton>(u"cmdSave"_s)->text(), u"1更新"_s);
         QVERIFY(f->messages.shown.isEmpty());
+
+        // Leaving the box with a listed customer typed in loads nothing, by Tab nor by a click on a
+        // command; a click on the customer in the open list loads.
+        QComboBox* user = combo(u"cboUser"_s);
+        combo(u"cboPageMax"_s)->setEditText(u"44"_s);
+        user->lineEdit()->clear();
+        QTest::mouseClick(user->lineEdit(), Qt::LeftButton);
+        QTest::sendKeyEvent(QTest::Click, user->lineEdit(), Qt::Key_unknown, u"客先B"_s, Qt::NoModifier);
+        QTest::keyClick(user->lineEdit(), Qt::Key_Tab);
+        QCOMPARE(combo(u"cboPageMax"_s)->currentText(), u"44"_s);
+        QTest::mouseClick(user->lineEdit(), Qt::LeftButton);
+        click(u"cmdSave"_s);
+        QCOMPARE(f->codes(), (QStringList{u"Q105"_s, u"I100"_s}));
+        QCOMPARE(stored(u"客先B"_s, u"1"_s)->pageMax, u"44"_s);
+        user->showPopup();
+        QTest::qWait(QApplication::doubleClickInterval() + 100);
+        QAbstractItemView* list = user->view();
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                          list->visualRect(list->model()->index(0, 0)).center());
+        QCOMPARE(user->currentText(), u"客先A"_s);
+        QCOMPARE(combo(u"cboPageMax"_s)->currentText(), u"20"_s);
     }
 
     void templateAndImportWorkbookChoice()

@@ -1,4 +1,5 @@
 #include "Database.h"
+#include "LibreOffice.h"
 #include "OutputSettingsScreen.h"
 #include "PrintTestSupport.h"
 #include "SettingsSave.h"
@@ -40,12 +41,18 @@ class TestSettingsImport : public QObject
             f->messages.setNextAnswer(a);
         QTest::mouseClick(w<QPushButton>(u"cmdImport"_s), Qt::LeftButton);
     }
-    // The sample layout saved for 客先A and the filled list chosen as the workbook to read.
-    void readyToImport()
+    void loadSampleLayout()
     {
         WriteSettings(*f->ctx.DbConnection, *f->ctx.ini,
                       SampleSettings(u"客先A"_s, PrintFixture::workbook(u"one_sheet.xlsx"_s)));
+        QTest::mouseClick(w<QPushButton>(u"cmdSearch"_s), Qt::LeftButton);
+    }
+    // The sample layout of 客先A on the screen and the filled list chosen as the workbook to read.
+    void readyToImport()
+    {
+        loadSampleLayout();
         w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
+        w<QLineEdit>(u"txtCpySheet"_s)->setText(u"部品表"_s);
     }
 
 private Q_SLOTS:
@@ -66,10 +73,20 @@ private Q_SLOTS:
     {
         importAnswering();
         QCOMPARE(f->codes(), QStringList(u"E111"_s));
-        // A path but no saved layout for the customer and kind.
+        // A path, but no customer or page rows on the screen.
         w<QLineEdit>(u"txtCpyPath"_s)->setText(PrintFixture::workbook(u"filled_list.xlsx"_s));
+        for (const QString& user : {QString(), u"客先A"_s}) {
+            w<QComboBox>(u"cboUser"_s)->setEditText(user);
+            importAnswering();
+            QCOMPARE(f->codes(), QStringList(user.isEmpty() ? u"E117"_s : u"E118"_s));
+        }
+        // A workbook that is not one: the error box, nothing written, the screen usable.
+        loadSampleLayout();
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(f->ctx.IniPath);
         importAnswering();
-        QCOMPARE(f->codes(), QStringList(u"E150"_s));
+        QCOMPARE(f->messages.shown.size(), 1);
+        QVERIFY(w<QPushButton>(u"cmdImport"_s)->isEnabled());
+        QVERIFY(lines(u"D-500"_s).isEmpty());
     }
 
     void importCreatesTables()
@@ -135,15 +152,32 @@ private Q_SLOTS:
 
     void printedTableImportsBack()
     {
-        f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(95));
+        // Numbers from 0.0001 to 2,147,483,647 and quantities below one or below zero.
+        std::vector<StoredLine> made = MakeLines(95);
+        const std::tuple<double, QString, double, QString, double, double> values[] = {
+            {0.5, u"kg"_s, 0, QString(), 1000000, 500000},
+            {0.3, u"R"_s, 0.3, u"L"_s, 0.0001, 2147483647},
+            {-2, u"個"_s, 0, QString(), 100000, 2.5}};
+        for (size_t i = 0; i < std::size(values); ++i) {
+            StoredLine& l = made[i];
+            std::tie(l.suryo, l.tani, l.suryo2, l.tani2, l.tanka, l.kingk) = values[i];
+            if (l.suryo2.toDouble() == 0)
+                l.suryo2 = QVariant();
+        }
+        f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, made);
         const QList<StoredLine> original = ReadStoredLines(*f->ctx.DbConnection, u"DWG-95"_s);
         const QString printed = f->path(u"printed.xlsx"_s);
         RecordingPresenter presenter(printed);
         QCOMPARE(RunPrint(f->ctx, SampleRequest(), OpenXlsxOutputWorkbook, presenter), PrintOutcome::Done);
         f->exec(u"DELETE FROM BUHINHYO_M"_s);
         f->exec(u"DELETE FROM BUHINHYO"_s);
+        // Read back from the old format, as LibreOffice saves it.
+        QVERIFY(LibreOffice::convert(f->path(u"profile"_s), u"xls"_s, f->dir.path(), printed).isEmpty());
+        // The layout on the screen is used as it stands, saved or not.
         w<QComboBox>(u"cboUser"_s)->setEditText(PrintFixture::customer);
-        w<QLineEdit>(u"txtCpyPath"_s)->setText(printed);
+        QTest::mouseClick(w<QPushButton>(u"cmdSearch"_s), Qt::LeftButton);
+        f->exec(u"DELETE FROM SETTEI"_s);
+        w<QLineEdit>(u"txtCpyPath"_s)->setText(f->path(u"printed.xls"_s));
         w<QLineEdit>(u"txtCpySheet"_s)->setText(u"部品表"_s);
         importAnswering();
         QVERIFY2(f->messages.texts().value(0).contains(u"新規登録：1件（明細95行）"_s),

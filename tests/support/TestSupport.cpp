@@ -51,11 +51,11 @@ int errorNumber(const std::function<void()>& f)
     return 0;
 }
 
-QString makeSqliteDatabase(const QString& folder, const QString& name)
+QString makeSqliteDatabase(const QString& folder, const QString& name, const QString& schema)
 {
     const QString path = folder + u'/' + name;
     QProcess sqlite;
-    sqlite.setStandardInputFile(sourceDir() + u"/data/schema.sql"_s);
+    sqlite.setStandardInputFile(schema.isEmpty() ? sourceDir() + u"/data/schema.sql"_s : schema);
     sqlite.start(u"sqlite3"_s, {path});
     if (!sqlite.waitForFinished(60000) || sqlite.exitCode() != 0)
         qFatal("cannot make the test database: %s", sqlite.readAllStandardError().constData());

@@ -19,7 +19,8 @@ QString shippedIniPath();
 // The number of the RuntimeError that f throws; 0 when it throws none.
 int errorNumber(const std::function<void()>& f);
 // A new SQLite file made from data/schema.sql (the program never makes one itself).
-QString makeSqliteDatabase(const QString& folder, const QString& name = QStringLiteral("CADDB.sqlite"));
+QString makeSqliteDatabase(const QString& folder, const QString& name = QStringLiteral("CADDB.sqlite"),
+                           const QString& schema = QString());
 
 // The program folder of one test: PARA.ini with the catalogue and lists of kIni, an empty
 // DB/CADDB.sqlite made from the shipped schema, WORK/, and a context with scripted message boxes and

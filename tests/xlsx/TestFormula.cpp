@@ -26,10 +26,16 @@ TEST(XlsxFormula, InsertingRowsMovesReferencesAtOrBelowTheRowAndGrowsRanges)
         {"[1]Sheet1!A12+Table1[[#This Row],[A12]]", "Sheet1", "[1]Sheet1!A12+Table1[[#This Row],[A12]]"},
         {"1.5E+12*A12", "Sheet1", "1.5E+12*A17"},
         {"ABCD12+XFD12+R1C1", "Sheet1", "ABCD12+XFD17+R1C1"},
+        // what reaches the last row ends there, what is pushed off becomes #REF!
+        {"A1048575+SUM(A12:A1048576)+SUM(A2:A1048576)", "Sheet1", "#REF!+SUM(A17:A1048576)+SUM(A2:A1048576)"},
     };
     for (auto& [formula, own, shifted] : cases)
         EXPECT_EQ(shiftForInsert(formula, own, "Sheet1", 10, 5).value_or(formula), shifted) << formula;
-    EXPECT_THROW(shiftForInsert("A1048575", "Sheet1", "Sheet1", 10, 5), xlsx::Error);
+    EXPECT_EQ(*shiftSqrefForInsert("A1048575 B3 C20:C1048576", 10, 5), "B3 C25:C1048576");
+    EXPECT_EQ(*shiftSqrefForInsert("A1048575", 10, 5), "");
+    EXPECT_EQ(
+        *renameTableInFormula("SUM(Table1[Qty])&\"Table1[x]\"&table1[#Totals]&MyTable1[a]", "Table1", "T_2"),
+        "SUM(T_2[Qty])&\"Table1[x]\"&T_2[#Totals]&MyTable1[a]");
     for (const char* threeD : {"SUM(Sheet1:Sheet3!A12)", "SUM('部品 表:集計'!A12)"}) {
         bool seen = false;
         shiftForInsert(threeD, "X", "Sheet1", 10, 5, &seen);

@@ -8,6 +8,7 @@
 #include <array>
 #include <map>
 #include <regex>
+#include <sstream>
 
 using namespace xlsxtest;
 
@@ -92,5 +93,45 @@ TEST(XlsxReaders, LibreOfficePrintsOnePagePerFilledPage)
                 2);
             EXPECT_TRUE(std::regex_search(text, last)) << text;
         }
+    }
+}
+
+TEST(XlsxReaders, LibreOfficeReadsEveryFilledRealWorkbook)
+{
+    TempDir dir("real");
+    std::string files;
+    std::vector<std::pair<RealWorkbook, std::string>> filled; // with the filled sheet's name
+    for (auto& w : realWorkbooks())
+        if (w.refusal.empty()) {
+            auto r = fillPages(realFile(w.file), dir / w.file, w.formRows, 4);
+            ASSERT_EQ(r.error, "") << w.file;
+            files += " " + q(dir / w.file);
+            filled.emplace_back(w, r.sheet);
+        }
+    // one converter for all of them: every sheet of every workbook as CSV (sheet "-1")
+    int st = 0;
+    std::string output =
+        run("timeout -k 10 300 soffice -env:UserInstallation=file://" + (dir / "profile").string() +
+                " --headless --convert-to 'csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,"
+                "true,false,false,false,-1' --outdir " +
+                q(dir / "csv") + files + " </dev/null",
+            &st);
+    ASSERT_EQ(output.find("Error"), std::string::npos) << output;
+    for (auto& [w, sheet] : filled) {
+        SCOPED_TRACE(w.file);
+        auto csv = dir / "csv" / (std::filesystem::path(w.file).stem().string() + "-" + sheet + ".csv");
+        ASSERT_TRUE(std::filesystem::exists(csv)) << output;
+        std::vector<std::string> lines;
+        std::istringstream in(readBytes(csv));
+        for (std::string line; std::getline(in, line);)
+            lines.push_back(line);
+        for (int p = 1; p <= 4; ++p)
+            for (int i = 1; i <= 10; ++i) {
+                std::size_t row = static_cast<std::size_t>((p - 1) * w.formRows + i - 1);
+                char number[32];
+                std::snprintf(number, sizeof number, "%.1f", pageNumber(p, i));
+                ASSERT_LT(row, lines.size());
+                EXPECT_EQ(lines[row].rfind(pageText(p, i) + "," + number, 0), 0u) << lines[row];
+            }
     }
 }

@@ -245,6 +245,19 @@ TEST(XlsxWorkbook, BreaksPrintAreaAndRenameFollowTheRules)
 TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
 {
     TempDir dir("refuse");
+    // rows written out ahead of the save can no longer be read, written or inserted above
+    {
+        auto book = xlsx::Workbook::open(dataFile("plain.xlsx"));
+        auto& ws = book.sheet(0);
+        ASSERT_TRUE(ws.writeOutRowsAbove(3));
+        EXPECT_THROW(ws.cellText(2, 1), xlsx::Error);
+        EXPECT_THROW(ws.setText(1, 1, "x"), xlsx::Error);
+        EXPECT_THROW(ws.insertRows(2, 1), xlsx::Error);
+        EXPECT_NO_THROW(ws.setText(3, 1, "x"));
+        auto withFormulas = xlsx::Workbook::open(dataFile("formulas.xlsx"));
+        EXPECT_FALSE(withFormulas.sheet(0).writeOutRowsAbove(3));
+        EXPECT_NO_THROW(withFormulas.sheet(0).cellText(1, 1));
+    }
     // an array formula straddling the insertion row
     auto file = dir / "array.xlsx";
     std::filesystem::copy_file(dataFile("formulas.xlsx"), file);
@@ -266,12 +279,13 @@ TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
     {
         auto book = xlsx::Workbook::open(file);
         auto& ws = book.sheet("部品表");
-        try {
-            ws.pasteForm(ws.snapshotRows(1, 50), 51);
+        try { // refused when the form is taken, before the first page is written
+            ws.snapshotRows(1, 50);
             FAIL() << "3-D reference not refused";
         } catch (const xlsx::Error& e) {
             EXPECT_NE(std::string(e.what()).find("3-D"), std::string::npos) << e.what();
         }
+        EXPECT_THROW(ws.insertRows(51, 50), xlsx::Error);
         EXPECT_EQ(ws.lastUsedRow(), 49);
         EXPECT_EQ(ws.cellFormula(48, 8), "SUM(H8:H47)");
         EXPECT_FALSE(book.modified());
@@ -337,8 +351,12 @@ TEST(XlsxWorkbook, CorruptedCopiesNeverCrashOrHang)
 {
     TempDir dir("fuzz");
     std::mt19937 rng(20240815);
-    for (auto& l : templateLayouts()) {
-        const std::string good = readBytes(dataFile(l.file));
+    // the project's templates, and real workbooks with pictures, notes and a table
+    std::vector<std::string> files{"real/xw_image01.xlsx", "real/xw_comment01.xlsx", "real/xw_table01.xlsx"};
+    for (auto& l : templateLayouts())
+        files.push_back(l.file);
+    for (auto& name : files) {
+        const std::string good = readBytes(dataFile(name));
         for (int k = 0; k < 30; ++k) { // bytes flipped, or the package cut short
             std::string bytes = k % 2 ? good.substr(0, rng() % good.size()) : good;
             for (int i = k % 2 ? 0 : 1 + static_cast<int>(rng() % 8); i > 0; --i)
@@ -354,5 +372,199 @@ TEST(XlsxWorkbook, CorruptedCopiesNeverCrashOrHang)
             } catch (const xlsx::Error&) {
             }
         }
+    }
+}
+
+TEST(XlsxWorkbook, RealWorkbooksFillOrAreRefusedBeforeAnyChange)
+{
+    TempDir dir("real");
+    // parts a fill may rewrite; every other part comes through byte for byte
+    const std::regex mayChange("\\[Content_Types\\]\\.xml|.*\\.rels|xl/workbook\\.xml|xl/worksheets/.*|"
+                               "xl/sharedStrings.*|xl/styles\\.xml|xl/(drawings|tables|charts)/.*|"
+                               "xl/comments.*|docProps/app\\.xml");
+    for (auto& w : realWorkbooks()) {
+        SCOPED_TRACE(w.file);
+        auto out = dir / w.file;
+        auto r = fillPages(realFile(w.file), out, w.formRows, 4);
+        if (!w.refusal.empty()) {
+            EXPECT_NE(r.error.find(w.refusal), std::string::npos) << r.error;
+            EXPECT_FALSE(r.changedBeforeError);
+            EXPECT_FALSE(std::filesystem::exists(out));
+            continue;
+        }
+        if (!r.error.empty()) {
+            ADD_FAILURE() << r.error;
+            continue;
+        }
+        auto book = xlsx::Workbook::open(out);
+        book.validate();
+        auto& ws = book.sheet(r.sheet);
+        for (int p = 1; p <= 4; ++p)
+            for (int i = 1; i <= 10; ++i) {
+                const int row = (p - 1) * w.formRows + i;
+                EXPECT_EQ(ws.cellText(row, 1), pageText(p, i)) << row;
+                EXPECT_EQ(ws.cellNumber(row, 2), pageNumber(p, i)) << row;
+            }
+        auto breaks = ws.rowBreaksAbove();
+        for (int p = 2; p <= 4; ++p)
+            EXPECT_NE(std::find(breaks.begin(), breaks.end(), (p - 1) * w.formRows + 1), breaks.end());
+        auto after = zipParts(out);
+        for (auto& [name, bytes] : zipParts(realFile(w.file))) {
+            if (name.find("calcChain") != std::string::npos)
+                continue;
+            auto it = std::find_if(after.begin(), after.end(), [&](auto& p) { return p.first == name; });
+            if (it == after.end()) {
+                ADD_FAILURE() << name << " lost";
+            } else if (!std::regex_match(name, mayChange)) {
+                EXPECT_EQ(it->second, bytes) << name << " changed";
+            }
+        }
+    }
+}
+
+namespace
+{
+
+// (editAs, from row, to row) of every picture of a drawing, in document order.
+std::vector<std::tuple<std::string, int, int>> anchors(const std::string& drawing)
+{
+    std::regex anchor("<xdr:twoCellAnchor( editAs=\"([a-zA-Z]+)\")?>.*?<xdr:row>([0-9]+)</xdr:row>.*?"
+                      "<xdr:row>([0-9]+)</xdr:row>");
+    std::vector<std::tuple<std::string, int, int>> v;
+    for (auto it = std::sregex_iterator(drawing.begin(), drawing.end(), anchor); it != std::sregex_iterator();
+         ++it)
+        v.emplace_back((*it)[2], std::stoi((*it)[3]), std::stoi((*it)[4]));
+    return v;
+}
+
+} // namespace
+
+TEST(XlsxWorkbook, PagesCarryTheFormsPicturesNotesAndTables)
+{
+    TempDir dir("objects");
+    // a picture over rows 1-30 of a 10-row form, once of each kind, and a tall row 3 in the form
+    auto pictures = dir / "pictures.xlsx";
+    std::filesystem::copy_file(realFile("xw_image01.xlsx"), pictures);
+    std::string drawing = partOf(pictures, "xl/drawings/drawing1.xml");
+    std::smatch m;
+    ASSERT_TRUE(std::regex_search(
+        drawing, m, std::regex("<xdr:twoCellAnchor editAs=\"oneCell\">.*</xdr:twoCellAnchor>")));
+    std::string one =
+        std::regex_replace(std::regex_replace(m.str(), std::regex("<xdr:row>8<"), "<xdr:row>0<"),
+                           std::regex("<xdr:row>9<"), "<xdr:row>29<");
+    std::string two = std::regex_replace(std::regex_replace(one, std::regex(" editAs=\"oneCell\""), ""),
+                                         std::regex("id=\"2\""), "id=\"3\"");
+    std::string fixed = std::regex_replace(std::regex_replace(one, std::regex("\"oneCell\""), "\"absolute\""),
+                                           std::regex("id=\"2\""), "id=\"4\"");
+    patchPart(pictures, "xl/drawings/drawing1.xml", m.str(), one + two + fixed);
+    patchPart(pictures, "xl/worksheets/sheet1.xml", "<sheetData/>",
+              "<sheetData><row r=\"3\" ht=\"30\" customHeight=\"1\"/></sheetData>");
+    ASSERT_EQ(fillPages(pictures, dir / "pictures_out.xlsx", 10, 4).error, "");
+    using A = std::tuple<std::string, int, int>;
+    // moved, not sized: the same height everywhere, whatever rows come in under it; moved and
+    // sized: stretched by every page inserted inside it; absolute: where it was put
+    EXPECT_EQ(anchors(partOf(dir / "pictures_out.xlsx", "xl/drawings/drawing1.xml")),
+              (std::vector<A>{{"oneCell", 0, 27},
+                              {"", 0, 59},
+                              {"absolute", 0, 29},
+                              {"oneCell", 10, 37},
+                              {"", 10, 59},
+                              {"absolute", 10, 39},
+                              {"oneCell", 20, 48},
+                              {"", 20, 59},
+                              {"absolute", 20, 49},
+                              {"oneCell", 30, 59},
+                              {"", 30, 59},
+                              {"absolute", 30, 59}}));
+
+    // a note is copied with its cell; a form control stays on page 1 and the workbook says so
+    auto notes = dir / "notes.xlsx";
+    std::filesystem::copy_file(realFile("xw_comment01.xlsx"), notes);
+    patchPart(notes, "xl/drawings/vmlDrawing1.vml", "</xml>",
+              "<v:shape id=\"_x0000_s2047\" type=\"#_x0000_t201\"><x:ClientData ObjectType=\"Checkbox\">"
+              "<x:Anchor>1, 0, 4, 0, 2, 0, 5, 0</x:Anchor></x:ClientData></v:shape></xml>");
+    {
+        auto book = xlsx::Workbook::open(notes);
+        auto form = book.sheet(0).snapshotRows(1, 10);
+        ASSERT_EQ(book.warnings().size(), 1u);
+        EXPECT_NE(book.warnings()[0].find("フォームコントロール"), std::string::npos);
+        book.sheet(0).pasteForm(form, 11);
+        book.sheet(0).pasteForm(form, 21);
+        book.sheet(0).insertRows(1, 5); // and everything moves down with its cells
+        book.saveAs(dir / "notes_out.xlsx");
+    }
+    std::string comments = partOf(dir / "notes_out.xlsx", "xl/comments1.xml");
+    std::string vml = partOf(dir / "notes_out.xlsx", "xl/drawings/vmlDrawing1.vml");
+    for (const char* ref : {"B7", "B17", "B27"})
+        EXPECT_NE(comments.find(std::string("ref=\"") + ref + "\""), std::string::npos) << ref;
+    // the drawing's block of shape numbers (1024-2047) is full: the copies open the next one
+    for (const char* shape : {"<x:Row>6</x:Row>", "<x:Row>16</x:Row>", "<x:Row>26</x:Row>", "data=\"1,2\"",
+                              "_x0000_s2049", "_x0000_s2050", "<div style=\"text-align:left\"></div>",
+                              "<x:Anchor>1, 0, 9, 0, 2, 0, 10, 0</x:Anchor>"})
+        EXPECT_NE(vml.find(shape), std::string::npos) << shape << vml;
+    EXPECT_EQ(vml.find("Checkbox"), vml.rfind("Checkbox"));
+
+    // a table is copied with each page under a name of its own; its column names follow the
+    // header cells, kept unique and never empty as the spreadsheet keeps them
+    auto book = xlsx::Workbook::open(realFile("xw_table01.xlsx"));
+    auto& ws = book.sheet(0);
+    auto form = ws.snapshotRows(1, 15);
+    ws.pasteForm(form, 16);
+    ws.setText(3, 3, "品番");
+    ws.setNumber(3, 4, 5);
+    ws.clearValue(3, 5);
+    ws.setText(3, 6, "品番");
+    ws.setText(18, 3, "図番");
+    book.saveAs(dir / "table_out.xlsx");
+    EXPECT_EQ(ws.cellText(3, 5), "列3");
+    EXPECT_EQ(ws.cellText(3, 6), "品番2");
+    EXPECT_NE(partOf(dir / "table_out.xlsx", "xl/tables/table1.xml")
+                  .find("<tableColumn id=\"1\" name=\"品番\"/><tableColumn id=\"2\" name=\"5\"/><tableColumn "
+                        "id=\"3\" name=\"列3\"/><tableColumn id=\"4\" name=\"品番2\"/>"),
+              std::string::npos);
+    std::string copy = partOf(dir / "table_out.xlsx", "xl/tables/table2.xml");
+    EXPECT_NE(copy.find("id=\"2\" name=\"Table1_2\" displayName=\"Table1_2\" ref=\"C18:F28\""),
+              std::string::npos)
+        << copy;
+    EXPECT_NE(copy.find("<tableColumn id=\"1\" name=\"図番\"/><tableColumn id=\"2\" name=\"Column2\"/>"),
+              std::string::npos);
+    EXPECT_NE(partOf(dir / "table_out.xlsx", "[Content_Types].xml").find("/xl/tables/table2.xml"),
+              std::string::npos);
+}
+
+TEST(XlsxWorkbook, NumbersOutOfRangeAreRefusedBeforeAnyChange)
+{
+    struct Case {
+        const char* file;
+        const char* part;
+        const char* from;
+        const char* to;
+        const char* says;
+    };
+    const Case cases[] = {
+        {"xw_image01.xlsx", "xl/drawings/drawing1.xml", "<xdr:row>8<", "<xdr:row>2147483647<",
+         "drawing1.xml"},
+        {"xw_image01.xlsx", "xl/drawings/drawing1.xml", "id=\"2\"", "id=\"4294967296\"", "drawing1.xml"},
+        {"xw_page_breaks01.xlsx", "xl/worksheets/sheet1.xml", "<brk id=\"1\"", "<brk id=\"2147483647\"",
+         "改ページ"},
+        {"xw_comment01.xlsx", "xl/drawings/vmlDrawing1.vml", "<x:Row>1<", "<x:Row>2147483647<",
+         "vmlDrawing1"},
+        {"xw_comment01.xlsx", "xl/drawings/vmlDrawing1.vml", "2, 15, 0, 10", "2, 15, 2147483647, 10",
+         "vmlDrawing1"},
+        {"xw_table01.xlsx", "xl/tables/table1.xml", "id=\"1\"", "id=\"9223372036854775808\"", "table1.xml"},
+        {"xw_cond_format01.xlsx", "xl/worksheets/sheet1.xml", "priority=\"1\"", "priority=\"2147483647\"",
+         "優先順位"},
+    };
+    TempDir dir("hostile");
+    for (auto& c : cases) {
+        SCOPED_TRACE(std::string(c.file) + " " + c.to);
+        auto file = dir / "in.xlsx";
+        std::filesystem::remove(file);
+        std::filesystem::copy_file(realFile(c.file), file);
+        patchPart(file, c.part, c.from, c.to);
+        auto r = fillPages(file, dir / "out.xlsx", 15, 4);
+        EXPECT_NE(r.error.find(c.says), std::string::npos) << r.error;
+        EXPECT_FALSE(r.changedBeforeError);
+        EXPECT_FALSE(std::filesystem::exists(dir / "out.xlsx"));
     }
 }

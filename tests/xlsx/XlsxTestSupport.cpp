@@ -178,6 +178,9 @@ Expected fillThreePages(const Layout& l, const std::filesystem::path& out)
     for (int p = 1; p <= 3; ++p) {
         const int top = (p - 1) * l.pageRows + 1;
         if (p > 1) {
+            // as a print run does: the pages above the last filled one leave memory (not on a sheet
+            // with formulas, which may still move)
+            ws.writeOutRowsAbove(top - l.pageRows);
             ws.pasteForm(form, top);
             ws.addRowBreakAbove(top);
             e.breaks.push_back(top);
@@ -266,6 +269,94 @@ void patchPart(const std::filesystem::path& file, const std::string& part, const
     zip_file_add(z, part.c_str(), zip_source_buffer(z, d.data(), d.size(), 0), ZIP_FL_OVERWRITE);
     if (zip_close(z) != 0)
         throw std::runtime_error("cannot write " + file.string());
+}
+
+std::filesystem::path realFile(const std::string& name)
+{
+    return sourceDir() / "tests/data/xlsx/real" / name;
+}
+
+std::vector<RealWorkbook> realWorkbooks()
+{
+    return {
+        {"cal_merge_cells.xlsx", 10, ""},
+        {"cal_nonstandard-xml-ns-prefix.xlsx", 10, ""},
+        {"cal_pass_protected.xlsx", 10, "パスワード"},
+        {"cal_picture_richdata.xlsx", 10, ""},
+        {"cal_pivots.xlsx", 10, "ピボットテーブル"},
+        {"cal_strict_iso_paths.xlsx", 10, "Strict"},
+        {"gnm_rows_to_end.xlsx", 10, ""},
+        {"lo_numbers_only.xlsx", 10, ""},
+        {"minimal_inline.xlsx", 10, ""},
+        {"xw_chartsheet01.xlsx", 10, ""},
+        {"xw_comment01.xlsx", 10, ""},
+        {"xw_cond_format01.xlsx", 10, ""},
+        {"xw_data_validation01.xlsx", 10, ""},
+        {"xw_defined_name01.xlsx", 10, ""},
+        {"xw_dynamic_array01.xlsx", 10, ""},
+        {"xw_image01.xlsx", 10, ""},
+        {"xw_merge_range01.xlsx", 10, ""},
+        {"xw_page_breaks01.xlsx", 10, ""},
+        {"xw_print_area01.xlsx", 10, ""},
+        {"xw_rich_string01.xlsx", 10, ""},
+        {"xw_table01.xlsx", 15, ""},
+    };
+}
+
+std::string pageText(int page, int row)
+{
+    return "品名 " + std::to_string(page) + "-" + std::to_string(row);
+}
+
+double pageNumber(int page, int row)
+{
+    return page * 1000 + row + 0.5;
+}
+
+FillResult fillPages(const std::filesystem::path& in, const std::filesystem::path& out, int formRows,
+                     int pages)
+{
+    FillResult result;
+    std::optional<xlsx::Workbook> book;
+    try {
+        book.emplace(xlsx::Workbook::open(in));
+        xlsx::Worksheet* ws = nullptr;
+        for (std::size_t i = 0; i < book->sheetCount() && !ws; ++i) {
+            auto& sheet = book->sheet(i); // reads the sheet
+            try {
+                (void)sheet.lastUsedRow();
+                ws = &sheet;
+            } catch (const xlsx::Error&) { // a chart sheet
+            }
+        }
+        if (!ws)
+            throw xlsx::Error("no worksheet");
+        result.sheet = ws->name();
+        const auto form = ws->snapshotRows(1, formRows);
+        for (int p = 1; p <= pages; ++p) {
+            const int top = (p - 1) * formRows + 1;
+            if (p > 1) {
+                ws->pasteForm(form, top);
+                ws->addRowBreakAbove(top);
+            }
+            for (int i = 1; i <= 10; ++i) {
+                const int r = top + i - 1;
+                ws->setNumberFormat(r, 1, "@");
+                ws->setText(r, 1, pageText(p, i));
+                ws->setNumberFormat(r, 2, "#,##0.0");
+                ws->setNumber(r, 2, pageNumber(p, i));
+            }
+            ws->setStrike(top + 1, 1, true);
+            ws->setFill(top + 2, 1, 0x808080);
+            ws->setHorizontalAlignment(top + 3, 2, xlsx::HAlign::Center);
+        }
+        ws->setPrintArea({1, 1, pages * formRows, 8});
+        book->saveAs(out);
+    } catch (const xlsx::Error& e) {
+        result.error = e.what();
+        result.changedBeforeError = book && book->modified();
+    }
+    return result;
 }
 
 } // namespace xlsxtest

@@ -76,4 +76,29 @@ std::string partOf(const std::filesystem::path& file, const std::string& name);
 void patchPart(const std::filesystem::path& file, const std::string& part, const std::string& from,
                const std::string& to);
 
+// Workbooks other programs made (tests/data/xlsx/real, sources in SOURCES.txt) and what the print
+// run's use of the engine gives on each: pages filled, or a refusal before any change.
+struct RealWorkbook {
+    std::string file;
+    int formRows;        // the page form: rows 1..formRows of the first worksheet
+    std::string refusal; // empty: fills and saves; else words the refusal must contain
+};
+std::vector<RealWorkbook> realWorkbooks();
+std::filesystem::path realFile(const std::string& name);
+
+// The print run on any workbook: the first worksheet's form taken, `pages` pages each with texts
+// and numbers in its rows 1..10 (the form pasted below for every further page), page breaks,
+// print area, save as out. Returns the sheet's name; an engine error propagates, and the test
+// checks that nothing had changed when it came.
+struct FillResult {
+    std::string sheet;
+    std::string error;
+    bool changedBeforeError = false;
+};
+FillResult fillPages(const std::filesystem::path& in, const std::filesystem::path& out, int formRows,
+                     int pages);
+// What page p's row i (1..10) holds after fillPages: column 1 text, column 2 number.
+std::string pageText(int page, int row);
+double pageNumber(int page, int row);
+
 } // namespace xlsxtest

@@ -64,3 +64,27 @@ def bomb(z):
 write("broken_zip_bomb.xlsx", [(n, d) for n, d in items if n != SHEET], bomb)
 # an entry whose name climbs out of the folder
 write("broken_path_traversal.xlsx", items + [("../../../../tmp/buhinhyo_evil.txt", b"evil")])
+
+# Not damaged, only bare, as streaming writers make a workbook: inline strings, no shared strings,
+# styles, theme or document properties, and rows and cells without their addresses.
+MAIN = "http://schemas.openxmlformats.org/spreadsheetml/2006/main"
+REL = "http://schemas.openxmlformats.org/officeDocument/2006/relationships"
+PKG = "http://schemas.openxmlformats.org/package/2006/relationships"
+row = '<row><c t="inlineStr"><is><t>{0}</t></is></c><c><v>{1}</v></c></row>'
+write("real/minimal_inline.xlsx", [
+    ("[Content_Types].xml", '<?xml version="1.0" encoding="UTF-8"?><Types xmlns="http://schemas.openxmlformats.org/'
+     'package/2006/content-types"><Default Extension="rels" ContentType="application/vnd.openxmlformats-package.'
+     'relationships+xml"/><Default Extension="xml" ContentType="application/xml"/><Override PartName="/xl/'
+     'workbook.xml" ContentType="application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml"/>'
+     '<Override PartName="/xl/worksheets/sheet1.xml" ContentType="application/vnd.openxmlformats-officedocument.'
+     'spreadsheetml.worksheet+xml"/></Types>'),
+    ("_rels/.rels", f'<?xml version="1.0" encoding="UTF-8"?><Relationships xmlns="{PKG}"><Relationship Id="rId1" '
+     f'Type="{REL}/officeDocument" Target="xl/workbook.xml"/></Relationships>'),
+    ("xl/workbook.xml", f'<?xml version="1.0" encoding="UTF-8"?><workbook xmlns="{MAIN}" xmlns:r="{REL}"><sheets>'
+     '<sheet name="部品表" sheetId="1" r:id="rId1"/></sheets></workbook>'),
+    ("xl/_rels/workbook.xml.rels", f'<?xml version="1.0" encoding="UTF-8"?><Relationships xmlns="{PKG}">'
+     f'<Relationship Id="rId1" Type="{REL}/worksheet" Target="worksheets/sheet1.xml"/></Relationships>'),
+    ("xl/worksheets/sheet1.xml", f'<?xml version="1.0" encoding="UTF-8"?><worksheet xmlns="{MAIN}"><sheetData>'
+     + "".join(row.format(t, n) for t, n in (("品名", 2), ("ベース", 3), ("カバー &amp; ボルト", 4.5)))
+     + "</sheetData></worksheet>"),
+])
