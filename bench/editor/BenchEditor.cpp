@@ -2,8 +2,8 @@
 // Usage: bench_editor [lines]   (default 5000)
 
 #include "EditorScreen.h"
-#include "EditorTestEnv.h"
 #include "Numbering.h"
+#include "TestSupport.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -20,13 +20,13 @@ double median(std::vector<double> v)
     return v[v.size() / 2];
 }
 
-void storeLines(EditorTestEnv& env, int lines)
+void storeLines(AppFolder& env, int lines)
 {
     env.exec(QStringLiteral(
         "INSERT INTO BUHINHYO (CH_DWGNO, CH_ASSY, CH_BUHIN, CH_USER, CH_NAME, CH_HDATE, CH_DESINED) "
         "VALUES ('K-9000','250-01','1','客先Ａ','大型ユニット','2024/03/05','山田')"));
-    env.peek().transaction();
-    QSqlQuery q(env.peek());
+    env.sql().transaction();
+    QSqlQuery q(env.sql());
     q.prepare(QStringLiteral("INSERT INTO BUHINHYO_M (CH_ASSY, CH_DWGNO, CH_USER, CH_BUHIN, CH_ZNO, "
                              "CH_HINMEI, CH_ZAISHITU, INT_SURYO, "
                              "CH_TANI, INT_SURYO2, CH_TANI2, CH_BIKO, INT_TANKA, INT_KINGK, CH_MAKER, "
@@ -41,7 +41,7 @@ void storeLines(EditorTestEnv& env, int lines)
         q.addBindValue(i % 40 == 3 ? 1 : 0);
         q.exec();
     }
-    env.peek().commit();
+    env.sql().commit();
 }
 } // namespace
 
@@ -54,7 +54,7 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     const int lines = argc > 1 ? std::max(1, atoi(argv[1])) : 5000;
 
-    EditorTestEnv env;
+    AppFolder env;
     storeLines(env, lines);
     env.connect();
 

@@ -1,165 +1,197 @@
 #include "EditorLists.h"
-#include "EditorTestEnv.h"
 #include "IniAccess.h"
 #include "PartsTableEditor.h"
 #include "RuntimeError.h"
 #include "TestSupport.h"
 
+#include "Numbering.h"
+#include "PartsGrid.h"
 #include <QtTest>
 
 using namespace EditorCol;
+using namespace Qt::StringLiterals;
 
-// The editor's logic on a real database file, without a screen.
+// The editor's logic without a screen: item numbers, and row operations on a real database file.
 class TestPartsTableEditor : public QObject
 {
     Q_OBJECT
-    std::unique_ptr<EditorTestEnv> env;
+    std::unique_ptr<AppFolder> f;
     std::unique_ptr<PartsTableEditor> ed;
 
-    EditorOpenValues values(const QString& name = u"ベース組立"_qs)
-    {
-        return {u"D-100"_qs, u"250-01"_qs, name, u"1"_qs, u"2024/03/05"_qs, u"山田"_qs};
-    }
-    QStringList column(int col) const
+    void open() { ed->open({u"D-100"_s, u"250-01"_s, u"ベース組立"_s, u"1"_s, u"2026/11/21"_s, u"山田"_s}); }
+    static QStringList column(const PartsGrid& g, int col)
     {
         QStringList out;
-        for (int r = 1; r < ed->grid().rows(); ++r)
-            out << ed->grid().cell(r, col);
+        for (int r = 1; r < g.rows(); ++r)
+            out << g.cell(r, col);
         return out;
     }
-    void writeLine(int row, const QString& name)
-    {
-        ed->grid().setCurrent(row);
-        InputValues v;
-        v.hinmei = name;
-        ed->writeInputToLine(v);
-    }
+    QStringList column(int col) const { return column(ed->grid(), col); }
 
 private Q_SLOTS:
     void init()
     {
-        env = std::make_unique<EditorTestEnv>();
-        env->connect();
-        ed = std::make_unique<PartsTableEditor>(env->ctx, env->ctx.DbConnection);
+        f = std::make_unique<AppFolder>();
+        QVERIFY(f->connect());
+        ed = std::make_unique<PartsTableEditor>(f->ctx, f->ctx.DbConnection);
     }
     void cleanup()
     {
         ed.reset();
-        env.reset();
+        f.reset();
     }
 
     void deletingTheOnlyLineLeavesABlankLine()
     {
-        env->storeTable(u"D-100"_qs, u"250-01"_qs, u"1"_qs, u"ベース組立"_qs, u"客先Ａ"_qs,
-                        {{u"251"_qs, u"A"_qs}});
-        ed->open(values());
-        QCOMPARE(ed->grid().rows(), 2);
+        f->storeTable(u"D-100"_s, u"250-01"_s, u"1"_s, u"ベース組立"_s, u"客先A"_s, {{u"251"_s, u"A"_s}});
+        open();
         QVERIFY(!ed->grid().cell(1, Number).isEmpty());
         QVERIFY(ed->deleteLine());
         QCOMPARE(ed->grid().rows(), 2);
-        QCOMPARE(column(No), QStringList{u"1"_qs});
-        QCOMPARE(column(Hinmei), QStringList{QString()});
-        QCOMPARE(ed->grid().cell(1, Number), QString());
+        QCOMPARE(column(No) + column(Hinmei) + column(Number), QStringList({u"1"_s, QString(), QString()}));
         // The stored row is gone at once, without a save.
-        QCOMPARE(env->rows(u"SELECT COUNT(*) FROM BUHINHYO_M"_qs), (QList<QStringList>{{u"0"_qs}}));
-    }
-
-    void deleteReadsTheNumberIn16Bits()
-    {
-        ed->open(values());
-        writeLine(1, u"A"_qs);
+        QCOMPARE(f->count(u"SELECT COUNT(*) FROM BUHINHYO_M"_s), 0);
+        // The stored number is read in 16 bits: beyond that the delete fails and the line stays.
+        ed->grid().setCell(1, Hinmei, u"A"_s);
         ed->grid().appendLine();
-        ed->grid().setCell(1, Number, u"40000"_qs);
+        ed->grid().setCell(1, Number, u"40000"_s);
         ed->grid().setCurrent(1);
         QVERIFY_THROWS_EXCEPTION(RuntimeError, ed->deleteLine());
-        QCOMPARE(ed->grid().rows(), 3);
-        QCOMPARE(ed->grid().cell(1, Hinmei), u"A"_qs);
-        QCOMPARE(PartsTableEditor::StoredNumber16(u"32767"_qs), u"32767"_qs);
-        QCOMPARE(PartsTableEditor::StoredNumber32(u"40000"_qs), u"40000"_qs);
-        QCOMPARE(PartsTableEditor::StoredNumber32(QString()), QString());
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, PartsTableEditor::StoredNumber32(u"2147483648"_qs));
+        QCOMPARE(column(Hinmei), QStringList({u"A"_s, QString()}));
     }
 
     void abolishAndBracketMarks()
     {
-        ed->open(values());
+        open();
         ed->setAbolished(true);
-        QCOMPARE(ed->grid().cell(1, Haishi), u"1"_qs);
-        QCOMPARE(ed->grid().cell(1, No), u"廃止"_qs);
+        QCOMPARE(ed->grid().cell(1, Haishi) + ed->grid().cell(1, No), u"1廃止"_s);
         QVERIFY(ed->grid().marked(1));
         ed->setAbolished(false);
-        QCOMPARE(ed->grid().cell(1, Haishi), u"0"_qs);
-        QCOMPARE(ed->grid().cell(1, No), u"1"_qs);
+        QCOMPARE(ed->grid().cell(1, Haishi) + ed->grid().cell(1, No), u"01"_s);
         QVERIFY(!ed->grid().marked(1));
-
         QVERIFY(ed->setBracketed(true));
-        QCOMPARE(ed->grid().cell(1, Zno), u"(251)"_qs);
-        QCOMPARE(ed->grid().cell(1, Kakko), u"1"_qs);
+        QCOMPARE(ed->grid().cell(1, Zno) + ed->grid().cell(1, Kakko), u"(251)1"_s);
         QVERIFY(!ed->setBracketed(false));
-        QCOMPARE(ed->grid().cell(1, Zno), u"251"_qs);
-        QCOMPARE(ed->grid().cell(1, Kakko), u"0"_qs);
+        QCOMPARE(ed->grid().cell(1, Zno) + ed->grid().cell(1, Kakko), u"2510"_s);
         // A line without an item number cannot be bracketed.
         ed->grid().setCell(1, Zno, QString());
         QVERIFY(!ed->setBracketed(true));
-        QCOMPARE(ed->grid().cell(1, Kakko), u"0"_qs);
-        // With no line at all, the marks add one marked "追加".
+        QCOMPARE(ed->grid().cell(1, Kakko), u"0"_s);
+        // With no line at all, the marks add one; a line added at the bottom is marked "追加".
         ed->grid().removeLine(1);
         ed->setAbolished(true);
         QCOMPARE(ed->grid().rows(), 2);
-        QCOMPARE(ed->grid().cell(1, No), u"廃止"_qs);
+        QCOMPARE(ed->grid().cell(1, No), u"廃止"_s);
         ed->grid().removeLine(1);
         ed->addLineAtBottom();
-        QCOMPARE(ed->grid().cell(1, No), u"追加"_qs);
-        QCOMPARE(ed->grid().currentCol(), int(No));
+        QCOMPARE(ed->grid().cell(1, No), u"追加"_s);
     }
 
     void copiedLinesComeInAsNewLines()
     {
-        env->storeTable(u"S-1"_qs, u"9-01"_qs, u"1"_qs, u"元"_qs, u"客先Ａ"_qs,
-                        {{u"012"_qs, u"B"_qs, u"1"_qs}, {u"011"_qs, u"A"_qs, u"0"_qs, u"1"_qs}});
-        ed->open(values());
+        f->storeTable(u"S-1"_s, u"9-01"_s, u"1"_s, u"元"_s, u"客先A"_s,
+                      {{u"012"_s, u"B"_s, u"1"_s}, {u"011"_s, u"A"_s, u"0"_s, u"1"_s}});
+        open();
         // The fresh editor's one empty line gives way; the copies come in item number order, carry
         // no stored number and are renumbered; the abolished one keeps its mark.
         ed->appendCopiedLines(
-            PartsTableEditor::ReadStoredLines(*env->ctx.DbConnection, u"S-1"_qs, u"9-01"_qs, u"1"_qs));
-        QCOMPARE(column(Hinmei), (QStringList{u"A"_qs, u"B"_qs}));
-        QCOMPARE(column(Number), (QStringList{QString(), QString()}));
-        QCOMPARE(column(Zno), (QStringList{u"(251)"_qs, u"252"_qs}));
-        QCOMPARE(column(No), (QStringList{u"1"_qs, u"廃止"_qs}));
+            PartsTableEditor::ReadStoredLines(*f->ctx.DbConnection, u"S-1"_s, u"9-01"_s, u"1"_s));
+        QCOMPARE(column(Hinmei), QStringList({u"A"_s, u"B"_s}));
+        QCOMPARE(column(Number), QStringList({QString(), QString()}));
+        QCOMPARE(column(Zno), QStringList({u"(251)"_s, u"252"_s}));
+        QCOMPARE(column(No), QStringList({u"1"_s, u"廃止"_s}));
         QVERIFY(ed->grid().marked(2));
-        QCOMPARE(ed->grid().currentRow(), 1);
-        ed->header().customer = u"客先Ａ"_qs;
+        ed->header().customer = u"客先A"_s;
         QCOMPARE(ed->save(), PartsTableEditor::SaveResult::Saved);
-        QCOMPARE(env->count(u"SELECT COUNT(*) FROM BUHINHYO_M"_qs), 4);
+        QCOMPARE(f->count(u"SELECT COUNT(*) FROM BUHINHYO_M"_s), 4);
     }
 
     void inputListsFollowTheirIndex()
     {
-        // Slots 0 to 3 feed the name field and 4 to 7 the material field, in slot order; a slot
-        // outside them feeds neither.
-        IniAccess& ini = *env->ctx.ini;
-        ini.put(u"KVRCAD0002COMBO1"_qs, u"INDEX"_qs, u"1"_qs);
-        ini.put(u"KVRCAD0002COMBO2"_qs, u"INDEX"_qs, u"0"_qs);
-        ini.put(u"KVRCAD0002COMBO3"_qs, u"INDEX"_qs, u"9"_qs);
-        ini.put(u"KVRCAD0002COMBO5"_qs, u"INDEX"_qs, u"2"_qs);
+        // Slots 0 to 3 feed the name field and 4 to 7 the material field, in slot order; list 3 (slot
+        // 9) feeds neither.
+        IniAccess& ini = *f->ctx.ini;
         const EditorLists lists = ReadEditorLists(ini);
         QCOMPARE(lists.nameItems(),
-                 (QStringList{u"平座金"_qs, u"六角ボルト"_qs, u"SS400"_qs, u"プレート"_qs}));
-        QCOMPARE(lists.materialItems(), (QStringList{u"S45C"_qs, u"SUS304"_qs, u"A5052"_qs}));
-        ini.put(u"KVRCAD0002COMBO8"_qs, u"INDEX"_qs, u"x"_qs);
+                 QStringList({u"ボルト"_s, u"ナット"_s, u"ワッシャ"_s, u"ベアリング"_s, u"ピン"_s}));
+        QCOMPARE(lists.materialItems(), QStringList({u"SUS304"_s, u"SS400"_s, u"S45C"_s}));
+        ini.put(u"KVRCAD0002COMBO8"_s, u"INDEX"_s, u"x"_s);
         QVERIFY_THROWS_EXCEPTION(RuntimeError, ReadEditorLists(ini));
+    }
 
-        // The shipped settings give list n the slot n - 1.
-        IniAccess shipped(env->messages, shippedIniPath());
-        const QList<InputList> all = ReadInputLists(shipped);
-        QCOMPARE(all.size(), 8);
-        for (const InputList& l : all)
-            QCOMPARE(l.index, l.number - 1);
-        QStringList names;
-        for (int n = 1; n <= 4; ++n)
-            names += all[n - 1].items;
-        QCOMPARE(ReadEditorLists(shipped).nameItems(), names);
-        QVERIFY(env->messages.shown.isEmpty());
+    void itemNumbersFromTheAssembly()
+    {
+        PartsGrid g;
+        g.appendLine();
+        g.appendLine();
+        // assembly, start number -> the three item numbers
+        for (const auto& [assy, start, numbers] : {std::tuple{u"250-01"_s, 1, u"251 252 253"_s},
+                                                   {u"250-01"_s, 0, u"250 251 252"_s},
+                                                   {u"AB-7"_s, 1, u"001 002 003"_s},
+                                                   {u"12-34-5"_s, 1, u"1235 1236 1237"_s},
+                                                   {u"A12B3"_s, 1, u"124 125 126"_s},
+                                                   {u"-45"_s, 1, u"001 002 003"_s},
+                                                   {QString(), 99, u"099 100 101"_s},
+                                                   {u"２５０-1"_s, 1, u"001 002 003"_s}}) {
+            Renumber(g, assy, start);
+            QCOMPARE(column(g, EditorCol::Zno).join(u' '), numbers);
+        }
+        QCOMPARE(column(g, EditorCol::No), QStringList({u"1"_s, u"2"_s, u"3"_s}));
+        // A stored item number shows with three digits at least.
+        for (const auto& [stored, shown] : {std::pair{u"12"_s, u"012"_s},
+                                            {u"1234"_s, u"1234"_s},
+                                            {u"(12)"_s, u"(12)"_s},
+                                            {QString(), QString()}})
+            QCOMPARE(FormatStoredZno(stored), shown);
+    }
+
+    void abolishedLinesKeepTheirPlaceAndBracketsFollowTheHiddenColumn()
+    {
+        PartsGrid g;
+        for (int i = 1; i < 4; ++i)
+            g.appendLine();
+        g.setCell(2, EditorCol::Haishi, u"1"_s);
+        g.setCell(3, EditorCol::Kakko, u"-1"_s);
+        g.setCell(4, EditorCol::Haishi, u"0"_s);
+        g.setCell(4, EditorCol::Kakko, u"False"_s);
+        g.setCell(1, EditorCol::Zno, u"(999)"_s);
+        Renumber(g, u"250-01"_s, 1);
+        QCOMPARE(column(g, EditorCol::No), QStringList({u"1"_s, u"廃止"_s, u"3"_s, u"4"_s}));
+        QCOMPARE(column(g, EditorCol::Zno), QStringList({u"251"_s, u"252"_s, u"(253)"_s, u"254"_s}));
+    }
+
+    void overflowLeavesTheGridAlone()
+    {
+        PartsGrid g;
+        g.appendLine();
+        g.setCell(1, EditorCol::Zno, u"x"_s);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, u"2147483647-1"_s, 1));
+        QCOMPARE(g.cell(1, EditorCol::Zno), u"x"_s);
+        Renumber(g, u"2147483645-1"_s, 1); // line 2: the last number that fits
+        QCOMPARE(g.cell(2, EditorCol::Zno), u"2147483647"_s);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, Renumber(g, u"99999999999-1"_s, 1));
+    }
+
+    void startNumber()
+    {
+        // typed, result, value (-5: unchanged), text left in the field
+        for (const auto& [typed, result, value, left] :
+             {std::tuple{u"0"_s, StartNumberResult::Ok, 0, u"0"_s},
+              {u"99"_s, StartNumberResult::Ok, 99, u"99"_s},
+              {u"2.5"_s, StartNumberResult::Ok, 2, u"2.5"_s},
+              {u"-1"_s, StartNumberResult::OutOfRange, -5, u"-1"_s},
+              {u"100"_s, StartNumberResult::OutOfRange, -5, u"100"_s},
+              {QString(), StartNumberResult::NotNumber, -5, QString()},
+              {u"1a"_s, StartNumberResult::NotNumber, -5, u"1"_s},
+              {u" 5"_s, StartNumberResult::NotNumber, -5, u"5"_s},
+              {u"５"_s, StartNumberResult::NotNumber, -5, QString()},
+              {u"-"_s, StartNumberResult::NotNumber, -5, u"-"_s}}) {
+            QString text = typed;
+            int v = -5;
+            QCOMPARE(CheckStartNumber(text, v), result);
+            QCOMPARE(v, value);
+            QCOMPARE(text, left);
+        }
     }
 };
 

@@ -1,12 +1,10 @@
-// The workbook engine against real template files: round trips, filling pages, refusals,
-// damaged and hostile files, and a bounded fuzz loop over corrupted copies.
+// The workbook engine against real template files: round trips, filling pages, refusals, damaged and
+// hostile files, and a bounded fuzz loop over corrupted copies.
 #include "Workbook.h"
 #include "XlsxTestSupport.h"
 
 #include <gtest/gtest.h>
-#include <zip.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <random>
@@ -17,18 +15,31 @@ using namespace xlsxtest;
 
 namespace
 {
-
-std::string partOf(const std::filesystem::path& file, const std::string& name)
+// The first group of every match of a pattern.
+std::vector<std::string> captures(const std::string& text, const std::string& pattern)
 {
-    for (auto& [n, d] : zipParts(file))
-        if (n == name)
-            return d;
-    return {};
+    std::vector<std::string> out;
+    const std::regex re(pattern);
+    for (auto it = std::sregex_iterator(text.begin(), text.end(), re); it != std::sregex_iterator(); ++it)
+        out.push_back((*it)[1]);
+    return out;
 }
 
+bool unique(const std::vector<std::string>& v)
+{
+    return std::set<std::string>(v.begin(), v.end()).size() == v.size();
+}
+
+Layout layout(const std::string& file)
+{
+    for (auto& l : templateLayouts())
+        if (l.file == file)
+            return l;
+    throw std::runtime_error("no layout " + file);
+}
 } // namespace
 
-TEST(XlsxWorkbook, OpenAndSaveWithoutEditsKeepsEveryPartByteForByte)
+TEST(XlsxWorkbook, UneditedAndFilledWorkbooksKeepWhatWasNotTouched)
 {
     TempDir dir("roundtrip");
     for (auto& l : templateLayouts()) {
@@ -36,44 +47,21 @@ TEST(XlsxWorkbook, OpenAndSaveWithoutEditsKeepsEveryPartByteForByte)
         auto out = dir / ("rt_" + l.file);
         {
             auto book = xlsx::Workbook::open(dataFile(l.file));
-            // reading everything must not count as a change
-            for (std::size_t i = 0; i < book.sheetCount(); ++i) {
-                auto& ws = book.sheet(i);
-                for (int r = 1; r <= ws.lastUsedRow(); ++r)
-                    (void)ws.cellText(r, 1);
-                (void)ws.printArea();
-            }
+            for (std::size_t i = 0; i < book.sheetCount(); ++i) // reading is no change
+                for (int r = 1; r <= book.sheet(i).lastUsedRow(); ++r)
+                    (void)book.sheet(i).cellText(r, 1);
             EXPECT_FALSE(book.modified());
             book.saveAs(out);
         }
         EXPECT_EQ(zipParts(out), zipParts(dataFile(l.file)));
-        // save() in place of an unchanged copy leaves the file itself as it was
         auto before = readBytes(out);
-        auto book = xlsx::Workbook::open(out);
-        book.save();
+        xlsx::Workbook::open(out).save(); // saved in place unchanged: the file stays as it was
         EXPECT_EQ(readBytes(out), before);
-    }
-}
-
-TEST(XlsxWorkbook, ThreePagesOfEveryTemplateReadBackAsWritten)
-{
-    TempDir dir("fill");
-    for (auto& l : templateLayouts()) {
-        SCOPED_TRACE(l.file);
-        auto out = dir / ("filled_" + l.file);
-        auto expected = fillThreePages(l, out);
-        auto diffs = compareWithEngine(out, expected);
-        for (auto& d : diffs)
-            ADD_FAILURE() << d;
-        // parts the fill does not touch stay byte for byte
-        auto before = zipParts(dataFile(l.file));
-        auto after = zipParts(out);
-        for (auto& [name, bytes] : before) {
-            if (name.find("theme") != std::string::npos || name.find("media/") != std::string::npos ||
-                name.find("core.xml") != std::string::npos) {
-                auto it = std::find_if(after.begin(), after.end(), [&](auto& p) { return p.first == name; });
-                ASSERT_NE(it, after.end()) << name;
-                EXPECT_EQ(it->second, bytes) << name;
+        // Filled with three pages, the parts the fill does not touch stay byte for byte.
+        fillThreePages(l, out);
+        for (auto& [name, bytes] : zipParts(dataFile(l.file))) {
+            if (name.find("theme") != std::string::npos || name.find("media/") != std::string::npos) {
+                EXPECT_EQ(partOf(out, name), bytes) << name;
             }
         }
     }
@@ -82,23 +70,17 @@ TEST(XlsxWorkbook, ThreePagesOfEveryTemplateReadBackAsWritten)
 TEST(XlsxWorkbook, PastedPagesCarryFormulasAnchorsValidationsAndReferences)
 {
     TempDir dir("pages");
-    auto layouts = templateLayouts();
-    auto find = [&](const std::string& f) {
-        return *std::find_if(layouts.begin(), layouts.end(), [&](auto& l) { return l.file == f; });
-    };
-
     // formulas: the page total follows each page, other sheets and names follow the rename
     auto out = dir / "formulas.xlsx";
-    fillThreePages(find("formulas.xlsx"), out);
+    fillThreePages(layout("formulas.xlsx"), out);
     {
         auto book = xlsx::Workbook::open(out);
         auto& ws = book.sheet("DWG-2024-0815-A 01");
         EXPECT_EQ(ws.cellFormula(48, 8), "SUM(H8:H47)");
-        EXPECT_EQ(ws.cellFormula(98, 8), "SUM(H58:H97)");
         EXPECT_EQ(ws.cellFormula(148, 8), "SUM(H108:H147)");
         EXPECT_EQ(ws.cellFormula(148, 7), "COUNTA(B108:B147)");
-        auto& sum = book.sheet("集計");
         // pages are added below the first one: references to the first page stay where they were
+        auto& sum = book.sheet("集計");
         EXPECT_EQ(sum.cellFormula(1, 2), "'DWG-2024-0815-A 01'!H48");
         EXPECT_EQ(sum.cellFormula(2, 2), "SUM('DWG-2024-0815-A 01'!$H$8:$H$47)");
         EXPECT_EQ(sum.cellFormula(3, 2), "'DWG-2024-0815-A 01'!B3&\"/\"&'DWG-2024-0815-A 01'!B4");
@@ -106,82 +88,47 @@ TEST(XlsxWorkbook, PastedPagesCarryFormulasAnchorsValidationsAndReferences)
         EXPECT_NE(wb.find("<definedName name=\"頁合計\">'DWG-2024-0815-A 01'!$H$48<"), std::string::npos)
             << wb;
         EXPECT_NE(wb.find("fullCalcOnLoad=\"1\""), std::string::npos);
-        EXPECT_NE(partOf(out, "docProps/app.xml").find("DWG-2024-0815-A 01"), std::string::npos);
         // cached results are dropped so that no reader prints stale totals
         EXPECT_EQ(partOf(out, "xl/worksheets/sheet1.xml").find("</f><v>"), std::string::npos);
-        EXPECT_NE(partOf(out, "xl/worksheets/sheet1.xml").find("<f>SUM(H108:H147)</f>"), std::string::npos);
     }
-
-    // logo: one picture per page, each anchored in its page's header, ids unique
+    // logo: one picture per page anchored in its page's header, ids unique; a link in each page's
+    // last row with a relationship of its own
     out = dir / "logo.xlsx";
-    fillThreePages(find("logo.xlsx"), out);
-    {
-        std::string drawing = partOf(out, "xl/drawings/drawing1.xml");
-        std::regex fromRow(
-            "<xdr:from><xdr:col>4</xdr:col><xdr:colOff>[0-9]+</xdr:colOff><xdr:row>([0-9]+)</xdr:row>");
-        std::vector<int> rows;
-        for (auto it = std::sregex_iterator(drawing.begin(), drawing.end(), fromRow);
-             it != std::sregex_iterator(); ++it)
-            rows.push_back(std::stoi((*it)[1]));
-        EXPECT_EQ(rows, (std::vector<int>{2, 52, 102})) << drawing;
-        std::regex ids("<xdr:cNvPr id=\"([0-9]+)\"");
-        std::set<int> seen;
-        for (auto it = std::sregex_iterator(drawing.begin(), drawing.end(), ids);
-             it != std::sregex_iterator(); ++it)
-            EXPECT_TRUE(seen.insert(std::stoi((*it)[1])).second) << "duplicate picture id";
-        EXPECT_EQ(seen.size(), 3u);
-        EXPECT_EQ(partOf(out, "xl/media/image1.png"), partOf(dataFile("logo.xlsx"), "xl/media/image1.png"));
-        // the link in each page's last row, each with a relationship of its own
-        std::string sheet = partOf(out, "xl/worksheets/sheet1.xml");
-        std::string rels = partOf(out, "xl/worksheets/_rels/sheet1.xml.rels");
-        std::regex link("<hyperlink ref=\"(A[0-9]+)\" r:id=\"(rId[0-9]+)\"");
-        std::vector<std::string> refs;
-        std::set<std::string> linkIds;
-        for (auto it = std::sregex_iterator(sheet.begin(), sheet.end(), link); it != std::sregex_iterator();
-             ++it) {
-            refs.push_back((*it)[1]);
-            linkIds.insert((*it)[2]);
-            EXPECT_NE(
-                rels.find(
-                    "Id=\"" + std::string((*it)[2]) +
-                    "\" Type=\"http://schemas.openxmlformats.org/"
-                    "officeDocument/2006/relationships/hyperlink\" Target=\"https://example.co.jp/parts\""),
-                std::string::npos)
-                << rels;
-        }
-        EXPECT_EQ(refs, (std::vector<std::string>{"A50", "A100", "A150"})) << sheet;
-        EXPECT_EQ(linkIds.size(), 3u);
-    }
-
-    // validations and conditional formats are copied with each page
+    fillThreePages(layout("logo.xlsx"), out);
+    std::string drawing = partOf(out, "xl/drawings/drawing1.xml");
+    EXPECT_EQ(
+        captures(drawing, "<xdr:from><xdr:col>4</xdr:col><xdr:colOff>[0-9]+</xdr:colOff><xdr:row>([0-9]+)<"),
+        (std::vector<std::string>{"2", "52", "102"}));
+    auto ids = captures(drawing, "<xdr:cNvPr id=\"([0-9]+)\"");
+    EXPECT_TRUE(ids.size() == 3 && unique(ids)) << drawing;
+    std::string sheet = partOf(out, "xl/worksheets/sheet1.xml");
+    std::string rels = partOf(out, "xl/worksheets/_rels/sheet1.xml.rels");
+    EXPECT_EQ(captures(sheet, "<hyperlink ref=\"(A[0-9]+)\""),
+              (std::vector<std::string>{"A50", "A100", "A150"}));
+    auto links = captures(sheet, "<hyperlink ref=\"A[0-9]+\" r:id=\"(rId[0-9]+)\"");
+    EXPECT_TRUE(links.size() == 3 && unique(links));
+    for (auto& id : links)
+        EXPECT_NE(rels.find("Id=\"" + id +
+                            "\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/"
+                            "relationships/hyperlink\" Target=\"https://example.co.jp/parts\""),
+                  std::string::npos)
+            << rels;
+    // validations and conditional formats are copied with each page, priorities kept unique
     out = dir / "validation.xlsx";
-    fillThreePages(find("validation.xlsx"), out);
-    {
-        std::string sheet = partOf(out, "xl/worksheets/sheet1.xml");
-        for (const char* sq : {"H8:H47", "H58:H97", "H108:H147", "F8:G47", "F58:G97", "F108:G147", "G8:G47",
-                               "G58:G97", "G108:G147", "A8:H47", "A58:H97", "A108:H147"})
-            EXPECT_NE(sheet.find(std::string("sqref=\"") + sq + "\""), std::string::npos) << sq;
-        EXPECT_NE(sheet.find("$E58=\"至急\""), std::string::npos);
-        EXPECT_NE(sheet.find("$E108=\"至急\""), std::string::npos);
-        EXPECT_NE(sheet.find("<dataValidations count=\"6\""), std::string::npos);
-        std::regex prio("priority=\"([0-9]+)\"");
-        std::set<int> seen;
-        for (auto it = std::sregex_iterator(sheet.begin(), sheet.end(), prio); it != std::sregex_iterator();
-             ++it)
-            EXPECT_TRUE(seen.insert(std::stoi((*it)[1])).second) << "duplicate priority";
-        EXPECT_EQ(seen.size(), 6u);
-    }
-
+    fillThreePages(layout("validation.xlsx"), out);
+    sheet = partOf(out, "xl/worksheets/sheet1.xml");
+    for (const char* sq : {"H8:H47", "H58:H97", "H108:H147", "F58:G97", "G108:G147", "A108:H147"})
+        EXPECT_NE(sheet.find(std::string("sqref=\"") + sq + "\""), std::string::npos) << sq;
+    EXPECT_NE(sheet.find("<dataValidations count=\"6\""), std::string::npos);
+    auto priorities = captures(sheet, "priority=\"([0-9]+)\"");
+    EXPECT_TRUE(priorities.size() == 6 && unique(priorities));
     // Japanese sheet names: references from the cover sheet follow both the pages and the rename
     out = dir / "japanese.xlsx";
-    fillThreePages(find("japanese_names.xlsx"), out);
-    {
-        auto book = xlsx::Workbook::open(out);
-        EXPECT_EQ(book.sheetNames(), (std::vector<std::string>{"表紙", "DWG-2024-0815-A 01", "購入部品表"}));
-        EXPECT_EQ(book.sheet("表紙").cellFormula(1, 1), "'DWG-2024-0815-A 01'!B4");
-        EXPECT_EQ(book.sheet("表紙").cellFormula(2, 1), "購入部品表!A1");
-        EXPECT_EQ(book.sheet("表紙").cellFormula(3, 1), "COUNTA('DWG-2024-0815-A 01'!A8:A47)");
-    }
+    fillThreePages(layout("japanese_names.xlsx"), out);
+    auto book = xlsx::Workbook::open(out);
+    EXPECT_EQ(book.sheetNames(), (std::vector<std::string>{"表紙", "DWG-2024-0815-A 01", "購入部品表"}));
+    EXPECT_EQ(book.sheet("表紙").cellFormula(1, 1), "'DWG-2024-0815-A 01'!B4");
+    EXPECT_EQ(book.sheet("表紙").cellFormula(3, 1), "COUNTA('DWG-2024-0815-A 01'!A8:A47)");
 }
 
 TEST(XlsxWorkbook, InsertingRowsMovesEverythingBelowAndGrowsWhatStraddles)
@@ -198,35 +145,11 @@ TEST(XlsxWorkbook, InsertingRowsMovesEverythingBelowAndGrowsWhatStraddles)
     auto merges = ws.mergedRanges();
     EXPECT_NE(std::find(merges.begin(), merges.end(), xlsx::CellRange{54, 5, 54, 8}), merges.end());
     EXPECT_EQ(book.sheet("集計").cellFormula(1, 2), "'部品表'!H53");
-    EXPECT_EQ(ws.lastUsedRow(), 54);
     EXPECT_EQ(ws.rowHeight(50), 18.0);
     EXPECT_FALSE(ws.rowHeight(22).has_value()); // inserted rows are plain
     book.saveAs(dir / "inserted.xlsx");
-    auto again = xlsx::Workbook::open(dir / "inserted.xlsx");
-    EXPECT_EQ(again.sheet("部品表").cellFormula(53, 8), "SUM(H8:H52)");
+    EXPECT_EQ(xlsx::Workbook::open(dir / "inserted.xlsx").sheet("部品表").cellFormula(53, 8), "SUM(H8:H52)");
 }
-
-namespace
-{
-
-// Replaces text inside one part of a package (the file is changed in place).
-void patchPart(const std::filesystem::path& file, const std::string& part, const std::string& from,
-               const std::string& to)
-{
-    std::string d = partOf(file, part);
-    auto pos = d.find(from);
-    ASSERT_NE(pos, std::string::npos) << d;
-    static std::string keep;
-    keep = d.substr(0, pos) + to + d.substr(pos + from.size());
-    int err = 0;
-    zip_t* z = zip_open(file.c_str(), 0, &err);
-    ASSERT_NE(z, nullptr);
-    zip_source_t* s = zip_source_buffer(z, keep.data(), keep.size(), 0);
-    zip_file_add(z, part.c_str(), s, ZIP_FL_OVERWRITE);
-    ASSERT_EQ(zip_close(z), 0);
-}
-
-} // namespace
 
 TEST(XlsxWorkbook, SharedFormulasBecomePlainFormulasThatMoveWithTheirPage)
 {
@@ -234,74 +157,27 @@ TEST(XlsxWorkbook, SharedFormulasBecomePlainFormulasThatMoveWithTheirPage)
     auto file = dir / "shared.xlsx";
     std::filesystem::copy_file(dataFile("header_boxes.xlsx"), file);
     // a formula filled down the way spreadsheet programs store it: one master, two followers
-    patchPart(file, "xl/worksheets/sheet1.xml", "<c r=\"G8\" s=\"10\"/>",
+    const std::string part = "xl/worksheets/sheet1.xml";
+    patchPart(file, part, "<c r=\"G8\" s=\"10\"/>",
               "<c r=\"G8\" s=\"10\"><f t=\"shared\" ref=\"G8:G10\" si=\"0\">F8*$D$1</f><v>0</v></c>");
-    patchPart(file, "xl/worksheets/sheet1.xml", "<c r=\"G9\" s=\"10\"/>",
-              "<c r=\"G9\" s=\"10\"><f t=\"shared\" si=\"0\"/><v>0</v></c>");
-    patchPart(file, "xl/worksheets/sheet1.xml", "<c r=\"G10\" s=\"10\"/>",
-              "<c r=\"G10\" s=\"10\"><f t=\"shared\" si=\"0\"/><v>0</v></c>");
+    for (const char* cell : {"G9", "G10"})
+        patchPart(file, part, std::string("<c r=\"") + cell + "\" s=\"10\"/>",
+                  std::string("<c r=\"") + cell + "\" s=\"10\"><f t=\"shared\" si=\"0\"/><v>0</v></c>");
     {
-        // unchanged, the sheet is kept exactly as it was
         auto book = xlsx::Workbook::open(file);
         EXPECT_EQ(book.sheet(0).cellFormula(10, 7), "F10*$D$1");
-        book.saveAs(dir / "same.xlsx");
+        book.saveAs(dir / "same.xlsx"); // unchanged, the sheet is kept exactly as it was
         EXPECT_EQ(zipParts(dir / "same.xlsx"), zipParts(file));
     }
     auto book = xlsx::Workbook::open(file);
     auto& ws = book.sheet(0);
-    auto form = ws.snapshotRows(1, 50);
-    ws.pasteForm(form, 51);
+    ws.pasteForm(ws.snapshotRows(1, 50), 51);
     ws.setNumber(58, 6, 4);
     book.saveAs(dir / "out.xlsx");
-    std::string sheet = partOf(dir / "out.xlsx", "xl/worksheets/sheet1.xml");
+    std::string sheet = partOf(dir / "out.xlsx", part);
     EXPECT_EQ(sheet.find("t=\"shared\""), std::string::npos);
     EXPECT_NE(sheet.find("<c r=\"G9\" s=\"10\"><f>F9*$D$1</f></c>"), std::string::npos) << sheet;
     EXPECT_NE(sheet.find("<c r=\"G60\" s=\"10\"><f>F60*$D$1</f></c>"), std::string::npos) << sheet;
-}
-
-TEST(XlsxWorkbook, StylesAreDerivedWithoutTouchingCellsThatShareThem)
-{
-    TempDir dir("styles");
-    auto book = xlsx::Workbook::open(dataFile("header_boxes.xlsx"));
-    auto& ws = book.sheet(0);
-    std::string before = ws.numberFormat(9, 6);
-    ws.setStrike(8, 2, true);
-    ws.setFill(8, 1, 0xBFBFBF);
-    ws.setNumberFormat(8, 4, "0.0\"個\"");
-    ws.setHorizontalAlignment(8, 4, xlsx::HAlign::Left);
-    EXPECT_TRUE(ws.strike(8, 2));
-    EXPECT_FALSE(ws.strike(9, 2)); // shares the template style with B8
-    EXPECT_FALSE(ws.strike(3, 2));
-    EXPECT_EQ(ws.fillRgb(8, 1), 0xBFBFBFu);
-    EXPECT_FALSE(ws.fillRgb(9, 1).has_value());
-    EXPECT_EQ(ws.numberFormat(8, 4), "0.0\"個\"");
-    EXPECT_EQ(ws.horizontalAlignment(8, 4), xlsx::HAlign::Left);
-    EXPECT_EQ(ws.horizontalAlignment(9, 4), xlsx::HAlign::Center);
-    EXPECT_EQ(ws.numberFormat(9, 6), before);
-    EXPECT_EQ(ws.numberFormat(9, 6), "#,##0");
-    // the same change twice reuses the format made the first time; a change to what a cell
-    // already has keeps its format
-    ws.setStrike(9, 2, true);
-    xlsx::Workbook probe = xlsx::Workbook::open(dataFile("header_boxes.xlsx"));
-    probe.sheet(0).setStrike(8, 2, false);
-    probe.sheet(0).setNumberFormat(8, 6, "#,##0");
-    probe.sheet(0).setHorizontalAlignment(8, 1, xlsx::HAlign::Center);
-    probe.saveAs(dir / "probe.xlsx");
-    EXPECT_EQ(partOf(dir / "probe.xlsx", "xl/styles.xml"),
-              partOf(dataFile("header_boxes.xlsx"), "xl/styles.xml"));
-    book.saveAs(dir / "styles.xlsx");
-    std::string styles = partOf(dir / "styles.xlsx", "xl/styles.xml");
-    auto count = [&](const std::string& what) {
-        std::size_t n = 0;
-        for (auto p = styles.find(what); p != std::string::npos; p = styles.find(what, p + 1))
-            ++n;
-        return n;
-    };
-    EXPECT_EQ(count("<strike/>"), 1u);
-    EXPECT_NE(styles.find("formatCode=\"0.0&quot;個&quot;\""), std::string::npos);
-    EXPECT_NE(styles.find("<fgColor rgb=\"FFBFBFBF\"/>"), std::string::npos);
-    auto again = xlsx::Workbook::open(dir / "styles.xlsx");
-    EXPECT_TRUE(again.sheet(0).strike(9, 2));
 }
 
 TEST(XlsxWorkbook, TextAndNumbersAreStoredExactly)
@@ -320,11 +196,8 @@ TEST(XlsxWorkbook, TextAndNumbersAreStoredExactly)
     EXPECT_THROW(ws.setNumber(33, 3, std::nan("")), xlsx::Error);
     EXPECT_THROW(ws.setText(34, 3, std::string("\xff\xfe", 2)), xlsx::Error);
     EXPECT_THROW(ws.setText(34, 3, std::string(32768, 'x')), xlsx::Error);
-    EXPECT_THROW(ws.setText(0, 1, "x"), xlsx::Error);
-    EXPECT_THROW(ws.setText(1, 16385, "x"), xlsx::Error);
-    ws.setText(1, 1, "Parts list"); // existing string reused
-    ws.setText(3, 2, "置き換え");   // text over text
-    ws.setNumber(3, 3, 7);          // number over text
+    ws.setText(3, 2, "置き換え"); // text over text
+    ws.setNumber(3, 3, 7);        // number over text
     ws.clearValue(3, 4);
     book.saveAs(dir / "values.xlsx");
     auto again = xlsx::Workbook::open(dir / "values.xlsx");
@@ -334,13 +207,10 @@ TEST(XlsxWorkbook, TextAndNumbersAreStoredExactly)
     EXPECT_EQ(rs.cellNumber(30, 3), 0.1 + 0.2);
     EXPECT_EQ(rs.cellNumber(31, 3), -1e-300);
     EXPECT_EQ(rs.cellText(32, 3), "123456789012345");
-    EXPECT_EQ(rs.cellText(3, 2), "置き換え");
-    EXPECT_EQ(rs.cellNumber(3, 3), 7.0);
-    EXPECT_EQ(rs.cellText(3, 4), "");
-    EXPECT_EQ(rs.cellText(25, 4), "end of page");
+    EXPECT_EQ(rs.cellText(3, 2) + rs.cellText(3, 3) + rs.cellText(3, 4) + rs.cellText(25, 4),
+              "置き換え7end of page");
     std::string sst = partOf(dir / "values.xlsx", "xl/sharedStrings.xml");
     EXPECT_NE(sst.find("_x005F_x0041_"), std::string::npos);
-    EXPECT_NE(sst.find("_x0001_"), std::string::npos);
     EXPECT_NE(sst.find("<t xml:space=\"preserve\"> 先頭と末尾に空白 </t>"), std::string::npos);
 }
 
@@ -349,37 +219,27 @@ TEST(XlsxWorkbook, BreaksPrintAreaAndRenameFollowTheRules)
     TempDir dir("rules");
     auto book = xlsx::Workbook::open(dataFile("japanese_names.xlsx"));
     auto& ws = book.sheet("製作部品表 A");
-    ws.addRowBreakAbove(1); // nothing above the first row
-    ws.addRowBreakAbove(51);
-    ws.addRowBreakAbove(51);
-    ws.addRowBreakAbove(21);
+    for (int row : {1, 51, 51, 21}) // nothing above the first row; a break once
+        ws.addRowBreakAbove(row);
     EXPECT_EQ(ws.rowBreaksAbove(), (std::vector<int>{21, 51}));
     for (int r = 100; r < 100 + 1021; ++r)
         ws.addRowBreakAbove(r);
-    EXPECT_THROW(ws.addRowBreakAbove(5000), xlsx::Error);
-
-    EXPECT_THROW(ws.rename("購入部品表"), xlsx::Error);
-    EXPECT_THROW(ws.rename("表紙"), xlsx::Error);
-    EXPECT_THROW(ws.rename("a:b"), xlsx::Error);
-    EXPECT_THROW(ws.rename("[x]"), xlsx::Error);
-    EXPECT_THROW(ws.rename("'quoted'"), xlsx::Error);
-    EXPECT_THROW(ws.rename("history"), xlsx::Error);
-    EXPECT_THROW(ws.rename(""), xlsx::Error);
-    EXPECT_THROW(ws.rename("あいうえおかきくけこさしすせそたちつてとなにぬねのはひふへほまみ"),
-                 xlsx::Error);                                                   // 32
+    EXPECT_THROW(ws.addRowBreakAbove(5000), xlsx::Error); // 1023 at most
+    for (const char* bad : {"購入部品表", "表紙", "a:b", "[x]", "'quoted'", "history", "",
+                            "あいうえおかきくけこさしすせそたちつてとなにぬねのはひふへほまみ"}) // 32
+        EXPECT_THROW(ws.rename(bad), xlsx::Error) << bad;
     ws.rename("あいうえおかきくけこさしすせそたちつてとなにぬねのはひふへほま"); // 31
     ws.rename("O'Neil 図");
     EXPECT_EQ(book.sheet("表紙").cellFormula(1, 1), "'O''Neil 図'!B4");
     ws.setPrintArea({1, 1, 150, 8});
-    EXPECT_EQ(ws.printArea(), (xlsx::CellRange{1, 1, 150, 8}));
     book.saveAs(dir / "rules.xlsx");
-    std::string wb = partOf(dir / "rules.xlsx", "xl/workbook.xml");
-    EXPECT_NE(wb.find("localSheetId=\"1\">'O''Neil 図'!$A$1:$H$150<"), std::string::npos) << wb;
-    std::string sheet = partOf(dir / "rules.xlsx", "xl/worksheets/sheet2.xml");
     EXPECT_NE(
-        sheet.find(
-            "<rowBreaks count=\"1023\" manualBreakCount=\"1023\"><brk id=\"20\" max=\"16383\" man=\"1\"/>"),
+        partOf(dir / "rules.xlsx", "xl/workbook.xml").find("localSheetId=\"1\">'O''Neil 図'!$A$1:$H$150<"),
         std::string::npos);
+    EXPECT_NE(partOf(dir / "rules.xlsx", "xl/worksheets/sheet2.xml")
+                  .find("<rowBreaks count=\"1023\" manualBreakCount=\"1023\"><brk id=\"20\" max=\"16383\" "
+                        "man=\"1\"/>"),
+              std::string::npos);
 }
 
 TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
@@ -398,45 +258,26 @@ TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
         EXPECT_FALSE(withFormulas.sheet(0).writeOutRowsAbove(3));
         EXPECT_NO_THROW(withFormulas.sheet(0).cellText(1, 1));
     }
-    // an array formula straddling the insertion row, and a 3-D reference
+    // an array formula straddling the insertion row
+    auto file = dir / "array.xlsx";
+    std::filesystem::copy_file(dataFile("formulas.xlsx"), file);
+    patchPart(file, "xl/worksheets/sheet2.xml", "</sheetData>",
+              "<row r=\"10\"><c r=\"A10\"><f t=\"array\" "
+              "ref=\"A10:A30\">'部品表'!A8:A28</f></c></row></sheetData>");
     {
-        auto src = dir / "array.xlsx";
-        auto book = xlsx::Workbook::open(dataFile("formulas.xlsx"));
-        book.saveAs(src);
-    }
-    // write the special formulas straight into the sheet XML with libzip
-    auto patch = [&](const std::filesystem::path& file, const std::string& from, const std::string& to) {
-        auto parts = zipParts(file);
-        int err = 0;
-        zip_t* z = zip_open(file.c_str(), 0, &err);
-        ASSERT_NE(z, nullptr);
-        for (auto& [n, d] : parts)
-            if (n == "xl/worksheets/sheet2.xml") {
-                auto pos = d.find(from);
-                ASSERT_NE(pos, std::string::npos) << d;
-                static std::string keep;
-                keep = d.substr(0, pos) + to + d.substr(pos + from.size());
-                zip_source_t* s = zip_source_buffer(z, keep.data(), keep.size(), 0);
-                zip_file_add(z, n.c_str(), s, ZIP_FL_OVERWRITE);
-            }
-        ASSERT_EQ(zip_close(z), 0);
-    };
-    auto arrayFile = dir / "array.xlsx";
-    std::filesystem::copy_file(dataFile("formulas.xlsx"), dir / "threed.xlsx");
-    patch(arrayFile, "</sheetData>",
-          "<row r=\"10\"><c r=\"A10\"><f t=\"array\" "
-          "ref=\"A10:A30\">'部品表'!A8:A28</f></c></row></sheetData>");
-    {
-        auto book = xlsx::Workbook::open(arrayFile);
+        auto book = xlsx::Workbook::open(file);
         auto& sum = book.sheet("集計");
         EXPECT_THROW(sum.insertRows(20, 2), xlsx::Error);
-        sum.insertRows(31, 2); // below it is fine
         EXPECT_THROW(sum.insertRows(11, 1), xlsx::Error);
+        sum.insertRows(31, 2); // below it is fine
     }
-    patch(dir / "threed.xlsx", "</sheetData>",
-          "<row r=\"10\"><c r=\"A10\"><f>SUM('部品表:集計'!A1)</f></c></row></sheetData>");
+    // a 3-D reference: refused, and nothing changed
+    file = dir / "threed.xlsx";
+    std::filesystem::copy_file(dataFile("formulas.xlsx"), file);
+    patchPart(file, "xl/worksheets/sheet2.xml", "</sheetData>",
+              "<row r=\"10\"><c r=\"A10\"><f>SUM('部品表:集計'!A1)</f></c></row></sheetData>");
     {
-        auto book = xlsx::Workbook::open(dir / "threed.xlsx");
+        auto book = xlsx::Workbook::open(file);
         auto& ws = book.sheet("部品表");
         try { // refused when the form is taken, before the first page is written
             ws.snapshotRows(1, 50);
@@ -458,41 +299,23 @@ TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
         ws.pasteForm(form, 51);
         EXPECT_EQ(ws.cellText(106, 1), "製作");
         book.saveAs(dir / "table_out.xlsx");
-        std::string table = partOf(dir / "table_out.xlsx", "xl/tables/table1.xml");
-        EXPECT_NE(table.find("ref=\"A105:C108\""), std::string::npos) << table;
-        EXPECT_EQ(table.find("A55:"), std::string::npos) << table;
+        EXPECT_NE(partOf(dir / "table_out.xlsx", "xl/tables/table1.xml").find("ref=\"A105:C108\""),
+                  std::string::npos);
     }
-    // too many breaks for one more page
-    {
-        auto book = xlsx::Workbook::open(dataFile("header_boxes.xlsx"));
-        auto& ws = book.sheet(0);
-        auto form = ws.snapshotRows(1, 50);
-        for (int r = 2; r <= 1024; ++r)
-            ws.addRowBreakAbove(r);
-        EXPECT_THROW(ws.addRowBreakAbove(2000), xlsx::Error);
-        // pushing rows past the last row of the sheet
-        EXPECT_THROW(ws.insertRows(2, 1048576 - 10), xlsx::Error);
-        EXPECT_THROW(ws.snapshotRows(10, 5), xlsx::Error);
-        EXPECT_THROW(book.sheet("ない"), xlsx::Error);
-        EXPECT_THROW(book.sheet(5), xlsx::Error);
-    }
-    // a form of another workbook
-    {
-        auto a = xlsx::Workbook::open(dataFile("header_boxes.xlsx"));
-        auto b = xlsx::Workbook::open(dataFile("logo.xlsx"));
-        auto form = a.sheet(0).snapshotRows(1, 50);
-        EXPECT_THROW(b.sheet(0).pasteForm(form, 51), xlsx::Error);
-        EXPECT_THROW(b.sheet(0).pasteForm(xlsx::PageForm{}, 51), xlsx::Error);
-    }
+    // past the last row of the sheet, bad ranges and sheets, a form of another workbook
+    auto a = xlsx::Workbook::open(dataFile("header_boxes.xlsx"));
+    auto b = xlsx::Workbook::open(dataFile("logo.xlsx"));
+    auto& ws = a.sheet(0);
+    EXPECT_THROW(ws.insertRows(2, 1048576 - 10), xlsx::Error);
+    EXPECT_THROW(ws.snapshotRows(10, 5), xlsx::Error);
+    EXPECT_THROW(b.sheet(0).pasteForm(ws.snapshotRows(1, 50), 51), xlsx::Error);
+    EXPECT_THROW(b.sheet(0).pasteForm(xlsx::PageForm{}, 51), xlsx::Error);
 }
 
 TEST(XlsxWorkbook, DamagedAndHostileFilesGiveClearErrors)
 {
-    struct Case {
-        const char* file;
-        const char* says;
-    };
-    const Case cases[] = {
+    // file, what the message names
+    const std::pair<const char*, const char*> cases[] = {
         {"broken_truncated.xlsx", "broken_truncated.xlsx"},
         {"broken_not_zip.xlsx", "broken_not_zip.xlsx"},
         {"broken_no_workbook.xlsx", "workbook"},
@@ -506,17 +329,17 @@ TEST(XlsxWorkbook, DamagedAndHostileFilesGiveClearErrors)
         {"no_such_file.xlsx", "no_such_file.xlsx"},
     };
     TempDir dir("broken");
-    for (auto& c : cases) {
-        SCOPED_TRACE(c.file);
+    for (auto& [file, says] : cases) {
+        SCOPED_TRACE(file);
         auto start = std::chrono::steady_clock::now();
         try {
-            auto book = xlsx::Workbook::open(dataFile(c.file));
+            auto book = xlsx::Workbook::open(dataFile(file));
             for (std::size_t i = 0; i < book.sheetCount(); ++i)
                 book.sheet(i);
             book.saveAs(dir / "out.xlsx");
             ADD_FAILURE() << "no error";
         } catch (const xlsx::Error& e) {
-            EXPECT_NE(std::string(e.what()).find(c.says), std::string::npos) << e.what();
+            EXPECT_NE(std::string(e.what()).find(says), std::string::npos) << e.what();
         }
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
     }
@@ -524,109 +347,32 @@ TEST(XlsxWorkbook, DamagedAndHostileFilesGiveClearErrors)
     EXPECT_FALSE(std::filesystem::exists(dir / "out.xlsx"));
 }
 
-namespace
-{
-
-// Opens, reads, edits and saves a possibly damaged file; only xlsx::Error may come out.
-void exercise(const std::filesystem::path& file, const std::filesystem::path& out)
-{
-    try {
-        auto book = xlsx::Workbook::open(file);
-        for (std::size_t i = 0; i < book.sheetCount(); ++i) {
-            auto& ws = book.sheet(i);
-            int last = std::min(ws.lastUsedRow(), 60);
-            for (int r = 1; r <= last; ++r)
-                for (int c = 1; c <= 8; ++c) {
-                    (void)ws.cellText(r, c);
-                    (void)ws.numberFormat(r, c);
-                }
-            (void)ws.printArea();
-        }
-        auto& ws = book.sheet(0);
-        auto form = ws.snapshotRows(1, 50);
-        ws.pasteForm(form, 51);
-        ws.addRowBreakAbove(51);
-        ws.setText(53, 2, "テスト");
-        ws.setStrike(60, 2, true);
-        ws.setFill(60, 1, 0x808080);
-        ws.setNumberFormat(60, 6, "#,##0");
-        ws.rename("ファズ 1");
-        book.saveAs(out);
-        auto again = xlsx::Workbook::open(out);
-        again.validate();
-        (void)again.sheet(0).cellText(53, 2);
-    } catch (const xlsx::Error&) {
-    }
-}
-
-} // namespace
-
 TEST(XlsxWorkbook, CorruptedCopiesNeverCrashOrHang)
 {
     TempDir dir("fuzz");
     std::mt19937 rng(20240815);
-    const int perTemplate = std::getenv("BH_FUZZ_CASES") ? std::atoi(std::getenv("BH_FUZZ_CASES")) : 40;
-    auto start = std::chrono::steady_clock::now();
-    int n = 0;
     // the project's templates, and real workbooks with pictures, notes and a table
     std::vector<std::string> files{"real/xw_image01.xlsx", "real/xw_comment01.xlsx", "real/xw_table01.xlsx"};
     for (auto& l : templateLayouts())
         files.push_back(l.file);
     for (auto& name : files) {
-        std::string good = readBytes(dataFile(name));
-        auto parts = zipParts(dataFile(name));
-        for (int k = 0; k < perTemplate; ++k, ++n) {
-            auto file = dir / ("case" + std::to_string(n) + ".xlsx");
-            std::string bytes;
-            int mode = k % 3;
-            if (mode == 0) { // flip bytes of the package
-                bytes = good;
-                int flips = 1 + static_cast<int>(rng() % 8);
-                for (int i = 0; i < flips; ++i)
-                    bytes[rng() % bytes.size()] ^= static_cast<char>(1 << (rng() % 8));
-                writeBytes(file, bytes);
-            } else if (mode == 1) { // cut the package
-                bytes = good.substr(0, rng() % good.size());
-                writeBytes(file, bytes);
-            } else { // damage the XML of one part and store it again as a valid zip
-                auto& [name, data] = parts[rng() % parts.size()];
-                std::string xml = data;
-                int edits = 1 + static_cast<int>(rng() % 6);
-                static const char* junk[] = {"<",
-                                             ">",
-                                             "\"",
-                                             "&",
-                                             "r=\"XFE1048577\"",
-                                             "<row r=\"0\">",
-                                             "s=\"99999\"",
-                                             "t=\"s\"",
-                                             "<v>4294967296</v>",
-                                             "\xE3\x81",
-                                             "</sheetData>",
-                                             "<c/>"};
-                for (int i = 0; i < edits && !xml.empty(); ++i) {
-                    std::size_t pos = rng() % xml.size();
-                    if (rng() % 2)
-                        xml.insert(pos, junk[rng() % 12]);
-                    else
-                        xml.erase(pos, 1 + rng() % 16);
-                }
-                zip_t* z = zip_open(file.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
-                ASSERT_NE(z, nullptr);
-                std::vector<std::string> keep;
-                keep.reserve(parts.size());
-                for (auto& [pn, pd] : parts) {
-                    keep.push_back(pn == name ? xml : pd);
-                    zip_file_add(z, pn.c_str(),
-                                 zip_source_buffer(z, keep.back().data(), keep.back().size(), 0), 0);
-                }
-                ASSERT_EQ(zip_close(z), 0);
+        const std::string good = readBytes(dataFile(name));
+        for (int k = 0; k < 30; ++k) { // bytes flipped, or the package cut short
+            std::string bytes = k % 2 ? good.substr(0, rng() % good.size()) : good;
+            for (int i = k % 2 ? 0 : 1 + static_cast<int>(rng() % 8); i > 0; --i)
+                bytes[rng() % bytes.size()] ^= static_cast<char>(1 << (rng() % 8));
+            writeBytes(dir / "case.xlsx", bytes);
+            try { // only xlsx::Error may come out
+                auto book = xlsx::Workbook::open(dir / "case.xlsx");
+                auto& ws = book.sheet(0);
+                ws.pasteForm(ws.snapshotRows(1, 50), 51);
+                ws.setText(53, 2, "テスト");
+                ws.rename("ファズ 1");
+                book.saveAs(dir / "out.xlsx");
+            } catch (const xlsx::Error&) {
             }
-            exercise(file, dir / "out.xlsx");
         }
     }
-    RecordProperty("cases", n);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(120));
 }
 
 TEST(XlsxWorkbook, RealWorkbooksFillOrAreRefusedBeforeAnyChange)

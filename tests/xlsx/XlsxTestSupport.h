@@ -70,11 +70,11 @@ struct Expected {
 // breaks added, print area set, sheet renamed) and saves it as out.
 Expected fillThreePages(const Layout& layout, const std::filesystem::path& out);
 
-// Checks a workbook with the engine's own reader against what was written; returns the
-// differences (empty when everything matches).
-std::vector<std::string> compareWithEngine(const std::filesystem::path& file, const Expected& e);
-
-std::string cellRef(int row, int col);
+// One part of a package; empty when it has none of that name.
+std::string partOf(const std::filesystem::path& file, const std::string& name);
+// Replaces text inside one part of a package (the file is changed in place).
+void patchPart(const std::filesystem::path& file, const std::string& part, const std::string& from,
+               const std::string& to);
 
 // Workbooks other programs made (tests/data/xlsx/real, sources in SOURCES.txt) and what the print
 // run's use of the engine gives on each: pages filled, or a refusal before any change.

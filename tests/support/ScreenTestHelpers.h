@@ -1,12 +1,16 @@
 #pragma once
 
-#include <QAbstractButton>
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTableWidget>
 #include <QTimer>
-#include <QWidget>
 #include <QtTest>
 #include <functional>
 
@@ -50,6 +54,16 @@ inline QString textOf(QWidget* screen, const char* name)
     if (auto* combo = qobject_cast<QComboBox*>(w))
         return combo->currentText();
     return control<QLineEdit>(screen, name)->text();
+}
+
+// The entries of a drop-down, joined with blanks.
+inline QString itemsOf(QWidget* screen, const char* name)
+{
+    QStringList out;
+    auto* c = control<QComboBox>(screen, name);
+    for (int i = 0; i < c->count(); ++i)
+        out << c->itemText(i);
+    return out.join(u' ');
 }
 
 // Deletes a screen that is still there, the screens of type T it opened first.
