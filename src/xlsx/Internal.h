@@ -66,6 +66,15 @@ inline const char* lname(const pugi::xml_node& n)
     return c ? c + 1 : nm;
 }
 
+// Sets a list element's count attribute, adding it when the element has none.
+inline void setCount(pugi::xml_node list, long long count)
+{
+    if (auto a = list.attribute("count"))
+        a.set_value(count);
+    else
+        list.append_attribute("count") = count;
+}
+
 // Visits the elements below n, depth first; visit returns true when it has dealt with an element and
 // false to look inside it.
 template <class Visit> void walkElements(pugi::xml_node n, Visit visit)

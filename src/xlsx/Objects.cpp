@@ -919,10 +919,7 @@ void SheetImpl::pasteTable(pugi::xml_node form, int d, int first, int last)
     int count = 0;
     for (auto c : list.children())
         count += is(c, "tablePart");
-    if (list.attribute("count"))
-        list.attribute("count").set_value(count);
-    else
-        list.append_attribute("count") = count;
+    setCount(list, count);
     tables.push_back(std::move(t));
     dirty = true;
 }

@@ -498,10 +498,7 @@ void Styles::ensureBase()
             walkElements(copy, named);
             ++count;
         }
-        if (list.attribute("count"))
-            list.attribute("count").set_value(count);
-        else
-            list.append_attribute("count") = count;
+        setCount(list, count);
         dirty_ = true;
     }
     index();
@@ -590,10 +587,7 @@ int Styles::numFmtId(std::string_view codeView)
     for (auto c : nf.children())
         if (c.type() == pugi::node_element)
             ++count;
-    if (nf.attribute("count"))
-        nf.attribute("count").set_value(count);
-    else
-        nf.append_attribute("count") = count;
+    setCount(nf, count);
     dirty_ = true;
     return id;
 }
