@@ -14,7 +14,7 @@ if [ -f "$BUILD_DIR/CMakeCache.txt" ]; then
   fi
 fi
 if [ ! -f "$BUILD_DIR/build.ninja" ]; then
-  cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@"
+  cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release "$@"
 fi
 cmake --build "$BUILD_DIR" -j"$(nproc)"
 cmake --build "$BUILD_DIR" --target stage
