@@ -28,12 +28,6 @@ bool endsWith(const std::string& s, const char* suffix)
     return s.size() >= n && s.compare(s.size() - n, n, suffix) == 0;
 }
 
-std::string fileLabel(const std::filesystem::path& p)
-{
-    auto u = p.filename().u8string();
-    return std::string(reinterpret_cast<const char*>(u.c_str()), u.size());
-}
-
 bool validUtf8(std::string_view s)
 {
     std::size_t i = 0;

@@ -30,12 +30,6 @@ constexpr zip_uint64_t kMaxRatio = 1000;                      // uncompressed / 
 constexpr int kDeflateLevel = 1;
 constexpr std::size_t kChunk = 65536;
 
-std::string fileLabel(const std::filesystem::path& p)
-{
-    return p.filename().u8string().empty() ? std::string()
-                                           : reinterpret_cast<const char*>(p.filename().u8string().c_str());
-}
-
 struct StringWriter : pugi::xml_writer {
     std::string out;
     void write(const void* data, size_t size) override { out.append(static_cast<const char*>(data), size); }
@@ -389,6 +383,12 @@ void refuseCompoundFile(const std::filesystem::path& path)
 }
 
 } // namespace
+
+std::string fileLabel(const std::filesystem::path& p)
+{
+    auto u = p.filename().u8string();
+    return std::string(reinterpret_cast<const char*>(u.c_str()), u.size());
+}
 
 DeflateStream::DeflateStream() : z_(std::make_unique<z_stream>())
 {

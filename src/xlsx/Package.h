@@ -18,6 +18,9 @@ typedef struct z_stream_s z_stream;
 namespace xlsx::detail
 {
 
+// A file's name (without its folder) as UTF-8, for messages.
+std::string fileLabel(const std::filesystem::path& p);
+
 struct Relationship {
     std::string id;
     std::string type;   // full type URI
