@@ -61,10 +61,11 @@ public:
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     }
 
-    void preview(const QString& workbookPath, const QString& printPath) override
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override
     {
         PreviewWindow window(workbookPath, m_workFolder, m_parent, printPath);
         window.setMessageService(&m_messages);
+        window.setNotes(notes);
         window.exec();
     }
 

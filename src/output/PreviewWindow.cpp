@@ -91,6 +91,11 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     bar->addStretch(1);
     // Below the pages, so that the window can be narrower than both rows of buttons side by side.
     auto* bottom = new QHBoxLayout;
+    m_notes = new QLabel(this);
+    m_notes->setObjectName(QStringLiteral("notesLabel"));
+    m_notes->setWordWrap(true);
+    m_notes->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_notes->hide();
     bottom->addStretch(1);
     bottom->addWidget(openButton);
     bottom->addWidget(closeButton);
@@ -131,6 +136,7 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(bar);
     layout->addWidget(m_stack, 1);
+    layout->addWidget(m_notes);
     layout->addLayout(bottom);
     // As tall as the screen it opens on allows, title bar included.
     const QScreen* on = parent ? parent->screen() : screen();
@@ -163,6 +169,12 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     connect(closeButton, &QPushButton::clicked, this, &QDialog::accept);
     connect(m_view->pageNavigator(), &QPdfPageNavigator::currentPageChanged, this,
             [this] { updatePageLabel(); });
+}
+
+void PreviewWindow::setNotes(const QStringList& notes)
+{
+    m_notes->setText(notes.isEmpty() ? QString() : QStringLiteral("雛形について: ") + notes.join(u'\n'));
+    m_notes->setVisible(!notes.isEmpty());
 }
 
 PreviewWindow::~PreviewWindow()

@@ -43,6 +43,8 @@ public:
     bool printPages(QPrinter& printer, int first, int last);
     // Where "表計算ソフトで開く" says that no program could open the workbook.
     void setMessageService(MessageService* messages) { m_messages = messages; }
+    // What of the template did not come through to every page, shown below the pages.
+    void setNotes(const QStringList& notes);
     // The scale the pages are shown at (1.0 = 100%), also in the fitted zoom modes.
     double shownScale() const;
 
@@ -77,6 +79,7 @@ private:
     QLabel* m_status = nullptr;
     QLabel* m_message = nullptr;
     QLabel* m_pageLabel = nullptr;
+    QLabel* m_notes = nullptr;
     QProgressBar* m_progress = nullptr;
     QComboBox* m_zoom = nullptr;
     QPushButton* m_prev = nullptr;

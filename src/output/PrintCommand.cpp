@@ -79,8 +79,10 @@ public:
     QString workFolder;
     bool failed = false;
 
-    void preview(const QString& workbookPath, const QString& printPath) override
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override
     {
+        for (const QString& note : notes)
+            printErr(QStringLiteral("buhinhyo-print: 注意: ") + note);
         if (!out.isEmpty()) {
             QFile::remove(out);
             if (!CopyWorkbookFile(workbookPath, out)) {

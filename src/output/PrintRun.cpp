@@ -128,7 +128,7 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         presenter.busy(busy = false);
         control.ShowExcel();
         step = QStringLiteral("プレビュー");
-        presenter.preview(ctx.WorkbookPath, printCopy);
+        presenter.preview(ctx.WorkbookPath, printCopy, book->notes());
 
         if (request.keepExcel) {
             book->renameOutputSheet(request.dwgNo + u' ' + request.assy);

@@ -3,6 +3,7 @@
 #include "PageLayout.h"
 
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <memory>
 
@@ -27,6 +28,9 @@ public:
     // hidden) at path and returns it: what the preview, its printing and the PDF show. A workbook of
     // one sheet prints as it is: its own path comes back and nothing is written.
     virtual QString savePrintCopy(const QString& path) = 0;
+    // What of the template did not come through to every page as it is in the form (controls and
+    // charts left on page 1, links not updated, …), in the user's words; empty when all did.
+    virtual QStringList notes() const { return {}; }
 };
 // Opens the work copy; throws RuntimeError when it cannot be read.
 using WorkbookOpener = std::function<std::unique_ptr<OutputWorkbook>(const QString& path)>;
@@ -39,8 +43,9 @@ public:
     virtual void busy(bool /*on*/) {}
     virtual void progress(int /*page*/, int /*totalPages*/) {}
     // Shows the filled and saved work copy: printPath is its copy that prints the output sheet
-    // alone. Returns when the user has closed the preview.
-    virtual void preview(const QString& workbookPath, const QString& printPath) = 0;
+    // alone; notes say what of the template did not come through to every page. Returns when the
+    // user has closed the preview.
+    virtual void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) = 0;
     // "印刷ﾌﾟﾚﾋﾞｭｰ後にｴｸｾﾙ表示": the renamed and saved work copy goes on in the spreadsheet program.
     virtual void keepWorkbook(const QString& workbookPath) = 0;
     // Clears the system clipboard at the end of a run that did not keep the workbook.

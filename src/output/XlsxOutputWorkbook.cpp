@@ -204,6 +204,14 @@ public:
         return path;
     }
 
+    QStringList notes() const override
+    {
+        QStringList out;
+        for (const std::string& w : m_book.warnings())
+            out << QString::fromStdString(w);
+        return out;
+    }
+
 private:
     xlsx::Workbook m_book;
     XlsxTarget m_target;

@@ -573,7 +573,7 @@ void SheetImpl::insertRows(int top, int count, const std::vector<long long>& hei
     FormulaShift shift(*book, name, top, count);
 
     // --- apply
-    book->valuesChanged = true; // cells change places: what a formula reads may differ
+    book->valuesChanged = true;       // cells change places: what a formula reads may differ
     moveObjects(top, count, heights); // measures the rows as they are before they move
     auto firstMoving =
         std::lower_bound(rows.begin(), rows.end(), top, [](const Row& a, int v) { return a.r < v; });

@@ -353,7 +353,6 @@ private:
     std::vector<Central> central_;
 };
 
-
 // A file in the older compound format: an .xlsx saved with a password (Excel encrypts the whole
 // package into such a file) or a workbook of the 97-2003 format. Either way the user has to save it
 // again; the message says how.

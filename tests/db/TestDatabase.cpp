@@ -4,8 +4,11 @@
 #include "RuntimeError.h"
 #include "TestSupport.h"
 
+#include <QProcess>
 #include <QSqlQuery>
 #include <QtTest>
+#include <cstdio>
+#include <cstring>
 
 using namespace Qt::StringLiterals;
 
@@ -66,6 +69,30 @@ int rows(Database& db, const QString& table)
 }
 
 const QString kDate = u"20240408"_s;
+
+PartsLine numberedLine(int i)
+{
+    return line(QString::number(1000 + i), u"六角ボルト M%1"_s.arg(i), QString::number(i % 12 + 1));
+}
+
+// "test_db_records --save-into FILE": saves lines into the file the way the editor saves a table, one
+// at a time, writing "saved N" after each, until it is killed.
+int saveUntilKilled(const QString& file)
+{
+    try {
+        auto db = OpenConnectionText(LocalConnectionText(file));
+        SaveHeader(*db, header());
+        for (int i = 1; i <= 100000; ++i) {
+            SaveDetailLine(*db, header(), numberedLine(i), kDate);
+            std::printf("saved %d\n", i);
+            std::fflush(stdout);
+        }
+    } catch (const RuntimeError& e) {
+        std::fprintf(stderr, "%d %s\n", e.number(), e.what());
+        return 1;
+    }
+    return 0;
+}
 } // namespace
 
 // The database layer on a SQLite file and (test_db_records_postgresql) on the PostgreSQL cluster of the
@@ -343,6 +370,40 @@ private Q_SLOTS:
         QCOMPARE(stored(db, {u"CH_ZNO"_s}), QStringList(u"251"_s));
     }
 
+    void aSaveKilledPartWayLeavesEverySavedLine()
+    {
+        if (DbFixture::postgresql())
+            QSKIP("the server keeps its own data safe; this is about the local file");
+        // Killed as the power switch or the task manager would, well into a long save.
+        const QString file = makeSqliteDatabase(m_app->dir.path(), u"killed.sqlite"_s);
+        QProcess saver;
+        saver.start(QCoreApplication::applicationFilePath(), {u"--save-into"_s, file});
+        int saved = 0;
+        QByteArray out;
+        while (saved < 300 && saver.waitForReadyRead(20000)) {
+            out += saver.readAllStandardOutput();
+            const qsizetype end = out.lastIndexOf("saved ");
+            if (end >= 0 && out.indexOf('\n', end) > 0)
+                saved = out.mid(end + 6, out.indexOf('\n', end) - end - 6).toInt();
+        }
+        QVERIFY2(saved >= 300, saver.readAllStandardError().constData());
+        saver.kill();
+        QVERIFY(saver.waitForFinished(10000) && saver.exitStatus() == QProcess::CrashExit);
+        // The file opens through the program's own connection, is whole, and holds every reported
+        // line complete and in order.
+        auto db = OpenConnectionText(LocalConnectionText(file));
+        QSqlQuery q(db->sql());
+        QVERIFY(q.exec(u"PRAGMA integrity_check"_s) && q.next());
+        QCOMPARE(q.value(0).toString(), u"ok"_s);
+        QVERIFY(ReadHeader(*db, u"250-01"_s, u"K-2401"_s, u"1"_s));
+        const QStringList lines = stored(*db, {u"CH_ZNO"_s, u"CH_HINMEI"_s, u"INT_SURYO"_s});
+        QVERIFY2(lines.size() >= saved, qPrintable(u"%1 < %2"_s.arg(lines.size()).arg(saved)));
+        for (int i = 1; i <= lines.size(); ++i) {
+            const PartsLine l = numberedLine(i);
+            QCOMPARE(lines[i - 1], QStringList({l.zno, l.hinmei, l.suryo}).join(u'|'));
+        }
+    }
+
     void localFileBecomesTheSharedConnection()
     {
         ConnectResult r = connect(local(u"DB\\CADDB.sqlite"_s));
@@ -485,5 +546,13 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDatabase)
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    if (argc == 3 && std::strcmp(argv[1], "--save-into") == 0)
+        return saveUntilKilled(QString::fromLocal8Bit(argv[2]));
+    TestDatabase tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
 #include "TestDatabase.moc"

@@ -117,8 +117,10 @@ QList<StoredLine> ReadStoredLines(Database& db, const QString& dwgNo, const QStr
     return out;
 }
 
-void RecordingPresenter::preview(const QString& workbookPath, const QString& printPath)
+void RecordingPresenter::preview(const QString& workbookPath, const QString& printPath,
+                                 const QStringList& shownNotes)
 {
+    notes << shownNotes;
     previewed << workbookPath;
     printCopies << printPath;
     if (!m_copyTo.isEmpty()) {

@@ -50,10 +50,10 @@ class RecordingPresenter : public PrintPresenter
 {
 public:
     explicit RecordingPresenter(QString copyTo = {}) : m_copyTo(std::move(copyTo)) {}
-    void preview(const QString& workbookPath, const QString& printPath) override;
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override;
     void keepWorkbook(const QString& workbookPath) override { kept << workbookPath; }
     void progress(int page, int total) override { pages << qMakePair(page, total); }
-    QStringList previewed, printCopies, kept; // printCopies: what the preview shows and prints
+    QStringList previewed, printCopies, kept, notes; // printCopies: what the preview shows and prints
     QList<QPair<int, int>> pages;
 
 private:

@@ -23,9 +23,10 @@ public:
     QStringList labels; // with the previous/next buttons usable at page 1, 2, End, PageUp
     double fittedScale = 0, zoomedInScale = 0;
     bool fitsTheScreen = false;
-    void preview(const QString& workbookPath, const QString& printPath) override
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override
     {
         PreviewWindow w(workbookPath, workFolder, nullptr, printPath);
+        w.setNotes(notes);
         QSignalSpy done(&w, &PreviewWindow::renderingDone);
         w.show();
         QApplication::setActiveWindow(&w);

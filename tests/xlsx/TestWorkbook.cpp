@@ -355,20 +355,49 @@ TEST(XlsxWorkbook, CorruptedCopiesNeverCrashOrHang)
     std::vector<std::string> files{"real/xw_image01.xlsx", "real/xw_comment01.xlsx", "real/xw_table01.xlsx"};
     for (auto& l : templateLayouts())
         files.push_back(l.file);
+    // what damaged XML inside a well-formed package may hold
+    const std::vector<std::string> junk{"<",
+                                        ">",
+                                        "\"",
+                                        "&",
+                                        "r=\"XFE1048577\"",
+                                        "<row r=\"0\">",
+                                        "s=\"99999\"",
+                                        "t=\"s\"",
+                                        "<v>4294967296</v>",
+                                        "\xE3\x81",
+                                        "</sheetData>",
+                                        "<c/>"};
     for (auto& name : files) {
         const std::string good = readBytes(dataFile(name));
-        for (int k = 0; k < 30; ++k) { // bytes flipped, or the package cut short
-            std::string bytes = k % 2 ? good.substr(0, rng() % good.size()) : good;
-            for (int i = k % 2 ? 0 : 1 + static_cast<int>(rng() % 8); i > 0; --i)
+        const auto parts = zipParts(dataFile(name));
+        for (int k = 0; k < 30; ++k) { // bytes flipped, the package cut short, or one part's XML damaged
+            std::string bytes = k % 3 == 1 ? good.substr(0, rng() % good.size()) : good;
+            for (int i = k % 3 == 0 ? 1 + static_cast<int>(rng() % 8) : 0; i > 0; --i)
                 bytes[rng() % bytes.size()] ^= static_cast<char>(1 << (rng() % 8));
             writeBytes(dir / "case.xlsx", bytes);
-            try { // only xlsx::Error may come out
+            if (k % 3 == 2) {
+                auto [part, xml] = parts[rng() % parts.size()];
+                for (int i = 1 + static_cast<int>(rng() % 6); i > 0 && !xml.empty(); --i) {
+                    const std::size_t pos = rng() % xml.size();
+                    if (rng() % 2)
+                        xml.insert(pos, junk[rng() % junk.size()]);
+                    else
+                        xml.erase(pos, 1 + rng() % 16);
+                }
+                replacePart(dir / "case.xlsx", part, xml);
+            }
+            try { // only xlsx::Error may come out, and what is saved opens again and is valid
                 auto book = xlsx::Workbook::open(dir / "case.xlsx");
                 auto& ws = book.sheet(0);
+                for (int r = 1; r <= std::min(ws.lastUsedRow(), 60); ++r)
+                    (void)ws.cellText(r, 2);
                 ws.pasteForm(ws.snapshotRows(1, 50), 51);
                 ws.setText(53, 2, "テスト");
+                ws.setNumberFormat(60, 6, "#,##0");
                 ws.rename("ファズ 1");
                 book.saveAs(dir / "out.xlsx");
+                xlsx::Workbook::open(dir / "out.xlsx").validate();
             } catch (const xlsx::Error&) {
             }
         }

@@ -264,9 +264,14 @@ void patchPart(const std::filesystem::path& file, const std::string& part, const
     if (pos == std::string::npos)
         throw std::runtime_error(from + " not in " + part);
     d.replace(pos, from.size(), to);
+    replacePart(file, part, d);
+}
+
+void replacePart(const std::filesystem::path& file, const std::string& part, const std::string& data)
+{
     int err = 0;
     zip_t* z = zip_open(file.c_str(), 0, &err);
-    zip_file_add(z, part.c_str(), zip_source_buffer(z, d.data(), d.size(), 0), ZIP_FL_OVERWRITE);
+    zip_file_add(z, part.c_str(), zip_source_buffer(z, data.data(), data.size(), 0), ZIP_FL_OVERWRITE);
     if (zip_close(z) != 0)
         throw std::runtime_error("cannot write " + file.string());
 }

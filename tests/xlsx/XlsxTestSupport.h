@@ -72,7 +72,8 @@ Expected fillThreePages(const Layout& layout, const std::filesystem::path& out);
 
 // One part of a package; empty when it has none of that name.
 std::string partOf(const std::filesystem::path& file, const std::string& name);
-// Replaces text inside one part of a package (the file is changed in place).
+// Replaces one part of a package, or text inside it (the file is changed in place).
+void replacePart(const std::filesystem::path& file, const std::string& part, const std::string& data);
 void patchPart(const std::filesystem::path& file, const std::string& part, const std::string& from,
                const std::string& to);
 

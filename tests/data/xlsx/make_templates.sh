@@ -3,8 +3,8 @@
 #   templates written by libxlsxwriter (make_templates.c), one of them also saved by LibreOffice
 #   (header_boxes_lo.xlsx, a file as a real spreadsheet program writes it), the shipped
 #   manufactured-parts template with a cover sheet before and a copy sheet after its 部品表,
-#   saved by LibreOffice (three_sheet_template.xlsx), and the damaged and hostile workbooks
-#   (make_broken.py).
+#   saved by LibreOffice (three_sheet_template.xlsx; three_sheet_views.xlsx adds a custom view), and
+#   the damaged and hostile workbooks (make_broken.py).
 # Needs libxlsxwriter-dev, pkg-config, a C compiler, python3 and LibreOffice; gnumeric (ssconvert) for
 # real/gnm_rows_to_end.xlsx.
 set -euo pipefail
@@ -35,6 +35,19 @@ open(sys.argv[2], "w", encoding="utf-8").write(s)
 PY
 soffice -env:UserInstallation="file://$work/profile" --headless --convert-to xlsx:"Calc MS Excel 2007 XML" \
     --outdir "$here" "$work/three_sheet_template.fods" >/dev/null 2>&1
+# The same with a custom view in the workbook, as Excel keeps one ("印刷用"): it cannot follow
+# inserted pages, which the print run passes on as a note.
+python3 - "$here/three_sheet_template.xlsx" "$here/three_sheet_views.xlsx" <<'PY'
+import sys, zipfile
+view = ('<customWorkbookViews><customWorkbookView name="印刷用" guid="{5E1A2B3C-0D4F-4A6B-8C7D-9E0F1A2B3C4D}" '
+        'windowWidth="16384" windowHeight="8192" activeSheetId="2"/></customWorkbookViews>')
+with zipfile.ZipFile(sys.argv[1]) as src, zipfile.ZipFile(sys.argv[2], "w", zipfile.ZIP_DEFLATED) as dst:
+    for info in src.infolist():
+        data = src.read(info.filename)
+        if info.filename == "xl/workbook.xml":
+            data = data.replace(b"<extLst>", view.encode() + b"<extLst>", 1)
+        dst.writestr(info, data)
+PY
 
 python3 "$here/make_broken.py" "$here/header_boxes.xlsx" "$here"
 
