@@ -3,10 +3,12 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QFileDialog>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLayout>
 #include <QMessageBox>
 #include <QScreen>
+#include <QTreeView>
 #include <QWidget>
 
 namespace
@@ -132,7 +134,17 @@ void WidgetMessageService::beep()
 
 QString WidgetFileDialogService::getOpenFileName(const QString& title, const QStringList& filters)
 {
-    return QFileDialog::getOpenFileName(QApplication::activeWindow(), title, QString(), filters.join(u";;"));
+    QFileDialog dialog(QApplication::activeWindow(), title, QString(), filters.join(u";;"));
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    // Wide enough for template names and dates in full, the name column taking what is left.
+    dialog.resize(std::max(dialog.sizeHint().width(), 860), std::max(dialog.sizeHint().height(), 520));
+    if (auto* list = dialog.findChild<QTreeView*>(QStringLiteral("treeView"))) {
+        list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+        list->header()->setStretchLastSection(false);
+        for (int column = 1; column < list->header()->count(); ++column)
+            list->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+    }
+    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
 }
 
 QFont screenFont(int pointSize)

@@ -14,6 +14,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLockFile>
 #include <QMessageBox>
@@ -486,6 +487,25 @@ private Q_SLOTS:
         QVERIFY(!wrapped && width > QFontMetrics(screenFont()).horizontalAdvance(line));
         QDialogButtonBox dialogButtons(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
         QCOMPARE(dialogButtons.button(QDialogButtonBox::Cancel)->text(), u"キャンセル"_s);
+        // The file dialog gives back the chosen file, or nothing when cancelled.
+        QTemporaryDir dir;
+        const QString chosen = dir.filePath(u"客先A_製作部品表_雛形.xlsx"_s);
+        QVERIFY(QFile(chosen).open(QIODevice::WriteOnly));
+        for (const bool accept : {true, false}) {
+            QString title;
+            QTimer::singleShot(0, [&] {
+                auto* files = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+                QVERIFY(files);
+                title = files->windowTitle();
+                files->selectFile(chosen);
+                QDialog* dialog = files; // accept() as the 開く button calls it
+                accept ? dialog->accept() : dialog->reject();
+            });
+            QCOMPARE(
+                WidgetFileDialogService().getOpenFileName(u"EXCELﾌｧｲﾙ指定"_s, {u"EXCELファイル (*.xlsx)"_s}),
+                accept ? chosen : QString());
+            QCOMPARE(title, u"EXCELﾌｧｲﾙ指定"_s);
+        }
         // A work screen is shown owned by the menu, centred over it.
         QWidget owner;
         owner.setObjectName(u"KVRCAD0000"_s);
