@@ -91,11 +91,6 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     bar->addStretch(1);
     // Below the pages, so that the window can be narrower than both rows of buttons side by side.
     auto* bottom = new QHBoxLayout;
-    m_notes = new QLabel(this);
-    m_notes->setObjectName(QStringLiteral("notesLabel"));
-    m_notes->setWordWrap(true);
-    m_notes->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    m_notes->hide();
     bottom->addStretch(1);
     bottom->addWidget(openButton);
     bottom->addWidget(closeButton);
@@ -133,6 +128,12 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
     m_message->setWordWrap(true);
     m_stack->addWidget(m_message);
 
+    // Below the pages: what of the template did not come through to every page (setNotes).
+    m_notes = new QLabel(this);
+    m_notes->setObjectName(QStringLiteral("notesLabel"));
+    m_notes->setWordWrap(true);
+    m_notes->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_notes->hide();
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(bar);
     layout->addWidget(m_stack, 1);

@@ -259,11 +259,10 @@ TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
         EXPECT_NO_THROW(withFormulas.sheet(0).cellText(1, 1));
     }
     // an array formula straddling the insertion row
-    auto file = dir / "array.xlsx";
-    std::filesystem::copy_file(dataFile("formulas.xlsx"), file);
-    patchPart(file, "xl/worksheets/sheet2.xml", "</sheetData>",
-              "<row r=\"10\"><c r=\"A10\"><f t=\"array\" "
-              "ref=\"A10:A30\">'部品表'!A8:A28</f></c></row></sheetData>");
+    auto file =
+        patchedCopy(dataFile("formulas.xlsx"), dir / "array.xlsx", "xl/worksheets/sheet2.xml", "</sheetData>",
+                    "<row r=\"10\"><c r=\"A10\"><f t=\"array\" "
+                    "ref=\"A10:A30\">'部品表'!A8:A28</f></c></row></sheetData>");
     {
         auto book = xlsx::Workbook::open(file);
         auto& sum = book.sheet("集計");
@@ -272,10 +271,9 @@ TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
         sum.insertRows(31, 2); // below it is fine
     }
     // a 3-D reference: refused, and nothing changed
-    file = dir / "threed.xlsx";
-    std::filesystem::copy_file(dataFile("formulas.xlsx"), file);
-    patchPart(file, "xl/worksheets/sheet2.xml", "</sheetData>",
-              "<row r=\"10\"><c r=\"A10\"><f>SUM('部品表:集計'!A1)</f></c></row></sheetData>");
+    file = patchedCopy(dataFile("formulas.xlsx"), dir / "threed.xlsx", "xl/worksheets/sheet2.xml",
+                       "</sheetData>",
+                       "<row r=\"10\"><c r=\"A10\"><f>SUM('部品表:集計'!A1)</f></c></row></sheetData>");
     {
         auto book = xlsx::Workbook::open(file);
         auto& ws = book.sheet("部品表");
@@ -507,11 +505,10 @@ TEST(XlsxWorkbook, PagesCarryTheFormsPicturesNotesAndTables)
                               {"absolute", 30, 59}}));
 
     // a note is copied with its cell; a form control stays on page 1 and the workbook says so
-    auto notes = dir / "notes.xlsx";
-    std::filesystem::copy_file(realFile("xw_comment01.xlsx"), notes);
-    patchPart(notes, "xl/drawings/vmlDrawing1.vml", "</xml>",
-              "<v:shape id=\"_x0000_s2047\" type=\"#_x0000_t201\"><x:ClientData ObjectType=\"Checkbox\">"
-              "<x:Anchor>1, 0, 4, 0, 2, 0, 5, 0</x:Anchor></x:ClientData></v:shape></xml>");
+    auto notes = patchedCopy(
+        realFile("xw_comment01.xlsx"), dir / "notes.xlsx", "xl/drawings/vmlDrawing1.vml", "</xml>",
+        "<v:shape id=\"_x0000_s2047\" type=\"#_x0000_t201\"><x:ClientData ObjectType=\"Checkbox\">"
+        "<x:Anchor>1, 0, 4, 0, 2, 0, 5, 0</x:Anchor></x:ClientData></v:shape></xml>");
     {
         auto book = xlsx::Workbook::open(notes);
         auto form = book.sheet(0).snapshotRows(1, 10);
@@ -587,11 +584,8 @@ TEST(XlsxWorkbook, NumbersOutOfRangeAreRefusedBeforeAnyChange)
     TempDir dir("hostile");
     for (auto& c : cases) {
         SCOPED_TRACE(std::string(c.file) + " " + c.to);
-        auto file = dir / "in.xlsx";
-        std::filesystem::remove(file);
-        std::filesystem::copy_file(realFile(c.file), file);
-        patchPart(file, c.part, c.from, c.to);
-        auto r = fillPages(file, dir / "out.xlsx", 15, 4);
+        auto r = fillPages(patchedCopy(realFile(c.file), dir / "in.xlsx", c.part, c.from, c.to),
+                           dir / "out.xlsx", 15, 4);
         EXPECT_NE(r.error.find(c.says), std::string::npos) << r.error;
         EXPECT_FALSE(r.changedBeforeError);
         EXPECT_FALSE(std::filesystem::exists(dir / "out.xlsx"));

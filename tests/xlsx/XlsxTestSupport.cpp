@@ -267,6 +267,14 @@ void patchPart(const std::filesystem::path& file, const std::string& part, const
     replacePart(file, part, d);
 }
 
+std::filesystem::path patchedCopy(const std::filesystem::path& file, const std::filesystem::path& copy,
+                                  const std::string& part, const std::string& from, const std::string& to)
+{
+    std::filesystem::copy_file(file, copy, std::filesystem::copy_options::overwrite_existing);
+    patchPart(copy, part, from, to);
+    return copy;
+}
+
 void replacePart(const std::filesystem::path& file, const std::string& part, const std::string& data)
 {
     int err = 0;

@@ -76,6 +76,9 @@ std::string partOf(const std::filesystem::path& file, const std::string& name);
 void replacePart(const std::filesystem::path& file, const std::string& part, const std::string& data);
 void patchPart(const std::filesystem::path& file, const std::string& part, const std::string& from,
                const std::string& to);
+// A copy of a workbook at copy with text inside one of its parts replaced; returns copy.
+std::filesystem::path patchedCopy(const std::filesystem::path& file, const std::filesystem::path& copy,
+                                  const std::string& part, const std::string& from, const std::string& to);
 
 // Workbooks other programs made (tests/data/xlsx/real, sources in SOURCES.txt) and what the print
 // run's use of the engine gives on each: pages filled, or a refusal before any change.
