@@ -90,12 +90,23 @@ void ApplyCheckColor(const QCheckBox* box, QWidget* field, const QString& mode)
 
 void ShowScreen(QWidget* screen, QWidget* owner)
 {
+    // An owned screen is a dialog-type window of its owner: the window manager learns the owner
+    // from it (a plain window has none) and keeps the screen above it, even while the owner is
+    // greyed and clicked. It keeps its title bar buttons and stays modeless.
+    constexpr Qt::WindowFlags kOwned = Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                                       Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint;
     if (owner && owner != screen && owner->objectName() != screen->objectName() &&
-        screen->parentWidget() != owner) {
-        screen->setParent(owner, screen->windowFlags() | Qt::Window);
+        (screen->parentWidget() != owner || screen->windowFlags() != kOwned)) {
+        const QPoint at = screen->pos();
+        const bool moved = screen->testAttribute(Qt::WA_Moved);
+        screen->setParent(owner, kOwned);
+        if (moved)
+            screen->move(at);
     }
     if (!screen->isVisible() && !screen->testAttribute(Qt::WA_Moved))
         CentreOver(screen, owner && owner != screen ? owner : nullptr);
+    if (screen->isMinimized())
+        screen->showNormal();
     screen->show();
     screen->raise();
     screen->activateWindow();
@@ -123,20 +134,30 @@ void CentreOver(QWidget* window, const QWidget* owner)
 
 namespace
 {
-// Sees the click or key by which the open list hands an item to its drop-down. Installed after the
-// drop-down's own watcher of the list, it sees the event first; the mark lasts until the event
-// has been handled.
+// Sees the click or key by which the open list hands an item to its drop-down, and the arrow keys
+// or the wheel that step the closed box to another item. Installed after the drop-down's own
+// watcher of the list, it sees the event first; the mark lasts until the event has been handled.
 class ListPickWatch : public QObject
 {
 public:
     using QObject::QObject;
     bool picking = false;
-    bool eventFilter(QObject*, QEvent* event) override
+    QObject* box = nullptr;
+    bool eventFilter(QObject* watched, QEvent* event) override
     {
         bool pick = event->type() == QEvent::MouseButtonRelease;
-        if (event->type() == QEvent::KeyPress) {
+        if (event->type() == QEvent::KeyPress || event->type() == QEvent::ShortcutOverride) {
             const int key = static_cast<QKeyEvent*>(event)->key();
-            pick = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Select;
+            if (watched == box)
+                // Stepping through the items of the closed box picks each one it stops at.
+                pick =
+                    event->type() == QEvent::KeyPress && (key == Qt::Key_Up || key == Qt::Key_Down ||
+                                                          key == Qt::Key_PageUp || key == Qt::Key_PageDown);
+            else
+                // The open list takes Enter already as the shortcut override, before the key press.
+                pick = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Select;
+        } else if (event->type() == QEvent::Wheel && watched == box) {
+            pick = true;
         }
         if (pick) {
             picking = true;
@@ -150,6 +171,8 @@ public:
 void OnListPicked(QComboBox* combo, QObject* context, std::function<void()> act)
 {
     auto* watch = new ListPickWatch(combo);
+    watch->box = combo;
+    combo->installEventFilter(watch);
     combo->view()->installEventFilter(watch);
     combo->view()->viewport()->installEventFilter(watch);
     QObject::connect(combo, &QComboBox::activated, context, [watch, act = std::move(act)] {
@@ -158,4 +181,35 @@ void OnListPicked(QComboBox* combo, QObject* context, std::function<void()> act)
         watch->picking = false;
         act();
     });
+}
+
+namespace
+{
+// Opens the list of a drop-down that shows no item at its first item, none of them marked.
+class ListTopWatch : public QObject
+{
+public:
+    ListTopWatch(QComboBox* combo) : QObject(combo), m_combo(combo) {}
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        // Once the list has been shown and has taken the focus (which marks its first item as the
+        // current one): no item is marked as if chosen, and the first one is in full view.
+        if (event->type() == QEvent::Show && m_combo->currentIndex() < 0)
+            QTimer::singleShot(0, this, [this] {
+                QAbstractItemView* view = m_combo->view();
+                view->setCurrentIndex(QModelIndex());
+                view->scrollToTop();
+            });
+        return false;
+    }
+
+private:
+    QComboBox* m_combo;
+};
+} // namespace
+
+void OpenListAtTop(QComboBox* combo)
+{
+    QWidget* list = combo->view()->parentWidget();
+    list->installEventFilter(new ListTopWatch(combo));
 }

@@ -33,10 +33,13 @@ bool IsChecked(const QCheckBox* box);
 void SetFieldEnabled(bool enabled, QWidget* field);
 // With the mode "COLOR ON", enables or disables the field by the check box; any other mode does nothing.
 void ApplyCheckColor(const QCheckBox* box, QWidget* field, const QString& mode);
-// Calls act, in the context's thread, when the user picks an item in the drop-down's open list (a
-// click, or Enter on the list) and only then: QComboBox::activated also fires when typed text that
-// matches an item is left by Tab, a click elsewhere or Enter, which is not a pick.
+// Calls act, in the context's thread, when the user picks an item: a click or Enter in the open
+// list, or the arrow keys or the wheel on the closed box. Only then: QComboBox::activated also
+// fires when typed text that matches an item is left by Tab, a click elsewhere or Enter, which is
+// not a pick.
 void OnListPicked(QComboBox* combo, QObject* context, std::function<void()> act);
+// The open list of a drop-down that shows no item starts at its first item.
+void OpenListAtTop(QComboBox* combo);
 // Shows a screen modelessly; when it differs from the owner, it stays above the owner. The first
 // time, it opens centred over the owner.
 void ShowScreen(QWidget* screen, QWidget* owner);

@@ -430,7 +430,8 @@ PrintRequest PartsTableEditor::printRequest(bool keepExcel, bool summary, bool p
     r.date = m_header.date;
     r.designer = m_header.designer;
     r.customer = m_header.customer;
-    r.kind = m_ctx.CurrentKind;
+    // The kind of the table this editor shows, whatever another screen chose since.
+    r.kind = m_header.kind;
     r.keepExcel = keepExcel;
     r.summary = summary;
     r.pagePerMaker = pagePerMaker;

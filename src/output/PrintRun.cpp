@@ -96,8 +96,8 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
             lr.modeString = ListMode::forPrint(request.summary, request.pagePerMaker);
             lr.dwgNo = request.dwgNo;
             lr.assy = request.assy;
-            // The lines are those of the application-wide current kind, as the editor shows them.
-            lr.kind = ctx.CurrentKind;
+            // The lines are those of the table the request names, as its editor shows them.
+            lr.kind = request.kind;
             lr.makerFilterOn = ctx.makerFilterOn;
             lr.makerFilterText = ctx.makerFilterText;
             list = FillListFromDatabase(db, lr);

@@ -69,6 +69,8 @@ void DrawingSearchScreen::buildUi()
     m_maker->setEditable(true);
     m_maker->setInsertPolicy(QComboBox::NoInsert);
     m_maker->setMinimumWidth(260);
+    for (QComboBox* c : {m_name, m_designer, m_maker})
+        OpenListAtTop(c);
     auto* filterLayout = new QHBoxLayout(filterFrame);
     filterLayout->addWidget(m_makerCheck);
     filterLayout->addWidget(m_maker, 1);
@@ -207,12 +209,34 @@ void DrawingSearchScreen::openEditor()
     // The kind chosen here is the kind of the table the editor and its print run work on.
     m_ctx.CurrentKind = values.kind;
 
+    // A table that is open already has its editor brought forward; a second copy could save over
+    // the first one's work.
+    EditorScreen* newest = nullptr;
+    for (EditorScreen* open : findChildren<EditorScreen*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (!open->isVisible())
+            continue;
+        const EditorHeaderArea& h = open->editor().header();
+        if (h.dwgNo == values.dwgNo && h.assy == values.assy && h.kind == values.kind) {
+            ShowScreen(open, this);
+            rememberChoices();
+            return;
+        }
+        newest = open;
+    }
     auto* editor = new EditorScreen(m_ctx, m_ctx.DbConnection, m_hooks.editorAids, nullptr);
     if (!editor->openTable(values)) {
         delete editor;
         return;
     }
+    // A further editor opens down and to the right of the last one, so that both can be seen.
+    if (newest)
+        editor->move(newest->pos() + QPoint(40, 40));
     ShowScreen(editor, this);
+    rememberChoices();
+}
+
+void DrawingSearchScreen::rememberChoices()
+{
     // A maker or designer typed here joins its list and is selected; an empty text joins it too.
     RememberComboValue(*m_ctx.ini, m_maker, QStringLiteral("MAKER"), m_maker->currentText());
     RememberComboValue(*m_ctx.ini, m_designer, QStringLiteral("DESINED"), m_designer->currentText());

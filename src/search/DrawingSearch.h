@@ -44,6 +44,7 @@ private:
     void updateMakerFilter();
     bool inputCheck();
     void openEditor();
+    void rememberChoices();
     void dataSearch();
     void deleteTable();
 

@@ -26,6 +26,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QShortcut>
@@ -364,12 +365,16 @@ void OutputSettingsScreen::runAction(const std::function<void()>& action)
 {
     if (m_busy)
         return;
+    // Disabling the controls moves the focus on; it goes back to where the user was unless the
+    // command named a field to go to.
+    const QPointer<QWidget> was = QApplication::focusWidget();
     setBusy(true);
     m_focusAfter = nullptr;
     guardCommand(*m_ctx.messages, action);
     setBusy(false);
-    if (m_focusAfter && !m_closed)
-        m_focusAfter->setFocus(Qt::OtherFocusReason);
+    QWidget* next = m_focusAfter ? m_focusAfter : was.data();
+    if (next && !m_closed && next->window() == this && next->isEnabled())
+        next->setFocus(Qt::OtherFocusReason);
     m_focusAfter = nullptr;
 }
 

@@ -69,6 +69,9 @@ void SheetSelectDialog::setSheets(const QStringList& names)
 {
     m_list->clear();
     m_list->addItems(names);
+    // Nothing looks chosen until the user chooses: without this the list, taking the focus, would
+    // mark its first sheet as current although it is not selected.
+    m_list->setCurrentIndex(QModelIndex());
 }
 
 void SheetSelectDialog::choose()
