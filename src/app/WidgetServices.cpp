@@ -3,16 +3,51 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QFileDialog>
+#include <QFileSystemModel>
 #include <QHeaderView>
+#include <QIdentityProxyModel>
 #include <QLabel>
 #include <QLayout>
+#include <QListView>
+#include <QLocale>
 #include <QMessageBox>
+#include <QMimeDatabase>
 #include <QScreen>
+#include <QSplitter>
 #include <QTreeView>
 #include <QWidget>
 
 namespace
 {
+
+// The file dialog's type and date columns in Japanese whatever the session's locale: the date as
+// "2026/11/25 14:03", a folder as "フォルダー", a file by the Japanese name of its type (else
+// "XLSX ファイル" and the like).
+class JapaneseFileColumns : public QIdentityProxyModel
+{
+public:
+    using QIdentityProxyModel::QIdentityProxyModel;
+    QVariant data(const QModelIndex& index, int role) const override
+    {
+        auto* files = qobject_cast<QFileSystemModel*>(sourceModel());
+        if (role != Qt::DisplayRole || !files || (index.column() != 2 && index.column() != 3))
+            return QIdentityProxyModel::data(index, role);
+        const QModelIndex source = mapToSource(index);
+        const QFileInfo info = files->fileInfo(source);
+        if (index.column() == 3)
+            return QLocale(QLocale::Japanese, QLocale::Japan)
+                .toString(info.lastModified(), QStringLiteral("yyyy/MM/dd HH:mm"));
+        if (info.isDir())
+            return QStringLiteral("フォルダー");
+        const QString comment = QMimeDatabase().mimeTypeForFile(info).comment();
+        const bool japanese =
+            std::any_of(comment.begin(), comment.end(), [](QChar c) { return c.unicode() > 0x2E80; });
+        if (japanese)
+            return comment;
+        return info.suffix().isEmpty() ? QStringLiteral("ファイル")
+                                       : info.suffix().toUpper() + QStringLiteral(" ファイル");
+    }
+};
 
 // A box as wide as its title and its longest line, so that the window manager does not cut the
 // title and a line of Japanese is not broken in the middle of a word; only a line wider than the
@@ -135,7 +170,21 @@ void WidgetMessageService::beep()
 QString WidgetFileDialogService::getOpenFileName(const QString& title, const QStringList& filters)
 {
     QFileDialog dialog(QApplication::activeWindow(), title, QString(), filters.join(u";;"));
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
     dialog.setFileMode(QFileDialog::ExistingFile);
+    dialog.setProxyModel(new JapaneseFileColumns(&dialog));
+    // The side pane wide enough for its longest place name.
+    auto* side = dialog.findChild<QListView*>(QStringLiteral("sidebar"));
+    auto* splitter = dialog.findChild<QSplitter*>(QStringLiteral("splitter"));
+    if (side && splitter && side->model()) {
+        int wide = 0;
+        for (int row = 0; row < side->model()->rowCount(); ++row)
+            wide = std::max(
+                wide, side->fontMetrics().horizontalAdvance(side->model()->index(row, 0).data().toString()));
+        const int paneWidth = wide + side->iconSize().width() + 40;
+        side->setMinimumWidth(paneWidth);
+        splitter->setSizes({paneWidth, 860 - paneWidth});
+    }
     // Wide enough for template names and dates in full, the name column taking what is left.
     dialog.resize(std::max(dialog.sizeHint().width(), 860), std::max(dialog.sizeHint().height(), 520));
     if (auto* list = dialog.findChild<QTreeView*>(QStringLiteral("treeView"))) {

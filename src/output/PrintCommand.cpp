@@ -6,6 +6,7 @@
 #include "PartsRecords.h"
 #include "PrintRequest.h"
 #include "PrintRun.h"
+#include "QtJapanese.h"
 #include "RuntimeError.h"
 #include "WorkbookControl.h"
 #include "XlsxOutputWorkbook.h"
@@ -116,13 +117,17 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("buhinhyo-print"));
+    // The help's own words ("使い方:", "オプション:") in Japanese too.
+    LoadQtJapanese(app);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("登録済みの部品表を客先の雛形でEXCELファイルに出力します（画面なし）。\n"
                        "プログラムと同じフォルダの PARA.ini とデータベースを使います。") +
         QString::fromUtf8(kExitCodes));
-    parser.addHelpOption();
+    // Qt's own help option speaks English; this one says the same in Japanese.
+    const QCommandLineOption helpOpt({QStringLiteral("h"), QStringLiteral("help")},
+                                     QStringLiteral("このヘルプを表示する。"));
     const QCommandLineOption dwgOpt(QStringLiteral("dwgno"), QStringLiteral("図番 (CH_DWGNO)。"),
                                     QStringLiteral("D"));
     const QCommandLineOption assyOpt(QStringLiteral("assy"), QStringLiteral("ASSY (CH_ASSY)。"),
@@ -137,16 +142,19 @@ int main(int argc, char** argv)
                                      QStringLiteral("印刷時にﾒｰｶｰ別に改頁。"));
     const QCommandLineOption makerOpt(QStringLiteral("maker"), QStringLiteral("このﾒｰｶｰの行だけを出力。"),
                                       QStringLiteral("M"));
-    const QCommandLineOption outOpt(QStringLiteral("out"), QStringLiteral("出力したブックの保存先。"),
-                                    QStringLiteral("FILE.xlsx"));
+    const QCommandLineOption outOpt(
+        QStringLiteral("out"),
+        QStringLiteral("出力したブックの保存先（--out か --pdf の少なくとも一方が必要）。"),
+        QStringLiteral("FILE.xlsx"));
     const QCommandLineOption pdfOpt(QStringLiteral("pdf"), QStringLiteral("PDF にも出力する (LibreOffice)。"),
                                     QStringLiteral("FILE.pdf"));
-    parser.addOptions({dwgOpt, assyOpt, kindOpt, customerOpt, sumOpt, pageOpt, makerOpt, outOpt, pdfOpt});
+    parser.addOptions(
+        {helpOpt, dwgOpt, assyOpt, kindOpt, customerOpt, sumOpt, pageOpt, makerOpt, outOpt, pdfOpt});
     if (!parser.parse(QCoreApplication::arguments())) {
         printErr(QStringLiteral("buhinhyo-print: ") + parser.errorText());
         return ExitUsage;
     }
-    if (parser.isSet(QStringLiteral("help"))) {
+    if (parser.isSet(helpOpt)) {
         std::fputs(parser.helpText().toUtf8().constData(), stdout);
         return ExitDone;
     }
@@ -155,6 +163,13 @@ int main(int argc, char** argv)
         (kind != u"1" && kind != u"2") || !parser.positionalArguments().isEmpty()) {
         printErr(QStringLiteral(
             "buhinhyo-print: --dwgno, --assy, --kind 1|2, --customer を指定して下さい (--help 参照)"));
+        return ExitUsage;
+    }
+    // The work copy is overwritten by the next run: a run without a place to keep its result
+    // would print for nothing.
+    if (!parser.isSet(outOpt) && !parser.isSet(pdfOpt)) {
+        printErr(QStringLiteral("buhinhyo-print: 出力先がありません。--out（ブック）か --pdf（PDF）、"
+                                "または両方を指定して下さい (--help 参照)"));
         return ExitUsage;
     }
 

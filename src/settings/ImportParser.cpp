@@ -15,11 +15,68 @@ int ImportPlan::lineCount() const
     return n;
 }
 
+namespace
+{
+// Full-width digits and signs as their ASCII forms; blanks (of either width) left out.
+QString halfWidthDate(const QString& text)
+{
+    QString out;
+    for (QChar c : text) {
+        const char16_t u = c.unicode();
+        if (u >= u'０' && u <= u'９')
+            out += QChar(u'0' + (u - u'０'));
+        else if (u >= u'Ａ' && u <= u'Ｚ')
+            out += QChar(u'A' + (u - u'Ａ'));
+        else if (u == u'．' || u == u'／' || u == u'－')
+            out += QChar(u - 0xFEE0);
+        else if (!c.isSpace())
+            out += c;
+    }
+    return out;
+}
+
+// The first year of the era named by its name or its letter (R, H, S, T, M), 0 when none.
+int eraFirstYear(const QString& era)
+{
+    static const struct {
+        const char16_t* name;
+        char16_t letter;
+        int year;
+    } eras[] = {{u"令和", u'R', 2019},
+                {u"平成", u'H', 1989},
+                {u"昭和", u'S', 1926},
+                {u"大正", u'T', 1912},
+                {u"明治", u'M', 1868}};
+    for (const auto& e : eras)
+        if (era == QString::fromUtf16(e.name) || (era.size() == 1 && era[0].toUpper() == QChar(e.letter)))
+            return e.year;
+    return 0;
+}
+} // namespace
+
 QString ReadDateText(const QString& text)
 {
-    const QString t = text.trimmed();
+    const QString t = halfWidthDate(text);
     if (t.isEmpty())
         return {};
+    // As a Japanese office writes a date: "2025年3月1日", "令和7年3月1日" (元年 for the first year),
+    // "R7.3.1", "R7/3/1", "H31-4-30".
+    static const QRegularExpression kanji(QStringLiteral("^([0-9]{4})年([0-9]{1,2})月([0-9]{1,2})日$"));
+    static const QRegularExpression era(QStringLiteral(
+        "^(令和|平成|昭和|大正|明治|[RHSTMrhstm])([0-9]{1,2}|元)(?:年([0-9]{1,2})月([0-9]{1,2})日|"
+        "[/.\\-]([0-9]{1,2})[/.\\-]([0-9]{1,2}))$"));
+    if (auto k = kanji.match(t); k.hasMatch()) {
+        const QDate d(k.captured(1).toInt(), k.captured(2).toInt(), k.captured(3).toInt());
+        return d.isValid() ? d.toString(QStringLiteral("yyyy/MM/dd")) : QString();
+    }
+    if (auto e = era.match(t); e.hasMatch()) {
+        const int first = eraFirstYear(e.captured(1));
+        const int year = e.captured(2) == u"元" ? 1 : e.captured(2).toInt();
+        const int month = (e.captured(3).isEmpty() ? e.captured(5) : e.captured(3)).toInt();
+        const int day = (e.captured(4).isEmpty() ? e.captured(6) : e.captured(4)).toInt();
+        const QDate d(first + year - 1, month, day);
+        return year > 0 && d.isValid() ? d.toString(QStringLiteral("yyyy/MM/dd")) : QString();
+    }
     static const QRegularExpression sep(QStringLiteral("^([0-9]{4})[/.\\-]([0-9]{1,2})[/.\\-]([0-9]{1,2})$"));
     static const QRegularExpression compact(QStringLiteral("^([0-9]{4})([0-9]{2})([0-9]{2})$"));
     static const QRegularExpression serial(QStringLiteral("^[0-9]{1,6}(\\.[0-9]+)?$"));

@@ -41,7 +41,10 @@ bool ParseQuantityHalf(const QString& half, QString& qty, QString& unit)
     if (!m.hasMatch())
         return false;
     qty = m.captured(1);
+    // "3 個" and "3　個" are the unit "個": the blank only sets it off from the number.
     unit = m.captured(2);
+    while (!unit.isEmpty() && unit.front().isSpace())
+        unit.remove(0, 1);
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Workbook.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,6 +21,51 @@ namespace xlsx::detail
 
 namespace
 {
+
+// The library's and the system's English causes, led by what they mean for the user.
+std::string zipCause(const zip_error_t* ze)
+{
+    const char* meaning = nullptr;
+    switch (zip_error_code_zip(ze)) {
+    case ZIP_ER_NOZIP:
+        meaning = "xlsx（ZIP）形式のファイルではありません";
+        break;
+    case ZIP_ER_INCONS:
+    case ZIP_ER_CRC:
+    case ZIP_ER_ZLIB:
+    case ZIP_ER_EOF:
+        meaning = "ファイルが途中で切れているか壊れています";
+        break;
+    case ZIP_ER_ENCRNOTSUPP:
+    case ZIP_ER_COMPNOTSUPP:
+        meaning = "対応していない圧縮・暗号化の形式です";
+        break;
+    case ZIP_ER_OPEN:
+    case ZIP_ER_READ:
+    case ZIP_ER_SEEK:
+        meaning = "ファイルを読めません";
+        break;
+    case ZIP_ER_MEMORY:
+        meaning = "メモリが不足しています";
+        break;
+    default:
+        meaning = "ファイルを読めません";
+        break;
+    }
+    return std::string(meaning) + "。原因: " + zip_error_strerror(const_cast<zip_error_t*>(ze));
+}
+
+std::string systemCause(int err)
+{
+    const char* meaning = "ファイルを書き込めません";
+    if (err == ENOSPC || err == EDQUOT)
+        meaning = "ディスクの空き容量が足りません";
+    else if (err == EACCES || err == EPERM || err == EROFS)
+        meaning = "書き込みが許可されていません";
+    else if (err == ENOENT)
+        meaning = "フォルダがありません";
+    return std::string(meaning) + "。原因: " + std::strerror(err);
+}
 
 constexpr zip_uint64_t kMaxPartSize = 256ull * 1024 * 1024;   // one part, uncompressed
 constexpr zip_uint64_t kMaxTotalRead = 1024ull * 1024 * 1024; // everything read from one file
@@ -289,7 +335,7 @@ private:
     [[noreturn]] void fail(const std::string& what, int err = 0)
     {
         throw Error("ブックを保存できません: " + fileLabel(target_) + " (" + what +
-                    (err ? std::string(": ") + std::strerror(err) : std::string()) + ")");
+                    (err ? std::string(": ") + systemCause(err) : std::string()) + ")");
     }
 
     Central start(const std::string& name, std::int32_t method, std::time_t mtime)
@@ -487,7 +533,7 @@ Package::Package(const std::filesystem::path& path) : path_(path)
         zip_error_t ze;
         zip_error_init_with_code(&ze, err);
         std::string msg = "ブックを開けません（xlsx形式ではないか、壊れています）: " + fileLabel(path) +
-                          " (" + zip_error_strerror(&ze) + ")";
+                          " (" + zipCause(&ze) + ")";
         zip_error_fini(&ze);
         throw Error(msg);
     }
@@ -583,8 +629,8 @@ const std::string& Package::read(const std::string& name)
     (void)dummy;
     zip_file_t* f = zip_fopen_index(zip_, static_cast<zip_uint64_t>(e->index), 0);
     if (!f)
-        throw Error("パーツ " + name + " を開けません: " + fileLabel(path_) + " (" + zip_strerror(zip_) +
-                    ")");
+        throw Error("パーツ " + name + " を開けません: " + fileLabel(path_) + " (" +
+                    zipCause(zip_get_error(zip_)) + ")");
     std::string data;
     if (st.valid & ZIP_STAT_SIZE)
         data.reserve(static_cast<std::size_t>(st.size));
@@ -592,7 +638,7 @@ const std::string& Package::read(const std::string& name)
     while (true) {
         zip_int64_t got = zip_fread(f, buf, sizeof buf);
         if (got < 0) {
-            std::string msg = zip_error_strerror(zip_file_get_error(f));
+            std::string msg = zipCause(zip_file_get_error(f));
             zip_fclose(f);
             throw Error("パーツ " + name + " が壊れています: " + fileLabel(path_) + " (" + msg + ")");
         }

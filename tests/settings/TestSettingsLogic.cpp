@@ -101,7 +101,9 @@ private Q_SLOTS:
                               {u"3個 2本"_s, u"3"_s, u"個"_s, u"2"_s, u"本"_s},
                               {u" L=3"_s, u""_s, u""_s, u"3"_s, u"L"_s},
                               {u"1.5m"_s, u"1.5"_s, u"m"_s, u""_s, u""_s},
-                              {u"2 ケース入"_s, u"2"_s, u" ケース入"_s, u""_s, u""_s}}) {
+                              {u"2 ケース入"_s, u"2"_s, u"ケース入"_s, u""_s, u""_s},
+                              {u"3 個"_s, u"3"_s, u"個"_s, u""_s, u""_s},
+                              {u"3　個 2 本"_s, u"3"_s, u"個"_s, u"2"_s, u"本"_s}}) {
             QuantityPair p;
             QVERIFY2(ParseQuantityText(c[0], p), qPrintable(c[0]));
             QCOMPARE(QStringList({p.qty1, p.unit1, p.qty2, p.unit2}), QStringList({c[1], c[2], c[3], c[4]}));
@@ -118,6 +120,13 @@ private Q_SLOTS:
                                          {u"2026-1-2"_s, u"2026/01/02"_s},
                                          {u"20261121"_s, u"2026/11/21"_s},
                                          {u"46347"_s, u"2026/11/21"_s},
+                                         {u"2025年3月1日"_s, u"2025/03/01"_s},
+                                         {u"令和7年3月1日"_s, u"2025/03/01"_s},
+                                         {u"平成元年１月８日"_s, u"1989/01/08"_s},
+                                         {u"R7.3.1"_s, u"2025/03/01"_s},
+                                         {u"h31/4/30"_s, u"2019/04/30"_s},
+                                         {u"令和0年1月1日"_s, QString()},
+                                         {u"X7.3.1"_s, QString()},
                                          {u"2026/13/01"_s, QString()},
                                          {u"きのう"_s, QString()}})
             QCOMPARE(ReadDateText(text), date);
