@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <Qt>
+#include <algorithm>
 #include <array>
 
 // The editor grid's fifteen columns. Column 0 is the fixed left column (line number or mark);
@@ -78,5 +79,24 @@ inline bool isEditableColumn(int col)
 inline int twipsToPixels(int twips, int dpi)
 {
     return (twips * dpi + 720) / 1440;
+}
+
+// The widths above were set for a screen font whose digit is 90 twips wide. A column keeps its
+// share of the grid with the digits of the font in use, and a number column holds at least its
+// longest usual value (quantity 1000000.5, unit price 1234567.89, amount 123456789.12) and its
+// caption: pixels, given the width of a digit and the padding of a cell in pixels.
+inline int columnPixels(int col, int dpi, int digitPixels, int padding)
+{
+    const int twips = specs()[size_t(col)].twips;
+    const int scaled = twipsToPixels(twips, dpi) * std::max(digitPixels, twipsToPixels(90, dpi)) /
+                       std::max(1, twipsToPixels(90, dpi));
+    int digits = 0;
+    if (col == Suryo || col == Suryo2)
+        digits = 9;
+    else if (col == Tanka)
+        digits = 10;
+    else if (col == Kingk)
+        digits = 12;
+    return std::max(scaled, digits * digitPixels + padding);
 }
 } // namespace EditorCol

@@ -35,6 +35,11 @@ QVariant EditorModel::data(const QModelIndex& index, int role) const
         return m_grid.cell(row, index.column());
     case Qt::TextAlignmentRole:
         return QVariant::fromValue(specs()[size_t(index.column())].alignment);
+    case Qt::ToolTipRole: {
+        // The whole value, also where a narrow column cuts it.
+        const QString text = m_grid.cell(row, index.column());
+        return text.isEmpty() ? QVariant() : QVariant(text);
+    }
     case Qt::BackgroundRole:
         if (index.column() == No && m_grid.marked(row))
             return abolishedColour();

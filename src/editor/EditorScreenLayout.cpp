@@ -23,6 +23,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStyle>
 #include <QStyleOptionHeader>
 #include <QStylePainter>
 #include <QTableView>
@@ -243,13 +244,18 @@ void EditorScreen::buildUi()
     top->setHighlightSections(true);
     top->setStretchLastSection(false);
     top->setFixedHeight(m_lineHeight + 4);
+    // Widths follow the digits of the font the grid shows; a cell's margins, its grid line and a
+    // little air make the padding.
+    const int digitPixels = m_view->fontMetrics().horizontalAdvance(u'0');
+    const int cellPadding =
+        2 * (m_view->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, m_view) + 1) + 4;
     for (int c = 0; c < Count; ++c) {
         const int twips = specs()[size_t(c)].twips;
         // Column 0 is shown by the vertical header; a width of 0 hides a column for good.
         if (c == No || twips == 0)
             m_view->setColumnHidden(c, true);
         else
-            m_view->setColumnWidth(c, twipsToPixels(twips, dpiX));
+            m_view->setColumnWidth(c, columnPixels(c, dpiX, digitPixels, cellPadding));
     }
     m_view->setSelectionMode(QAbstractItemView::SingleSelection);
     m_view->setSelectionBehavior(QAbstractItemView::SelectItems);

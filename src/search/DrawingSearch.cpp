@@ -212,12 +212,10 @@ void DrawingSearchScreen::openEditor()
     // A table that is open already has its editor brought forward; a second copy could save over
     // the first one's work.
     EditorScreen* newest = nullptr;
-    for (EditorScreen* open : findChildren<EditorScreen*>(QString(), Qt::FindDirectChildrenOnly)) {
-        if (!open->isVisible())
-            continue;
+    for (EditorScreen* open : openEditors()) {
         const EditorHeaderArea& h = open->editor().header();
         if (h.dwgNo == values.dwgNo && h.assy == values.assy && h.kind == values.kind) {
-            ShowScreen(open, this);
+            ShowScreen(open, editorOwner());
             rememberChoices();
             return;
         }
@@ -231,8 +229,26 @@ void DrawingSearchScreen::openEditor()
     // A further editor opens down and to the right of the last one, so that both can be seen.
     if (newest)
         editor->move(newest->pos() + QPoint(40, 40));
-    ShowScreen(editor, this);
+    m_editors.removeAll(nullptr);
+    m_editors.append(editor);
+    ShowScreen(editor, editorOwner());
     rememberChoices();
+}
+
+QWidget* DrawingSearchScreen::editorOwner()
+{
+    // The editors belong to the window this screen belongs to (the main menu): they stay above it
+    // as this screen does, and this screen can still be brought over them to open the next table.
+    return parentWidget() ? parentWidget() : this;
+}
+
+QList<EditorScreen*> DrawingSearchScreen::openEditors() const
+{
+    QList<EditorScreen*> open;
+    for (const QPointer<EditorScreen>& editor : m_editors)
+        if (editor && editor->isVisible())
+            open.append(editor);
+    return open;
 }
 
 void DrawingSearchScreen::rememberChoices()
@@ -275,8 +291,8 @@ void DrawingSearchScreen::deleteTable()
 void DrawingSearchScreen::closeEvent(QCloseEvent* event)
 {
     // Editors opened from here close first, each with its own question.
-    for (EditorScreen* editor : findChildren<EditorScreen*>(QString(), Qt::FindDirectChildrenOnly)) {
-        if (editor->isVisible() && !editor->close()) {
+    for (EditorScreen* editor : openEditors()) {
+        if (!editor->close()) {
             event->ignore();
             return;
         }

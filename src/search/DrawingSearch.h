@@ -2,6 +2,7 @@
 
 #include "EditorScreen.h"
 
+#include <QPointer>
 #include <QWidget>
 #include <functional>
 
@@ -45,6 +46,8 @@ private:
     bool inputCheck();
     void openEditor();
     void rememberChoices();
+    QWidget* editorOwner();
+    QList<EditorScreen*> openEditors() const;
     void dataSearch();
     void deleteTable();
 
@@ -59,6 +62,7 @@ private:
     QCheckBox* m_makerCheck = nullptr;
     QComboBox* m_maker = nullptr;
     QPushButton* m_cmd[4] = {};
+    QList<QPointer<EditorScreen>> m_editors;
 };
 
 // Opens the drawing list search from the menu: the menu's buttons are disabled until it closes.
