@@ -367,13 +367,18 @@ void OutputSettingsScreen::runAction(const std::function<void()>& action)
         return;
     // Disabling the controls moves the focus on; it goes back to where the user was unless the
     // command named a field to go to.
-    const QPointer<QWidget> was = QApplication::focusWidget();
+    // A pick in the customer list has the focus in the list's popup: the box itself is where the
+    // user was.
+    QWidget* focused = QApplication::focusWidget();
+    while (focused && focused->window() != this)
+        focused = focused->window()->parentWidget();
+    const QPointer<QWidget> was = focused;
     setBusy(true);
     m_focusAfter = nullptr;
     guardCommand(*m_ctx.messages, action);
     setBusy(false);
     QWidget* next = m_focusAfter ? m_focusAfter : was.data();
-    if (next && !m_closed && next->window() == this && next->isEnabled())
+    if (next && !m_closed && next->isEnabled())
         next->setFocus(Qt::OtherFocusReason);
     m_focusAfter = nullptr;
 }

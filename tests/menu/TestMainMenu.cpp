@@ -11,10 +11,12 @@
 #include "TestSupport.h"
 #include "WidgetServices.h"
 
+#include <QAbstractProxyModel>
 #include <QApplication>
 #include <QClipboard>
 #include <QDialogButtonBox>
 #include <QFileDialog>
+#include <QFileSystemModel>
 #include <QLabel>
 #include <QLockFile>
 #include <QMessageBox>
@@ -493,11 +495,19 @@ private Q_SLOTS:
         QVERIFY(QFile(chosen).open(QIODevice::WriteOnly));
         for (const bool accept : {true, false}) {
             QString title;
+            QString columns;
             QTimer::singleShot(0, [&] {
                 auto* files = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
                 QVERIFY(files);
                 title = files->windowTitle();
                 files->selectFile(chosen);
+                // Its type and date columns in Japanese, whatever the locale of the session.
+                QAbstractProxyModel* shown = files->proxyModel();
+                auto* fs = qobject_cast<QFileSystemModel*>(shown ? shown->sourceModel() : nullptr);
+                QVERIFY(fs);
+                const QModelIndex at = shown->mapFromSource(fs->index(chosen));
+                columns = shown->index(at.row(), 2, at.parent()).data().toString() + u'|' +
+                          shown->index(at.row(), 3, at.parent()).data().toString();
                 QDialog* dialog = files; // accept() as the 開く button calls it
                 accept ? dialog->accept() : dialog->reject();
             });
@@ -505,6 +515,11 @@ private Q_SLOTS:
                 WidgetFileDialogService().getOpenFileName(u"EXCELﾌｧｲﾙ指定"_s, {u"EXCELファイル (*.xlsx)"_s}),
                 accept ? chosen : QString());
             QCOMPARE(title, u"EXCELﾌｧｲﾙ指定"_s);
+            QVERIFY2(QRegularExpression(u"^(Microsoft Excel ワークシート|Excel 2007 スプレッドシート|XLSX "
+                                        u"ファイル)\\|20\\d\\d/\\d\\d/\\d\\d \\d\\d:\\d\\d$"_s)
+                         .match(columns)
+                         .hasMatch(),
+                     qPrintable(columns));
         }
         // A work screen is shown owned by the menu, centred over it.
         QWidget owner;
@@ -516,6 +531,10 @@ private Q_SLOTS:
         screen->resize(300, 200);
         ShowScreen(screen, &owner);
         QCOMPARE(screen->parentWidget(), &owner);
+        // A window of the owner's kind that the window manager keeps above it (a plain window has no
+        // owner for it).
+        QCOMPARE(screen->windowType(), Qt::Dialog);
+        QCOMPARE(screen->windowHandle()->transientParent(), owner.windowHandle());
         QVERIFY((screen->frameGeometry().center() - owner.frameGeometry().center()).manhattanLength() < 40);
     }
 

@@ -60,7 +60,8 @@ private Q_SLOTS:
         QFETCH(QString, kind);
         QFETCH(QString, title);
         f->addTable(u"DWG-95"_s, u"01"_s, kind, MakeLines(95));
-        f->ctx.CurrentKind = kind;
+        // The lines are those of the kind asked for, whatever another screen chose since.
+        f->ctx.CurrentKind = kind == u"1" ? u"2"_s : u"1"_s;
         const QString copy = out.filePath(u"kind"_s + kind + u".xlsx"_s);
         RecordingPresenter presenter(copy);
         QCOMPARE(RunPrint(f->ctx, SampleRequest(kind), OpenXlsxOutputWorkbook, presenter),
@@ -253,6 +254,35 @@ private Q_SLOTS:
         QCOMPARE(runWith(u"CH_ORGPATH = ''"_s, SampleRequest()), PrintOutcome::TemplateNotOpened);
         QCOMPARE(f->dialogs.calls, 1);
         QVERIFY(f->messages.shown.isEmpty() && presenter.previewed.isEmpty());
+    }
+
+    void batchCommandWords()
+    {
+        // Its help is Japanese whatever the locale, and a run with nowhere to put its result is
+        // refused before it starts.
+        const QString program = qEnvironmentVariable("BUHINHYO_BINARY_DIR") + u"/app/buhinhyo-print"_s;
+        if (!QFile::exists(program))
+            QSKIP("buhinhyo-print is not built");
+        auto run = [&](const QStringList& args) {
+            QProcess p;
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(u"LANG"_s, u"C"_s);
+            env.insert(u"LC_ALL"_s, u"C"_s);
+            p.setProcessEnvironment(env);
+            p.start(program, args);
+            p.waitForFinished(60000);
+            return std::make_pair(p.exitCode(),
+                                  QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError()));
+        };
+        const auto [helpCode, help] = run({u"--help"_s});
+        QCOMPARE(helpCode, 0);
+        QVERIFY2(help.startsWith(u"使い方: "_s) && help.contains(u"オプション:"_s) &&
+                     !QRegularExpression(u"Usage|Options|Displays"_s).match(help).hasMatch(),
+                 qPrintable(help));
+        const auto [code, err] =
+            run({u"--dwgno"_s, u"D"_s, u"--assy"_s, u"A"_s, u"--kind"_s, u"1"_s, u"--customer"_s, u"C"_s});
+        QCOMPARE(code, 1);
+        QVERIFY2(err.contains(u"--out（ブック）か --pdf（PDF）"_s), qPrintable(err));
     }
 
     void batchCommand()

@@ -1,4 +1,5 @@
 #include "DrawingSearch.h"
+#include "PartsTableEditor.h"
 #include "ScreenTestHelpers.h"
 #include "SearchQueries.h"
 #include "TestSupport.h"
@@ -134,6 +135,33 @@ private Q_SLOTS:
         click(screen, "cmd0");
         QVERIFY(f->iniText().contains(
             u"[MAKER]\r\nMAX=4\r\n1=ミスミ\r\n2=オリエンタル\r\n3=新メーカー\r\n4=\r\n"_s));
+        QVERIFY(f->messages.shown.isEmpty());
+    }
+
+    void eachEditorKeepsItsKindAndATableOpensOnce()
+    {
+        QWidget menu;
+        menu.setObjectName(u"KVRCAD0000"_s);
+        menu.show();
+        screen = qobject_cast<DrawingSearchScreen*>(createDrawingSearch(f->ctx, &menu));
+        enter(u"D-100"_s, u"250-01"_s);
+        control<QComboBox>(screen, "cboName")->setCurrentIndex(0);
+        click(screen, "cmd0");
+        click(screen, "optKind2");
+        click(screen, "cmd0");
+        // Both belong to the menu as the search does, so the search can come over them; the second
+        // opens down and to the right of the first.
+        const QList<EditorScreen*> eds = menu.findChildren<EditorScreen*>();
+        QCOMPARE(eds.size(), 2);
+        QCOMPARE(eds[1]->windowHandle()->transientParent(), menu.windowHandle());
+        QCOMPARE(eds[1]->pos() - eds[0]->pos(), QPoint(40, 40));
+        // The manufactured list prints as manufactured although the search now names the other kind.
+        QCOMPARE(f->ctx.CurrentKind + eds[0]->editor().printRequest(false, false, false).kind, u"21"_s);
+        // Its table named again: the open editor comes forward, no second copy.
+        click(screen, "optKind1");
+        click(screen, "cmd0");
+        QCOMPARE(menu.findChildren<EditorScreen*>().size(), 2);
+        QTRY_COMPARE(QApplication::activeWindow(), eds[0]);
         QVERIFY(f->messages.shown.isEmpty());
     }
 

@@ -253,6 +253,18 @@ private Q_SLOTS:
                           list->visualRect(list->model()->index(0, 0)).center());
         QCOMPARE(user->currentText(), u"客先A"_s);
         QCOMPARE(combo(u"cboPageMax"_s)->currentText(), u"20"_s);
+        // Keys pick as the click does: ↓ on the closed box, ↑ and Enter in the open list. The focus
+        // stays in the box, also after 検索(F1).
+        user->setFocus();
+        QTest::keyClick(user, Qt::Key_Down);
+        QCOMPARE(user->currentText() + combo(u"cboPageMax"_s)->currentText(), u"客先B44"_s);
+        QVERIFY(user->hasFocus());
+        user->showPopup();
+        QTest::keyClick(user->view(), Qt::Key_Up);
+        QTest::keyClick(user->view(), Qt::Key_Return);
+        QCOMPARE(user->currentText() + combo(u"cboPageMax"_s)->currentText(), u"客先A20"_s);
+        QTest::keyClick(user, Qt::Key_F1);
+        QVERIFY(user->hasFocus());
     }
 
     void templateAndImportWorkbookChoice()
@@ -265,7 +277,10 @@ private Q_SLOTS:
             auto* list = d->findChild<QListWidget*>(u"lstTAN1050"_s);
             for (int i = 0; i < list->count(); ++i)
                 seen << list->item(i)->text();
-            d->findChild<QPushButton*>(u"cmdTAN1050"_s)->click(); // without a choice: E108, it stays
+            // Nothing looks chosen, even with the focus in the list; without a choice: E108, it stays.
+            list->setFocus();
+            QVERIFY(!list->currentIndex().isValid() && list->selectedItems().isEmpty());
+            d->findChild<QPushButton*>(u"cmdTAN1050"_s)->click();
             QVERIFY(d->isVisible());
             list->setCurrentRow(1);
             QTest::keyClick(list, Qt::Key_F5);
