@@ -229,13 +229,15 @@ private Q_SLOTS:
                  u"旧名称2026/01/15客先B"_s);
         click(ed, "cmdUpdate");
         QCOMPARE(f->messages.shown.size(), 2); // the save's reload asks no more
-        // Answered Yes, the new name is kept and stored by the save.
+        // Closed and opened again, answered Yes: the new name is kept and stored by the save.
+        QVERIFY(ed->close());
         click(search, "cmd0");
         EditorScreen* second = search->findChildren<EditorScreen*>().last();
+        QVERIFY(second != ed);
         QCOMPARE(label(second, "lblName"), u"新名称"_s);
         click(second, "cmdUpdate");
         QCOMPARE(f->rows(u"SELECT CH_NAME FROM BUHINHYO"_s), QList<QStringList>({{u"新名称"_s}}));
-        QCOMPARE(f->messages.shown.size(), 4);
+        QCOMPARE(f->messages.shown.size(), 5);
     }
 
     void saveRefusalsAndFunctionKeys()
@@ -311,6 +313,19 @@ private Q_SLOTS:
         QVERIFY(ed && showActive(ed));
         for (int col : {Suryo2, Tanka, Kingk})
             QCOMPARE(column(ed, col), numbers);
+        // Every value up to seven digits is read in full in its column (the cell's margins left
+        // aside); a longer one in its tooltip.
+        QTableView* grid = ed->gridView();
+        for (int col : {Suryo2, Tanka, Kingk}) {
+            for (int row = 0; row < numbers.size(); ++row) {
+                const QModelIndex cell = grid->model()->index(row, col);
+                QCOMPARE(cell.data(Qt::ToolTipRole).toString(), numbers[row]);
+                if (row < 4)
+                    QVERIFY2(grid->columnWidth(col) >=
+                                 grid->fontMetrics().horizontalAdvance(numbers[row]) + 8,
+                             qPrintable(numbers[row]));
+            }
+        }
         for (int row = 1; row <= numbers.size(); ++row) {
             moveTo(ed, row);
             QCOMPARE(textOf(ed, "txtTanka"), numbers[row - 1]);

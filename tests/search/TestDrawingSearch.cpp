@@ -79,6 +79,13 @@ private Q_SLOTS:
         QVERIFY(!maker->isEnabled() && !f->ctx.makerFilterOn);
         click(screen, "chkMaker");
         QVERIFY(maker->isEnabled() && f->ctx.makerFilterOn);
+        // Its list opens at the first maker, none marked as if chosen.
+        QVERIFY(showActive(screen));
+        maker->showPopup();
+        QTRY_VERIFY(maker->view()->isVisible());
+        QTest::qWait(20);
+        QVERIFY(!maker->view()->currentIndex().isValid() && maker->view()->indexAt(QPoint(2, 2)).row() == 0);
+        maker->hidePopup();
         maker->setCurrentIndex(1);
         QCOMPARE(f->ctx.makerFilterText, u"オリエンタル"_s);
         click(screen, "chkMaker");

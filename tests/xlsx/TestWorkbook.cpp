@@ -315,7 +315,7 @@ TEST(XlsxWorkbook, DamagedAndHostileFilesGiveClearErrors)
     // file, what the message names
     const std::pair<const char*, const char*> cases[] = {
         {"broken_truncated.xlsx", "broken_truncated.xlsx"},
-        {"broken_not_zip.xlsx", "broken_not_zip.xlsx"},
+        {"broken_not_zip.xlsx", " (xlsx（ZIP）形式のファイルではありません。原因: Not a zip archive)"},
         {"broken_no_workbook.xlsx", "workbook"},
         {"broken_no_sheet.xlsx", "sheet1.xml"},
         {"broken_no_content_types.xlsx", "[Content_Types].xml"},
