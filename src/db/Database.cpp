@@ -35,6 +35,32 @@ QString TranslateJetSql(const QString& sql)
     return out;
 }
 
+QString DatabaseCauseText(const QString& english)
+{
+    // The engines and drivers speak English: a Japanese line says what their words mean for the
+    // user, their own words follow as the cause.
+    static const struct {
+        const char* words;
+        const char16_t* meaning;
+    } known[] = {
+        {"locked|busy|lock timeout", u"データベースを他の利用者またはプログラムが使用中です。"},
+        {"disk is full|no space", u"ディスクの空き容量が足りません。"},
+        {"readonly|read-only|permission denied|access denied", u"データベースに書き込む権限がありません。"},
+        {"not a database|malformed|corrupt",
+         u"データベースファイルが壊れているか、データベースではありません。"},
+        {"no such table|no such column|does not exist|not found",
+         u"データベースに必要な表または列がありません。"},
+        {"unique|duplicate", u"同じキーのデータが既にあります。"},
+        {"unable to open|could not connect|connection|network", u"データベースに接続できません。"},
+        {"syntax", u"SQL 文を解釈できません。"},
+    };
+    for (const auto& k : known)
+        for (const QString& word : QString::fromLatin1(k.words).split(u'|'))
+            if (english.contains(word, Qt::CaseInsensitive))
+                return QString::fromUtf16(k.meaning) + QStringLiteral("原因: ") + english;
+    return QStringLiteral("データベースの操作に失敗しました。原因: ") + english;
+}
+
 RuntimeError DatabaseError(const QSqlError& error, const QString& statement)
 {
     QString description = error.databaseText().trimmed();
@@ -42,6 +68,8 @@ RuntimeError DatabaseError(const QSqlError& error, const QString& statement)
         description = error.driverText().trimmed();
     if (description.isEmpty())
         description = QStringLiteral("データベースの操作に失敗しました。");
+    else
+        description = DatabaseCauseText(description);
     if (!statement.isEmpty()) {
         // Values are pasted into the text as they are: an apostrophe in one leaves a quote open.
         if (statement.count(u'\'') % 2 != 0)

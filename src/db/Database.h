@@ -60,6 +60,8 @@ QString TranslateJetSql(const QString& sql);
 // The error a failed database step raises: the database's own description and its native error
 // number when it gives one (else kProviderErrorNumber). The statement, when given, is appended so
 // that the user sees which text the database refused.
+// A database engine's or driver's English message led by a Japanese line saying what it means.
+QString DatabaseCauseText(const QString& english);
 RuntimeError DatabaseError(const QSqlError& error, const QString& statement = QString());
 constexpr int kProviderErrorNumber = -2147467259;
 

@@ -67,7 +67,8 @@ QString checkConversion(const QString& output, const QByteArray& log)
     // soffice ends with status 0 even when it could not load the file; only its log tells.
     for (const QByteArray& line : log.split('\n')) {
         if (line.trimmed().startsWith("Error:"))
-            return QString::fromLocal8Bit(line.trimmed());
+            return QStringLiteral("LibreOffice がブックを読み込めませんでした。原因: ") +
+                   QString::fromLocal8Bit(line.trimmed());
     }
     if (!QFileInfo(output).isFile() || QFileInfo(output).size() == 0)
         return QStringLiteral("変換結果のファイルが作成されませんでした。");

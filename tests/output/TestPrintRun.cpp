@@ -390,8 +390,9 @@ private Q_SLOTS:
         QCOMPARE(wc.OpenTemplate(f->path(u"seed.xls"_s)), f->path(u"seed.xls"_s));
         QCOMPARE(readFileBytes(f->ctx.WorkbookPath), copy);
         // LibreOffice ends with status 0 even when it could not load the file.
-        QVERIFY(!LibreOffice::checkConversion(f->ctx.WorkbookPath, "Error: source file could not be loaded\n")
-                     .isEmpty());
+        QCOMPARE(
+            LibreOffice::checkConversion(f->ctx.WorkbookPath, "Error: source file could not be loaded\n"),
+            u"LibreOffice がブックを読み込めませんでした。原因: Error: source file could not be loaded"_s);
     }
 };
 
