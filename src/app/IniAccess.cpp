@@ -52,8 +52,10 @@ bool IniAccess::IniPut(const QString& file, const QString& section, const QStrin
     case IniFile::WriteResult::IoError:
         break;
     }
+    // The box keeps its words; why the file could not be written goes into its detail.
     m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
-                    QStringLiteral("ＩＮＩファイル書き込みエラー"));
+                    QStringLiteral("ＩＮＩファイル書き込みエラー"),
+                    ini.lastError() + QStringLiteral("\nファイル：") + ini.path());
     return false;
 }
 

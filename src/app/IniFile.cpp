@@ -299,7 +299,10 @@ bool IniFile::saveLines(QList<Line> lines)
     // A folder the user may not write in, holding a file the user may write: write in place.
     f.setDirectWriteFallback(true);
     if (!f.open(QIODevice::WriteOnly) || f.write(out) != out.size() || !f.commit()) {
-        m_error = f.errorString();
+        m_error =
+            QStringLiteral(
+                "設定ファイルを書き込めません（ディスクの空きや書き込みの権限を確認して下さい）。原因: ") +
+            f.errorString();
         return false;
     }
     m_loaded = false; // parse again on the next read
@@ -310,7 +313,7 @@ QString IniFile::describeDamage(const QString& path)
 {
     QFile f(path);
     if (!f.open(QIODevice::ReadOnly))
-        return QStringLiteral("ファイルを開けません（%1）。").arg(f.errorString());
+        return QStringLiteral("ファイルを開けません。原因: %1").arg(f.errorString());
     if (f.size() > kMaxFileSize)
         return QStringLiteral("ファイルが大きすぎます（%1 バイト）。設定ファイルではありません。")
             .arg(f.size());

@@ -91,6 +91,7 @@ private Q_SLOTS:
         QFile::setPermissions(m_path, QFileDevice::ReadOwner);
         QVERIFY(!ini.put(u"A"_s, u"K"_s, u"2"_s));
         QCOMPARE(m_msgs.texts().last(), u"ＩＮＩファイル書き込みエラー"_s);
+        QCOMPARE(m_msgs.shown.last().detail, u"設定ファイルが読み取り専用です。\nファイル："_s + m_path);
         QCOMPARE(ini.get(u"A"_s, u"K"_s), u"1"_s);
         QFile::setPermissions(m_path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
         // A stray control byte in a comment is read past; a NUL byte means no text file at all.
