@@ -21,6 +21,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
 #include <QTableView>
 #include <QVBoxLayout>
 #include <array>
@@ -50,6 +52,7 @@ EditorScreen::EditorScreen(AppContext& ctx, std::shared_ptr<Database> db, Editor
     m_editor->onRefreshInput = [this] { refreshInputArea(); };
     m_editor->onRefreshDisplay = [this] { refreshStatus(); };
     resize(1400, 860);
+    fitGridWidth();
     if (m_aids.install)
         m_aids.install(*this);
 }
@@ -63,6 +66,19 @@ EditorScreen::~EditorScreen()
     m_model = nullptr;
     m_editor->onRefreshInput = nullptr;
     m_editor->onRefreshDisplay = nullptr;
+}
+
+void EditorScreen::fitGridWidth()
+{
+    // Wide enough to show every column of the grid, as far as the screen allows.
+    layout()->activate();
+    const int grid = m_view->verticalHeader()->width() + m_view->horizontalHeader()->length() +
+                     m_view->verticalScrollBar()->sizeHint().width() + 2 * m_view->frameWidth();
+    const int missing = grid - m_view->width();
+    if (missing <= 0 || !screen())
+        return;
+    const int room = screen()->availableGeometry().width() - 16;
+    resize(std::max(width(), std::min(width() + missing, room)), height());
 }
 
 void EditorScreen::command(const std::function<void()>& body)

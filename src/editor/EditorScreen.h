@@ -69,6 +69,7 @@ protected:
 
 private:
     void buildUi();
+    void fitGridWidth();
     void fillLists();
     void showHeader();
     void refreshStatus();
