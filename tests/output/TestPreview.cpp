@@ -23,10 +23,11 @@ public:
     QStringList labels; // with the previous/next buttons usable at page 1, 2, End, PageUp
     double fittedScale = 0, zoomedInScale = 0;
     bool fitsTheScreen = false;
-    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes,
+                 const QStringList& runNotes) override
     {
         PreviewWindow w(workbookPath, workFolder, nullptr, printPath);
-        w.setNotes(notes);
+        w.setNotes(notes, runNotes);
         QSignalSpy done(&w, &PreviewWindow::renderingDone);
         w.show();
         QApplication::setActiveWindow(&w);
