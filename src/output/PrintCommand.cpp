@@ -251,7 +251,7 @@ int main(int argc, char** argv)
         if (!connected.dbFilePath.isEmpty())
             for (const QString& suffix :
                  {QString(), QStringLiteral("-wal"), QStringLiteral("-shm"), QStringLiteral("-journal")})
-                kept.push_back({QDir::fromNativeSeparators(connected.dbFilePath) + suffix,
+                kept.push_back({QString(connected.dbFilePath).replace(u'\\', u'/') + suffix,
                                 QStringLiteral("データベース")});
         if (!ctx.DbConnection)
             throw RuntimeError(91, QStringLiteral("データベースに接続できません。"));

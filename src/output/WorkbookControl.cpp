@@ -84,7 +84,8 @@ QString ReplaceWithCopy(const QString& source, const QString& target)
         out.cancelWriting();
         return QDir::toNativeSeparators(target) + QStringLiteral(" に書き込めません: ") + why;
     };
-    if (!out.open(QIODevice::WriteOnly))
+    // Unbuffered: a write that fails says why at once.
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return failed(out.errorString());
     QByteArray chunk(1 << 16, Qt::Uninitialized);
     while (true) {
@@ -109,8 +110,15 @@ void MakeFolder(const QString& folder)
     if (!ec && QFileInfo(folder).isDir())
         return;
     QString why = ec ? QString::fromLocal8Bit(ec.message()) : QString();
-    if (QFileInfo(folder).exists() && !QFileInfo(folder).isDir())
-        why = QStringLiteral("同じ名前のファイルがあります");
+    // The usual cause: a file where a folder of the path should be.
+    for (QFileInfo up(QDir::cleanPath(QFileInfo(folder).absoluteFilePath())); !up.isRoot();
+         up = QFileInfo(up.absolutePath()))
+        if (up.exists()) {
+            if (!up.isDir())
+                why += QStringLiteral("（") + QDir::toNativeSeparators(up.absoluteFilePath()) +
+                       QStringLiteral(" はフォルダではなくファイルです）");
+            break;
+        }
     throw RuntimeError(76, QStringLiteral("パスが見つかりません。"))
         .withCause(QStringLiteral("フォルダ ") + QDir::toNativeSeparators(folder) +
                    QStringLiteral(" を作れません: ") + why);
