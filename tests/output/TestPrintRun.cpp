@@ -452,9 +452,10 @@ private Q_SLOTS:
         if (!QFile::exists(program))
             QSKIP("buhinhyo-print is not built");
         f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(95));
-        // The PDF holds the list sheet's pages only; what the template's custom view cannot follow is
-        // a note on stderr.
+        // The PDF holds the list sheet's pages only; what the template's custom view cannot follow, and
+        // what the page loop left out, are notes on stderr.
         useThreeSheetTemplate(u"three_sheet_views.xlsx"_s);
+        f->exec(u"UPDATE SETTEI SET CH_MZAISHITU_SC = 'AA'"_s);
         QVERIFY(QFile::copy(program, f->path(u"buhinhyo-print"_s)));
         auto run = [&](const QString& customer, const QString& pdf, const QString& path = {}) {
             QProcess p;
@@ -471,9 +472,13 @@ private Q_SLOTS:
         };
         auto [code, err] = run(PrintFixture::customer, out.filePath(u"batch.pdf"_s));
         QCOMPARE(code, 0);
-        QCOMPARE(
-            err,
-            u"buhinhyo-print: 注意: このブックにはユーザー設定のビューがあります（行の挿入は反映されません）。\n"_s);
+        QCOMPARE(err, u"buhinhyo-print: 注意: "
+                      u"このブックにはユーザー設定のビューがあります（行の挿入は反映されません）。\n"
+                      "buhinhyo-print: 注意: 材質の列見出しを出力できませんでした: "
+                      "列「AA」には出力できません（出力できる列は "
+                      "A〜Z）（1頁目から 3 か所）\nbuhinhyo-print: 注意: 材質を出力できませんでした: "
+                      "列「AA」には出力できません"
+                      "（出力できる列は A〜Z）（1頁目から 95 か所）\n"_s);
         QCOMPARE(PdfPageCount(out.filePath(u"batch.pdf"_s)), 3);
         xlsx::Workbook book = xlsx::Workbook::open(out.filePath(u"batch.xlsx"_s).toStdString());
         QCOMPARE(text(book.sheet("部品表"), 4, 2) + text(book.sheet("部品表"), 55, 6),
