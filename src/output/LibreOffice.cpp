@@ -105,7 +105,7 @@ QString ConvertedXlsTemplate(const QString& xlsPath, const QString& workFolder)
         QStringLiteral("ファイル %1 は古い形式（.xls）です。").arg(QDir::toNativeSeparators(xlsPath));
     QFile in(xlsPath);
     if (!in.open(QIODevice::ReadOnly))
-        throw RuntimeError(75, advice + QStringLiteral("\nファイルを読めません。"));
+        throw RuntimeError(75, advice + QStringLiteral("\nファイルを読めません: ") + in.errorString());
     QCryptographicHash hash(QCryptographicHash::Sha1);
     hash.addData(&in);
     const QString key = QString::fromLatin1(hash.result().toHex());

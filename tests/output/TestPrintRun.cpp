@@ -49,16 +49,24 @@ class TestPrintRun : public QObject
             return {};
         return copy;
     }
-    static QStringList batchArgs(const QString& dwgNo, const QStringList& outputs)
+    static QStringList batchArgs(const QString& dwgNo, const QStringList& outputs,
+                                 const QString& customer = PrintFixture::customer)
     {
         return QStringList{u"--dwgno"_s, dwgNo,  u"--assy"_s,     u"01"_s,
-                           u"--kind"_s,  u"1"_s, u"--customer"_s, PrintFixture::customer} +
+                           u"--kind"_s,  u"1"_s, u"--customer"_s, customer} +
                outputs;
     }
-    std::pair<int, QString> batch(const QStringList& outputs)
+    // path: the PATH the run sees ("" keeps the test's).
+    std::pair<int, QString> batch(const QStringList& outputs,
+                                  const QString& customer = PrintFixture::customer, const QString& path = {})
     {
         QProcess p;
-        p.start(batchProgram(), batchArgs(u"DWG-95"_s, outputs));
+        if (!path.isEmpty()) {
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(u"PATH"_s, path);
+            p.setProcessEnvironment(env);
+        }
+        p.start(batchProgram(), batchArgs(u"DWG-95"_s, outputs, customer));
         p.waitForFinished(120000);
         return {p.exitCode(), QString::fromUtf8(p.readAllStandardError())};
     }
@@ -448,27 +456,15 @@ private Q_SLOTS:
 
     void batchCommand()
     {
-        const QString program = qEnvironmentVariable("BUHINHYO_BINARY_DIR") + u"/app/buhinhyo-print"_s;
-        if (!QFile::exists(program))
+        if (batchProgram().isEmpty())
             QSKIP("buhinhyo-print is not built");
         f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(95));
         // The PDF holds the list sheet's pages only; what the template's custom view cannot follow, and
         // what the page loop left out, are notes on stderr.
         useThreeSheetTemplate(u"three_sheet_views.xlsx"_s);
         f->exec(u"UPDATE SETTEI SET CH_MZAISHITU_SC = 'AA'"_s);
-        QVERIFY(QFile::copy(program, f->path(u"buhinhyo-print"_s)));
         auto run = [&](const QString& customer, const QString& pdf, const QString& path = {}) {
-            QProcess p;
-            if (!path.isEmpty()) {
-                QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-                env.insert(u"PATH"_s, path);
-                p.setProcessEnvironment(env);
-            }
-            p.start(f->path(u"buhinhyo-print"_s),
-                    {u"--dwgno"_s, u"DWG-95"_s, u"--assy"_s, u"01"_s, u"--kind"_s, u"1"_s, u"--customer"_s,
-                     customer, u"--out"_s, out.filePath(u"batch.xlsx"_s), u"--pdf"_s, pdf});
-            p.waitForFinished(120000);
-            return std::make_pair(p.exitCode(), QString::fromUtf8(p.readAllStandardError()));
+            return batch({u"--out"_s, out.filePath(u"batch.xlsx"_s), u"--pdf"_s, pdf}, customer, path);
         };
         auto [code, err] = run(PrintFixture::customer, out.filePath(u"batch.pdf"_s));
         QCOMPARE(code, 0);
