@@ -137,8 +137,8 @@ QString PlaceOf(const QString& path)
 
 bool SameFile(const QString& a, const QString& b)
 {
-    struct stat sa {
-    }, sb{};
+    struct stat sa;
+    struct stat sb;
     if (::stat(QFile::encodeName(a).constData(), &sa) == 0 &&
         ::stat(QFile::encodeName(b).constData(), &sb) == 0)
         return sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
