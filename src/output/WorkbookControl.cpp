@@ -195,7 +195,8 @@ QString WorkbookControl::OpenTemplate(const QString& path)
     QString source = file;
     if (QFileInfo(file).suffix().compare(u"xls", Qt::CaseInsensitive) == 0) {
         try {
-            source = ConvertedXlsTemplate(file, QFileInfo(m_ctx.WorkbookPath).absolutePath());
+            // The cache is the program folder's WORK, shared with the batch runs' own work copies.
+            source = ConvertedXlsTemplate(file, m_ctx.AppPath + QStringLiteral("WORK"));
         } catch (const RuntimeError& e) {
             m_ctx.messages->beep();
             m_ctx.messages->show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("エラー"), e.description());
