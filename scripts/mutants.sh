@@ -80,17 +80,17 @@ headingRow = first >= last ? first + Int16::from(1) : first - Int16::from(1);
 --
 headingRow = first - Int16::from(1);
 @@ P3 src/output/PageLayout.cpp OUTPUT
-step([&] { m_target.pageBreakAbove(top); });
+step({u"改ページ"}, [&] { m_target.pageBreakAbove(top); });
 --
-step([&] { (void)top; });
+step({u"改ページ"}, [&] { (void)top; });
 @@ P4 src/output/PageLayout.cpp OUTPUT
                 m_target.fillGrey(row, column);
 --
                 (void)column;
 @@ P5 src/output/PageLayout.cpp OUTPUT
-if (format != u"@" && looksLikeNumber(value, &w.numberValue))
+if (format != u"@" && looksLikeNumber(w.value, &w.numberValue))
 --
-if (looksLikeNumber(value, &w.numberValue))
+if (looksLikeNumber(w.value, &w.numberValue))
 @@ P6 src/output/PageLayout.cpp OUTPUT
 currentMaker == previousMaker && lineCounter <= rowsPerPage
 --

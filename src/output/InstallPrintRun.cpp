@@ -61,11 +61,12 @@ public:
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     }
 
-    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes,
+                 const QStringList& runNotes) override
     {
         PreviewWindow window(workbookPath, m_workFolder, m_parent, printPath);
         window.setMessageService(&m_messages);
-        window.setNotes(notes);
+        window.setNotes(notes, runNotes);
         window.exec();
     }
 

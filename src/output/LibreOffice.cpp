@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QUrl>
@@ -105,7 +106,7 @@ QString ConvertedXlsTemplate(const QString& xlsPath, const QString& workFolder)
         QStringLiteral("ファイル %1 は古い形式（.xls）です。").arg(QDir::toNativeSeparators(xlsPath));
     QFile in(xlsPath);
     if (!in.open(QIODevice::ReadOnly))
-        throw RuntimeError(75, advice + QStringLiteral("\nファイルを読めません。"));
+        throw RuntimeError(75, advice + QStringLiteral("\nファイルを読めません: ") + in.errorString());
     QCryptographicHash hash(QCryptographicHash::Sha1);
     hash.addData(&in);
     const QString key = QString::fromLatin1(hash.result().toHex());
@@ -117,6 +118,15 @@ QString ConvertedXlsTemplate(const QString& xlsPath, const QString& workFolder)
         throw RuntimeError(
             1004, advice + QStringLiteral("\nLibreOffice がインストールされていないため変換できません。"
                                           "表計算ソフトで .xlsx 形式で保存し直し、設定し直して下さい。"));
+
+    // One conversion at a time: print runs started together share the cache and the profile. A run
+    // that waited finds the file the other one made.
+    QDir().mkpath(cacheFolder);
+    QLockFile lock(cacheFolder + QStringLiteral(".lock"));
+    lock.setStaleLockTime(0);
+    lock.lock();
+    if (QFileInfo(cached).isFile())
+        return cached;
 
     // Converted under a neutral name in a folder of its own, then moved into the cache.
     const QString jobFolder = QDir(cacheFolder).absoluteFilePath(key);

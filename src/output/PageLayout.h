@@ -5,6 +5,7 @@
 #include "SettingsRecord.h"
 
 #include <QString>
+#include <QStringList>
 #include <functional>
 
 // The page layout of a print run as plain logic: a list of rows and the settings go in, page
@@ -50,9 +51,14 @@ struct HeaderValues {
 
 struct LayoutResult {
     int pages = 0;
-    int pageMax = 0;       // INT_PAGEMAX as the loop read it
-    int ignoredErrors = 0; // steps that failed and were skipped
+    int pageMax = 0; // INT_PAGEMAX as the loop read it
+    // What the loop skipped or cut, one line per item and cause, naming the setting, the page it
+    // first happened on and how often: what the user reads beside the result.
+    QStringList notes;
 };
+
+// The longest text a cell holds; a longer one is written cut to it, with a note.
+constexpr int kCellTextMax = 32767;
 
 // The integer reading of a row or page setting: blanks around are allowed, the value is rounded
 // half to even, an empty or non-numeric text is the type-mismatch error, beyond 16 bits overflow.
@@ -63,7 +69,10 @@ QString QuantityText(const QString& quantity1, const QString& quantity2, const Q
                      const QString& unit2);
 
 // Lays the list out page by page. Every step inside runs on its own: a step that fails (a column
-// "AA", a row setting that is not a number, an engine error) is skipped and the loop goes on.
+// "AA", a row setting that is not a number, an engine error) is skipped, the loop goes on and the
+// result's notes say what was left out. An overflow of the 16-bit page arithmetic (page tops past
+// row 32,767, a setting beyond 16 bits) is no such step: it ends the layout with error 6, the
+// cause naming the value and the page.
 LayoutResult LayOutPages(const SettingsRecord& settings, const ListTable& list, const HeaderValues& header,
                          bool pagePerMaker, LayoutTarget& target,
                          const std::function<void(int page, int totalPages)>& progress = {});

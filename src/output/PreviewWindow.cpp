@@ -172,10 +172,15 @@ PreviewWindow::PreviewWindow(const QString& workbookPath, const QString& workFol
             [this] { updatePageLabel(); });
 }
 
-void PreviewWindow::setNotes(const QStringList& notes)
+void PreviewWindow::setNotes(const QStringList& notes, const QStringList& runNotes)
 {
-    m_notes->setText(notes.isEmpty() ? QString() : QStringLiteral("雛形について: ") + notes.join(u'\n'));
-    m_notes->setVisible(!notes.isEmpty());
+    QStringList text;
+    if (!notes.isEmpty())
+        text << QStringLiteral("雛形について: ") + notes.join(u'\n');
+    if (!runNotes.isEmpty())
+        text << QStringLiteral("出力について: ") + runNotes.join(u'\n');
+    m_notes->setText(text.join(u'\n'));
+    m_notes->setVisible(!text.isEmpty());
 }
 
 PreviewWindow::~PreviewWindow()

@@ -43,8 +43,9 @@ public:
     bool printPages(QPrinter& printer, int first, int last);
     // Where "表計算ソフトで開く" says that no program could open the workbook.
     void setMessageService(MessageService* messages) { m_messages = messages; }
-    // What of the template did not come through to every page, shown below the pages.
-    void setNotes(const QStringList& notes);
+    // What of the template did not come through to every page, and what of the list the print run
+    // left out or cut, shown below the pages.
+    void setNotes(const QStringList& notes, const QStringList& runNotes = {});
     // The scale the pages are shown at (1.0 = 100%), also in the fitted zoom modes.
     double shownScale() const;
 

@@ -8,6 +8,7 @@
 #include "PrintRun.h"
 #include "QtJapanese.h"
 #include "RuntimeError.h"
+#include "SettingsRecord.h"
 #include "WorkbookControl.h"
 #include "XlsxOutputWorkbook.h"
 
@@ -16,8 +17,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QTextStream>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 
 namespace
@@ -65,11 +69,52 @@ public:
     void beep() override {}
 };
 
-// No dialogs in a batch run: a template to be chosen counts as cancelled.
+// No dialogs in a batch run: a template to be chosen counts as cancelled, and says so.
 class NoFileDialogs : public FileDialogService
 {
 public:
-    QString getOpenFileName(const QString&, const QStringList&) override { return {}; }
+    QString customer, kind;
+    QString getOpenFileName(const QString&, const QStringList&) override
+    {
+        printErr(QStringLiteral(
+                     "buhinhyo-print: 客先「%1」区分 %2 の出力設定に雛形ファイルが指定されていません。"
+                     "画面なしでは雛形を選べないため、印刷用エクセル設定で雛形ファイルを指定して下さい。")
+                     .arg(customer, kind));
+        return {};
+    }
+};
+
+bool ProcessLives(qint64 pid)
+{
+    return ::kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM;
+}
+
+// The batch run's own work folder, WORK/print-<process id>, removed at the end: runs started
+// together, and the screens with their WORK/TEMP.xlsx, never write into each other's work copy.
+// Folders left by runs that no longer live (killed) are removed first.
+class BatchWorkFolder
+{
+public:
+    explicit BatchWorkFolder(const QString& workRoot)
+    {
+        const QDir root(workRoot);
+        const qint64 self = QCoreApplication::applicationPid();
+        for (const QFileInfo& f :
+             root.entryInfoList({QStringLiteral("print-*")}, QDir::Dirs | QDir::NoDotAndDotDot)) {
+            bool number = false;
+            const qint64 pid = f.fileName().mid(6).toLongLong(&number);
+            if (number && pid > 0 && (pid == self || !ProcessLives(pid)))
+                QDir(f.absoluteFilePath()).removeRecursively();
+        }
+        m_path = root.absoluteFilePath(QStringLiteral("print-") + QString::number(self));
+    }
+    ~BatchWorkFolder() { QDir(m_path).removeRecursively(); }
+    BatchWorkFolder(const BatchWorkFolder&) = delete;
+    BatchWorkFolder& operator=(const BatchWorkFolder&) = delete;
+    const QString& path() const { return m_path; }
+
+private:
+    QString m_path;
 };
 
 class BatchPresenter : public PrintPresenter
@@ -77,32 +122,37 @@ class BatchPresenter : public PrintPresenter
 public:
     QString out;
     QString pdf;
-    QString workFolder;
+    QString workFolder; // the run's own
+    QString pdfProfile; // LibreOffice's profile, shared by the batch runs of the folder
     bool failed = false;
 
-    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes,
+                 const QStringList& runNotes) override
     {
-        for (const QString& note : notes)
+        for (const QString& note : notes + runNotes)
             printErr(QStringLiteral("buhinhyo-print: 注意: ") + note);
         if (!out.isEmpty()) {
-            QFile::remove(out);
-            if (!CopyWorkbookFile(workbookPath, out)) {
-                printErr(QStringLiteral("buhinhyo-print: ") + out + QStringLiteral(" を書き込めません。"));
+            const QString why = ReplaceWithCopy(workbookPath, out);
+            if (!why.isEmpty()) {
+                printErr(QStringLiteral("buhinhyo-print: ブックを保存できません: ") + why);
                 failed = true;
             }
         }
         if (!pdf.isEmpty()) {
-            const QString folder = QDir(workFolder).absoluteFilePath(QStringLiteral("print-pdf"));
-            const QString problem =
-                LibreOffice::convert(QDir(workFolder).absoluteFilePath(QStringLiteral("lo-profile-print")),
-                                     QStringLiteral("pdf"), folder, printPath);
-            const QString made = LibreOffice::convertedPath(printPath, folder, QStringLiteral("pdf"));
-            QFile::remove(pdf);
-            if (!problem.isEmpty() || !QFile::rename(made, pdf)) {
-                if (problem.isEmpty() && QFile::copy(made, pdf)) {
-                    QFile::remove(made);
-                    return;
-                }
+            const QString folder = QDir(workFolder).absoluteFilePath(QStringLiteral("pdf"));
+            QString problem;
+            {
+                // One conversion at a time on the shared profile: LibreOffice hands a second job on
+                // one profile over to the first instance or refuses it.
+                QLockFile lock(pdfProfile + QStringLiteral(".lock"));
+                lock.setStaleLockTime(0);
+                lock.lock();
+                problem = LibreOffice::convert(pdfProfile, QStringLiteral("pdf"), folder, printPath);
+            }
+            if (problem.isEmpty())
+                problem = ReplaceWithCopy(
+                    LibreOffice::convertedPath(printPath, folder, QStringLiteral("pdf")), pdf);
+            if (!problem.isEmpty()) {
                 printErr(QStringLiteral("buhinhyo-print: PDF を作成できません: ") + problem);
                 failed = true;
             }
@@ -110,6 +160,16 @@ public:
     }
     void keepWorkbook(const QString&) override {}
 };
+
+// What the file at target is when it is one that no output may replace: the settings file, the
+// database, the screens' work copy, a template or import workbook of any settings row; else "".
+QString ProtectedFile(const QString& target, const QList<std::pair<QString, QString>>& kept)
+{
+    for (const auto& [path, what] : kept)
+        if (SameFile(target, path))
+            return what + QStringLiteral("（") + QDir::toNativeSeparators(path) + QStringLiteral("）");
+    return {};
+}
 
 } // namespace
 
@@ -197,8 +257,17 @@ int main(int argc, char** argv)
     request.customer = parser.value(customerOpt);
     request.summary = parser.isSet(sumOpt);
     request.pagePerMaker = parser.isSet(pageOpt);
+    QList<std::pair<QString, QString>> kept = {
+        {ctx.IniPath, QStringLiteral("設定ファイル")},
+        {ctx.WorkbookPath, QStringLiteral("作業ファイル")},
+        {PrintCopyPath(ctx.WorkbookPath), QStringLiteral("作業ファイル")}};
     try {
-        ConnectDatabase(ctx);
+        const ConnectResult connected = ConnectDatabase(ctx);
+        if (!connected.dbFilePath.isEmpty())
+            for (const QString& suffix :
+                 {QString(), QStringLiteral("-wal"), QStringLiteral("-shm"), QStringLiteral("-journal")})
+                kept.push_back({QString(connected.dbFilePath).replace(u'\\', u'/') + suffix,
+                                QStringLiteral("データベース")});
         if (!ctx.DbConnection)
             throw RuntimeError(91, QStringLiteral("データベースに接続できません。"));
         const std::optional<PartsHeader> header =
@@ -211,6 +280,8 @@ int main(int argc, char** argv)
         request.name = header->name;
         request.date = header->date;
         request.designer = header->designer;
+        for (const QString& path : WorkbookPathsOfAllSettings(*ctx.DbConnection))
+            kept.push_back({path, QStringLiteral("出力設定の雛形または取込ファイル")});
     } catch (const RuntimeError& e) {
         printErr(
             QStringLiteral("buhinhyo-print: データベースエラー %1: %2").arg(e.number()).arg(e.description()));
@@ -220,7 +291,26 @@ int main(int argc, char** argv)
     BatchPresenter presenter;
     presenter.out = parser.isSet(outOpt) ? QFileInfo(parser.value(outOpt)).absoluteFilePath() : QString();
     presenter.pdf = parser.isSet(pdfOpt) ? QFileInfo(parser.value(pdfOpt)).absoluteFilePath() : QString();
-    presenter.workFolder = QFileInfo(ctx.WorkbookPath).absolutePath();
+    // The list never replaces a file the program or its settings need.
+    for (const auto& [option, target] :
+         {std::pair{QStringLiteral("--out"), presenter.out}, {QStringLiteral("--pdf"), presenter.pdf}}) {
+        if (target.isEmpty())
+            continue;
+        QString what = ProtectedFile(target, kept);
+        if (what.isEmpty() && option == u"--pdf" && SameFile(target, presenter.out))
+            what = QStringLiteral("--out の出力先");
+        if (!what.isEmpty()) {
+            printErr(QStringLiteral("buhinhyo-print: %1 に指定された %2 は%3です。上書きしません。")
+                         .arg(option, QDir::toNativeSeparators(target), what));
+            return ExitUsage;
+        }
+    }
+    const BatchWorkFolder work(QFileInfo(ctx.WorkbookPath).absolutePath());
+    ctx.WorkbookPath = work.path() + QStringLiteral("/TEMP.xlsx");
+    presenter.workFolder = work.path();
+    presenter.pdfProfile = ctx.AppPath + QStringLiteral("WORK/lo-profile-print");
+    dialogs.customer = request.customer;
+    dialogs.kind = kind;
     switch (RunPrint(ctx, request, OpenXlsxOutputWorkbook, presenter)) {
     case PrintOutcome::NoSettings:
         return ExitNoSettings;

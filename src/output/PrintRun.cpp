@@ -27,12 +27,6 @@ void ReleaseFreeMemory()
 }
 } // namespace
 
-QString PrintCopyPath(const QString& workCopyPath)
-{
-    const QFileInfo work(workCopyPath);
-    return work.dir().filePath(work.completeBaseName() + QStringLiteral("-print.xlsx"));
-}
-
 QString PrintErrorText(int number)
 {
     // The opening bracket is full width and the closing one half width, as users have always seen it.
@@ -128,7 +122,7 @@ PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const Workbo
         presenter.busy(busy = false);
         control.ShowExcel();
         step = QStringLiteral("プレビュー");
-        presenter.preview(ctx.WorkbookPath, printCopy, book->notes());
+        presenter.preview(ctx.WorkbookPath, printCopy, book->notes(), laid.notes);
 
         if (request.keepExcel) {
             book->renameOutputSheet(request.dwgNo + u' ' + request.assy);

@@ -43,9 +43,12 @@ public:
     virtual void busy(bool /*on*/) {}
     virtual void progress(int /*page*/, int /*totalPages*/) {}
     // Shows the filled and saved work copy: printPath is its copy that prints the output sheet
-    // alone; notes say what of the template did not come through to every page. Returns when the
-    // user has closed the preview.
-    virtual void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) = 0;
+    // alone; notes say what of the template did not come through to every page, runNotes what of
+    // the list the page loop left out or cut (a column "AA", a row that is no number, page breaks
+    // past the sheet's limit, a text too long for a cell). Returns when the user has closed the
+    // preview.
+    virtual void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes,
+                         const QStringList& runNotes) = 0;
     // "印刷ﾌﾟﾚﾋﾞｭｰ後にｴｸｾﾙ表示": the renamed and saved work copy goes on in the spreadsheet program.
     virtual void keepWorkbook(const QString& workbookPath) = 0;
     // Clears the system clipboard at the end of a run that did not keep the workbook.
@@ -58,9 +61,6 @@ enum class PrintOutcome { Done, NoSettings, TemplateNotOpened, Failed };
 // is reported to the user through the context's message service.
 PrintOutcome RunPrint(AppContext& ctx, const PrintRequest& request, const WorkbookOpener& opener,
                       PrintPresenter& presenter);
-
-// The work copy's copy that prints the output sheet alone, beside it.
-QString PrintCopyPath(const QString& workCopyPath);
 
 // The text of the box shown when a run fails outside the page loop.
 QString PrintErrorText(int number);

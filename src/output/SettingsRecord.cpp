@@ -133,3 +133,16 @@ void SettingsRecord::AssignTo(Recordset& rs) const
         rs.SetField(DetailHeading(i), d.heading);
     }
 }
+
+QStringList WorkbookPathsOfAllSettings(Database& db)
+{
+    std::unique_ptr<Recordset> rs;
+    OpenRecordset(db, rs, QStringLiteral("SELECT CH_ORGPATH, CH_CPYPATH FROM SETTEI"));
+    QStringList paths;
+    for (rs->MoveFirst(); !rs->Eof(); rs->MoveNext())
+        for (const QString& column : {QStringLiteral("CH_ORGPATH"), QStringLiteral("CH_CPYPATH")})
+            if (const QString path = rs->Field(column); !path.trimmed().isEmpty())
+                paths << path;
+    rs->Close();
+    return paths;
+}

@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <array>
 
+class Database;
 class Recordset;
 
 // One row of SETTEI: where a customer's list of one kind lands on the sheet. The settings screen
@@ -77,6 +78,10 @@ QString HeaderFlag(int item);
 QString DetailColumnName(int item, QStringView suffix);
 QString DetailFlag(int item);
 QString DetailHeading(int item);
+
+// The template and import workbooks that any settings row names (CH_ORGPATH, CH_CPYPATH): files no
+// output may overwrite.
+QStringList WorkbookPathsOfAllSettings(Database& db);
 
 // The page-rows text as the number stored in INT_PAGEMAX (blanks around it allowed).
 int PageMaxValue(const QString& text);

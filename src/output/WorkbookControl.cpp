@@ -7,12 +7,14 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 QString ColumnLetter(int number)
@@ -66,14 +68,90 @@ bool SpreadsheetProcessRunning(const QString& procFolder)
     return found;
 }
 
-bool CopyWorkbookFile(const QString& source, const QString& target)
+QString PrintCopyPath(const QString& workCopyPath)
 {
-    // A plain copy: the copy is a work file, and waiting for the disk to confirm it would only make
-    // every print slower.
+    const QFileInfo work(workCopyPath);
+    return work.dir().filePath(work.completeBaseName() + QStringLiteral("-print.xlsx"));
+}
+
+QString ReplaceWithCopy(const QString& source, const QString& target)
+{
+    QFile in(source);
+    if (!in.open(QIODevice::ReadOnly))
+        return QDir::toNativeSeparators(source) + QStringLiteral(" を読めません: ") + in.errorString();
+    QSaveFile out(target);
+    auto failed = [&](const QString& why) -> QString {
+        out.cancelWriting();
+        return QDir::toNativeSeparators(target) + QStringLiteral(" に書き込めません: ") + why;
+    };
+    // Unbuffered: a write that fails says why at once.
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return failed(out.errorString());
+    QByteArray chunk(1 << 16, Qt::Uninitialized);
+    while (true) {
+        const qint64 n = in.read(chunk.data(), chunk.size());
+        if (n < 0)
+            return failed(QDir::toNativeSeparators(source) + QStringLiteral(" を読めません: ") +
+                          in.errorString());
+        if (n == 0)
+            break;
+        if (out.write(chunk.constData(), n) != n)
+            return failed(out.errorString());
+    }
+    if (!out.commit())
+        return QDir::toNativeSeparators(target) + QStringLiteral(" に書き込めません: ") + out.errorString();
+    return {};
+}
+
+void MakeFolder(const QString& folder)
+{
     std::error_code ec;
-    std::filesystem::copy_file(QFile::encodeName(source).constData(), QFile::encodeName(target).constData(),
-                               std::filesystem::copy_options::overwrite_existing, ec);
-    return !ec;
+    std::filesystem::create_directories(QFile::encodeName(folder).constData(), ec);
+    if (!ec && QFileInfo(folder).isDir())
+        return;
+    QString why = ec ? QString::fromLocal8Bit(ec.message()) : QString();
+    // The usual cause: a file where a folder of the path should be.
+    for (QFileInfo up(QDir::cleanPath(QFileInfo(folder).absoluteFilePath())); !up.isRoot();
+         up = QFileInfo(up.absolutePath()))
+        if (up.exists()) {
+            if (!up.isDir())
+                why += QStringLiteral("（") + QDir::toNativeSeparators(up.absoluteFilePath()) +
+                       QStringLiteral(" はフォルダではなくファイルです）");
+            break;
+        }
+    throw RuntimeError(76, QStringLiteral("パスが見つかりません。"))
+        .withCause(QStringLiteral("フォルダ ") + QDir::toNativeSeparators(folder) +
+                   QStringLiteral(" を作れません: ") + why);
+}
+
+namespace
+{
+// The place a path names: its folder as the file system resolves it, and its name.
+QString PlaceOf(const QString& path)
+{
+    const QFileInfo info(path);
+    const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
+    return QDir::cleanPath((folder.isEmpty() ? info.absolutePath() : folder) + u'/' + info.fileName());
+}
+} // namespace
+
+bool SameFile(const QString& a, const QString& b)
+{
+    struct stat sa;
+    struct stat sb;
+    if (::stat(QFile::encodeName(a).constData(), &sa) == 0 &&
+        ::stat(QFile::encodeName(b).constData(), &sb) == 0)
+        return sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
+    return PlaceOf(a) == PlaceOf(b);
+}
+
+void RemoveSaveLeftovers(const QString& file)
+{
+    const QFileInfo info(file);
+    const QString prefix = info.fileName() + u'.';
+    for (const QFileInfo& left :
+         info.dir().entryInfoList({prefix + QStringLiteral("??????")}, QDir::Files | QDir::Hidden))
+        QFile::remove(left.absoluteFilePath());
 }
 
 WorkbookControl::WorkbookControl(AppContext& ctx) : m_ctx(ctx) {}
@@ -117,7 +195,8 @@ QString WorkbookControl::OpenTemplate(const QString& path)
     QString source = file;
     if (QFileInfo(file).suffix().compare(u"xls", Qt::CaseInsensitive) == 0) {
         try {
-            source = ConvertedXlsTemplate(file, QFileInfo(m_ctx.WorkbookPath).absolutePath());
+            // The cache is the program folder's WORK, shared with the batch runs' own work copies.
+            source = ConvertedXlsTemplate(file, m_ctx.AppPath + QStringLiteral("WORK"));
         } catch (const RuntimeError& e) {
             m_ctx.messages->beep();
             m_ctx.messages->show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("エラー"), e.description());
@@ -154,16 +233,17 @@ QString WorkbookControl::OpenTemplate(const QString& path)
 
 void WorkbookControl::copyToWorkCopy(const QString& path)
 {
-    const QString& source = path;
-    const QString workFolder = QFileInfo(m_ctx.WorkbookPath).absolutePath();
-    if (!QDir().mkpath(workFolder))
-        throw RuntimeError(76, QStringLiteral("パスが見つかりません。"));
+    MakeFolder(QFileInfo(m_ctx.WorkbookPath).absolutePath());
+    // A save of the work copy or its print copy that was killed left its temporary file beside it;
+    // only this run writes them now.
+    RemoveSaveLeftovers(m_ctx.WorkbookPath);
+    RemoveSaveLeftovers(PrintCopyPath(m_ctx.WorkbookPath));
 
-    // Overwritten on every run: the work copy never carries anything over from the previous one.
-    if (QFileInfo::exists(m_ctx.WorkbookPath) && !QFile::remove(m_ctx.WorkbookPath))
-        throw RuntimeError(70, QStringLiteral("書き込みできません。"));
-    if (!CopyWorkbookFile(source, m_ctx.WorkbookPath))
-        throw RuntimeError(75, QStringLiteral("パス名が無効です。"));
+    // Replaced whole on every run: the work copy never carries anything over from the previous one,
+    // and a copy that fails half-way leaves no half-copied file.
+    const QString why = ReplaceWithCopy(path, m_ctx.WorkbookPath);
+    if (!why.isEmpty())
+        throw RuntimeError(75, QStringLiteral("パス名が無効です。")).withCause(why);
     // A template marked read-only keeps that mark on its copy; the work copy must be writable.
     QFile::setPermissions(m_ctx.WorkbookPath, QFile::permissions(m_ctx.WorkbookPath) |
                                                   QFileDevice::WriteOwner | QFileDevice::ReadOwner);

@@ -60,5 +60,18 @@ private:
 
 // Whether a process of a spreadsheet program runs on this machine, looked up in /proc.
 bool SpreadsheetProcessRunning(const QString& procFolder = QStringLiteral("/proc"));
-// Copies a workbook file over target; false when it could not.
-bool CopyWorkbookFile(const QString& source, const QString& target);
+// The work copy's copy that prints the output sheet alone, beside it.
+QString PrintCopyPath(const QString& workCopyPath);
+// Copies source over target through a temporary file beside target that takes its place only when
+// the copy is complete: when anything fails the old target stays as it was. Returns "" or why not,
+// naming the file and the system's message (a full disk, no permission).
+QString ReplaceWithCopy(const QString& source, const QString& target);
+// Makes a folder and those above it; throws RuntimeError 76 ("パスが見つかりません。") with the
+// system's cause (a file of that name, no permission).
+void MakeFolder(const QString& folder);
+// Whether two paths name the same file: one file on disk however it is spelt or linked, or, when
+// either does not exist yet, the same place.
+bool SameFile(const QString& a, const QString& b);
+// Removes what killed saves of the file left beside it (its name with a six-character suffix,
+// "TEMP.xlsx.AbC123"): those files are only ever written by a save of that file.
+void RemoveSaveLeftovers(const QString& file);

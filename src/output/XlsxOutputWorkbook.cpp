@@ -4,7 +4,6 @@
 
 #include <Workbook.h>
 
-#include <QFile>
 #include <QStringEncoder>
 
 #include <algorithm>
@@ -190,14 +189,12 @@ public:
         const QString saved = QString::fromStdString(m_book.path().string());
         if (m_book.sheetCount() <= 1)
             return saved;
-        QFile::remove(path);
-        if (!QFile::copy(saved, path))
-            throw RuntimeError(75, QStringLiteral("パス名が無効です。"));
         try {
-            xlsx::Workbook copy = xlsx::Workbook::open(path.toStdString());
+            // Written beside its place and put there when complete, as every save of the engine.
+            xlsx::Workbook copy = xlsx::Workbook::open(saved.toStdString());
             if (m_target.sheet)
                 copy.showOnlySheet(m_target.sheet->index());
-            copy.save();
+            copy.saveAs(path.toStdString());
         } catch (const xlsx::Error& e) {
             throw engineError(e);
         }

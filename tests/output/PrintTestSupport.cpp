@@ -118,9 +118,10 @@ QList<StoredLine> ReadStoredLines(Database& db, const QString& dwgNo, const QStr
 }
 
 void RecordingPresenter::preview(const QString& workbookPath, const QString& printPath,
-                                 const QStringList& shownNotes)
+                                 const QStringList& shownNotes, const QStringList& shownRunNotes)
 {
     notes << shownNotes;
+    runNotes << shownRunNotes;
     previewed << workbookPath;
     printCopies << printPath;
     if (!m_copyTo.isEmpty()) {

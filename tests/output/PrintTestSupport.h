@@ -50,10 +50,12 @@ class RecordingPresenter : public PrintPresenter
 {
 public:
     explicit RecordingPresenter(QString copyTo = {}) : m_copyTo(std::move(copyTo)) {}
-    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override;
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes,
+                 const QStringList& runNotes) override;
     void keepWorkbook(const QString& workbookPath) override { kept << workbookPath; }
     void progress(int page, int total) override { pages << qMakePair(page, total); }
-    QStringList previewed, printCopies, kept, notes; // printCopies: what the preview shows and prints
+    QStringList previewed, printCopies, kept, notes,
+        runNotes; // printCopies: what the preview shows and prints
     QList<QPair<int, int>> pages;
 
 private:

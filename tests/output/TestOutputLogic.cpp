@@ -138,7 +138,7 @@ private Q_SLOTS:
         RecordingTarget t;
         const LayoutResult r = LayOutPages(s, lines(makers), kHeader, perMaker, t);
         QTEST(r.pages, "pages");
-        QCOMPARE(r.ignoredErrors, 0);
+        QCOMPARE(r.notes, QStringList());
         QStringList pastes;
         for (int p : t.pastes)
             pastes << QString::number(p);
@@ -181,33 +181,67 @@ private Q_SLOTS:
         QCOMPARE(t.at(5).at(1).value + t.at(5).at(1).numberFormat, u"1個@"_s);
     }
 
-    void failingStepsAreSkipped()
+    void failingStepsAreNotedAndOverflowEndsTheLayout()
     {
         // A two-letter column converts to 0 and a row that is no number misses its item: those cells
-        // are left out and nothing else; so are the cells the engine refuses.
+        // are left out and nothing else; so are the cells the engine refuses. Each is a note naming
+        // the item, the setting, the first page and how often; a text too long for a cell is cut.
         SettingsRecord s = settings(8, 17, 20);
         s.detail[MHinmei].startCol = u"AA"_s;
         s.header[HDwgNo].row = u"x"_s;
         RecordingTarget t;
         t.failColumn = 3;
-        const LayoutResult r = LayOutPages(s, lines(QString(12, u'M')), kHeader, false, t);
+        ListTable list;
+        ListRow row = lines(u"M"_s)[0];
+        for (int i = 0; i < 12; ++i) {
+            row.at(LcBiko) = i == 0   ? QString(40000, u'長')
+                             : i == 6 ? QString(kCellTextMax - 1, u'長') + u"😀"_s
+                                      : QString();
+            list.push_back(row);
+        }
+        const LayoutResult r = LayOutPages(s, list, kHeader, false, t);
         QCOMPARE(r.pages, 2);
-        QVERIFY(r.ignoredErrors > 0);
+        QCOMPARE(
+            r.notes,
+            QStringList(
+                {u"DWG.№を出力できませんでした: 「x」が数値ではありません（1頁目から 2 か所）"_s,
+                 u"品名の列見出しを出力できませんでした: 列「AA」には出力できません（出力できる列は A〜Z）（1頁目から 2 か所）"_s,
+                 u"材質の列見出しを出力できませんでした: refused（1頁目から 2 か所）"_s,
+                 u"品名を出力できませんでした: 列「AA」には出力できません（出力できる列は A〜Z）（1頁目から 12 か所）"_s,
+                 u"材質を出力できませんでした: refused（1頁目から 12 か所）"_s,
+                 u"備考: セルに入る 32767 文字を超える文字列を切って出力しました（1頁目から 2 か所）"_s}));
         QVERIFY(t.at(2).isEmpty() && t.at(3).isEmpty());
         QCOMPARE(t.at(1).size() + t.at(4).size(), 28);
-        // Page tops beyond 32,767 overflow: those steps are skipped, the failed top keeps its value.
-        RecordingTarget big;
-        QCOMPARE(LayOutPages(settings(2, 2, 20000), lines(u"MMM"_s), kHeader, false, big).pages, 3);
-        QCOMPARE(big.pastes, QList<int>({20001, 20001}));
-        // The longest list the 16-bit counter allows still gets its page total.
-        s = settings(1, 10, 10);
+        QCOMPARE(t.at(4)[1].value.size() * 100000 + t.at(4)[7].value.size(),
+                 kCellTextMax * 100000LL + kCellTextMax - 1);
+        // Page tops beyond 32,767 overflow: the layout ends there with error 6 naming the value and where.
+        for (
+            const auto& [first, last, pageMax, count, cause] :
+            {std::tuple{
+                 2, 2, 20000, 3,
+                 u"頁の先頭行が 16 ビットの範囲（32767 まで）を超えました（3頁目、明細 3 行目、１頁行数 20000）"_s},
+             {8, 47, 50, 26240,
+              u"明細の最後の行が 16 ビットの範囲（32767 まで）を超えました（656頁目、明細 26201 行目、１頁行数 50）"_s},
+             {1, 1, 40000, 1, u"１頁行数が 16 ビットの範囲（32767 まで）を超えました。"_s}}) {
+            RecordingTarget big;
+            try {
+                LayOutPages(settings(first, last, pageMax), lines(QString(count, u'M')), kHeader, false, big);
+                QFAIL("no overflow");
+            } catch (const RuntimeError& e) {
+                QCOMPARE(e.number(), 6);
+                QVERIFY2(e.cause().startsWith(cause), qPrintable(e.cause()));
+            }
+        }
+        // The longest list the 16-bit counter allows, filling the last row a page can have, still
+        // gets its page total.
+        s = settings(1, 7, 7);
         for (DetailColumn& d : s.detail)
             d.on = false;
         s.header[HDwgNo].on = false;
         s.header[HSheet].row = u"1"_s;
         RecordingTarget full;
-        QCOMPARE(LayOutPages(s, lines(QString(32767, u'M')), kHeader, false, full).pages, 3277);
-        QCOMPARE(full.at(8).last().value, u"3277 / 3277"_s);
+        QCOMPARE(LayOutPages(s, lines(QString(32767, u'M')), kHeader, false, full).pages, 4681);
+        QCOMPARE(full.at(8).last().value, u"4681 / 4681"_s);
     }
 
     void quantityText()

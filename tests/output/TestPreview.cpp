@@ -23,10 +23,11 @@ public:
     QStringList labels; // with the previous/next buttons usable at page 1, 2, End, PageUp
     double fittedScale = 0, zoomedInScale = 0;
     bool fitsTheScreen = false;
-    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes,
+                 const QStringList& runNotes) override
     {
         PreviewWindow w(workbookPath, workFolder, nullptr, printPath);
-        w.setNotes(notes);
+        w.setNotes(notes, runNotes);
         QSignalSpy done(&w, &PreviewWindow::renderingDone);
         w.show();
         QApplication::setActiveWindow(&w);
@@ -115,6 +116,9 @@ private Q_SLOTS:
         QCOMPARE(done.first().first().toBool(), false);
         QVERIFY(w.findChild<QLabel*>(u"problemLabel"_s)->text().contains(u"LibreOffice"_s));
         QVERIFY(!w.findChild<QPushButton*>(u"printButton"_s)->isEnabled());
+        // Below the pages: what of the template and what of the list did not come through.
+        w.setNotes({u"a"_s}, {u"b"_s});
+        QCOMPARE(w.findChild<QLabel*>(u"notesLabel"_s)->text(), u"雛形について: a\n出力について: b"_s);
         // Nothing on the machine opens the workbook: a box says so and names it.
         const QByteArray path = qgetenv("PATH");
         qputenv("PATH", dir.path().toLocal8Bit());

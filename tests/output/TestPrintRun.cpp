@@ -8,8 +8,13 @@
 
 #include <QProcess>
 #include <QtTest>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <map>
+#include <sys/mount.h>
 #include <tuple>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -34,6 +39,52 @@ class TestPrintRun : public QObject
             qWarning() << f->messages.texts();
         return xlsx::Workbook::open(out.filePath(name).toStdString());
     }
+    // The folder's own copy of buhinhyo-print ("" when it is not built), and a run of it on a table of
+    // the sample customer with the given outputs: exit code and stderr.
+    QString batchProgram()
+    {
+        const QString copy = f->path(u"buhinhyo-print"_s);
+        if (!QFile::exists(copy) &&
+            !QFile::copy(qEnvironmentVariable("BUHINHYO_BINARY_DIR") + u"/app/buhinhyo-print"_s, copy))
+            return {};
+        return copy;
+    }
+    static QStringList batchArgs(const QString& dwgNo, const QStringList& outputs,
+                                 const QString& customer = PrintFixture::customer)
+    {
+        return QStringList{u"--dwgno"_s, dwgNo,  u"--assy"_s,     u"01"_s,
+                           u"--kind"_s,  u"1"_s, u"--customer"_s, customer} +
+               outputs;
+    }
+    // path: the PATH the run sees ("" keeps the test's).
+    std::pair<int, QString> batch(const QStringList& outputs,
+                                  const QString& customer = PrintFixture::customer, const QString& path = {})
+    {
+        QProcess p;
+        if (!path.isEmpty()) {
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(u"PATH"_s, path);
+            p.setProcessEnvironment(env);
+        }
+        p.start(batchProgram(), batchArgs(u"DWG-95"_s, outputs, customer));
+        p.waitForFinished(120000);
+        return {p.exitCode(), QString::fromUtf8(p.readAllStandardError())};
+    }
+    // A real small file system at dir: 0, or why it cannot be mounted here. fillDisk fills it up.
+    static int mountSmallDisk(const QString& dir)
+    {
+        QDir().mkpath(dir);
+        return ::mount("tmpfs", QFile::encodeName(dir).constData(), "tmpfs", 0, "size=256k") == 0 ? 0 : errno;
+    }
+    static void fillDisk(const QString& dir)
+    {
+        const int fd = ::open(QFile::encodeName(dir + u"/filler"_s).constData(), O_WRONLY | O_CREAT, 0644);
+        static const char block[65536] = {};
+        for (const ssize_t size : {65536, 4096, 1})
+            while (::write(fd, block, size_t(size)) == size) {
+            }
+        ::close(fd);
+    }
     // A template saved by LibreOffice with a cover sheet before the list sheet and a copy after.
     void useThreeSheetTemplate(const QString& name = u"three_sheet_template.xlsx"_s)
     {
@@ -46,7 +97,12 @@ private Q_SLOTS:
         f = std::make_unique<PrintFixture>();
         LibreOffice::setProgram(QStandardPaths::findExecutable(u"soffice"_s));
     }
-    void cleanup() { f.reset(); }
+    void cleanup()
+    {
+        for (const QString& disk : {f->path(u"WORK"_s), out.filePath(u"full"_s)})
+            ::umount2(QFile::encodeName(disk).constData(), MNT_DETACH);
+        f.reset();
+    }
 
     void printsThroughEachTemplate_data()
     {
@@ -285,34 +341,170 @@ private Q_SLOTS:
         QVERIFY2(err.contains(u"--out（ブック）か --pdf（PDF）"_s), qPrintable(err));
     }
 
-    void batchCommand()
+    void longListsSayWhatTheSheetCannotHold()
     {
-        const QString program = qEnvironmentVariable("BUHINHYO_BINARY_DIR") + u"/app/buhinhyo-print"_s;
-        if (!QFile::exists(program))
+        // 1030 pages of one line: page breaks stop at the sheet's 1023, and a remark longer than a cell
+        // is cut; both are notes beside the preview.
+        auto lines = MakeLines(1030);
+        lines[0].biko = QString(40000, u'長');
+        for (size_t i = 0; i < lines.size(); ++i)
+            lines[i].zno = u"%1"_s.arg(i + 1, 4, 10, QChar(u'0'));
+        f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, lines);
+        f->exec(u"UPDATE SETTEI SET CH_MZUBAN_SR = '8', CH_MZUBAN_ER = '8', INT_PAGEMAX = 20"_s);
+        RecordingPresenter p(out.filePath(u"long.xlsx"_s));
+        QCOMPARE(RunPrint(f->ctx, SampleRequest(), OpenXlsxOutputWorkbook, p), PrintOutcome::Done);
+        QCOMPARE(p.runNotes,
+                 QStringList({u"備考: セルに入る 32767 文字を超える文字列を切って出力しました（1頁目）"_s,
+                              u"改ページを出力できませんでした: シート \"部品表\" "
+                              "の改ページが多すぎます（1枚のシートに1023まで）。（1025頁目から 6 か所）"_s}));
+        xlsx::Workbook book = xlsx::Workbook::open(out.filePath(u"long.xlsx"_s).toStdString());
+        const xlsx::Worksheet& s = book.sheet("部品表");
+        QCOMPARE(s.rowBreaksAbove().size(), size_t(1023));
+        QCOMPARE(text(s, 8, 5), QString(kCellTextMax, u'長'));
+        QCOMPARE(text(s, 1029 * 20 + 8, 1) + text(s, 1029 * 20 + 5, 6), u"10301030 / 1030"_s);
+        // Page tops past row 32,767 end the run with error 6 and its cause; nothing is shown, and the
+        // work copy is the template as it was copied.
+        f->exec(u"UPDATE SETTEI SET INT_PAGEMAX = 50"_s);
+        RecordingPresenter failed;
+        QCOMPARE(RunPrint(f->ctx, SampleRequest(), OpenXlsxOutputWorkbook, failed), PrintOutcome::Failed);
+        QCOMPARE(f->messages.texts(),
+                 QStringList(u"プレビュー中にエラーが発生しました。設定内容の確認を行って下さい（6)"_s));
+        QVERIFY2(f->messages.shown[0].detail.contains(
+                     u"頁の先頭行が 16 ビットの範囲（32767 まで）を超えました（657頁目、明細 657 行目"_s),
+                 qPrintable(f->messages.shown[0].detail));
+        QVERIFY(failed.previewed.isEmpty());
+        QCOMPARE(readFileBytes(f->ctx.WorkbookPath),
+                 readFileBytes(sourceDir() + u"/data/templates/mfg_parts_template.xlsx"_s));
+    }
+
+    void batchRunsStartedTogetherKeepTheirTables()
+    {
+        if (batchProgram().isEmpty())
+            QSKIP("buhinhyo-print is not built");
+        // The work folder of a run that was killed is removed by the next run.
+        QProcess dead;
+        dead.start(u"sleep"_s, {u"60"_s});
+        QVERIFY(dead.waitForStarted());
+        const QString left = f->path(u"WORK/print-%1"_s.arg(dead.processId()));
+        dead.kill();
+        dead.waitForFinished();
+        QVERIFY(QDir().mkpath(left));
+        for (int t = 1; t <= 6; ++t)
+            f->addTable(u"P%1"_s.arg(t), u"01"_s, u"1"_s, MakeLines(40 + t));
+        f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(95));
+        // Six runs of six tables at once, three times, and the screens' run beside the first six.
+        for (int round = 1; round <= 3; ++round) {
+            std::vector<std::unique_ptr<QProcess>> runs;
+            for (int t = 1; t <= 6; ++t) {
+                runs.push_back(std::make_unique<QProcess>());
+                runs.back()->start(batchProgram(),
+                                   batchArgs(u"P%1"_s.arg(t),
+                                             {u"--out"_s, out.filePath(u"%1-%2.xlsx"_s.arg(round).arg(t))}));
+            }
+            if (round == 1) {
+                xlsx::Workbook screen = run(SampleRequest(), u"screen.xlsx"_s);
+                QCOMPARE(text(screen.sheet("部品表"), 3, 2) + text(screen.sheet("部品表"), 122, 1),
+                         u"DWG-95095"_s);
+            }
+            for (int t = 1; t <= 6; ++t) {
+                QVERIFY(runs[size_t(t - 1)]->waitForFinished(120000));
+                QVERIFY2(runs[size_t(t - 1)]->exitCode() == 0,
+                         runs[size_t(t - 1)]->readAllStandardError().constData());
+                xlsx::Workbook book =
+                    xlsx::Workbook::open(out.filePath(u"%1-%2.xlsx"_s.arg(round).arg(t)).toStdString());
+                const xlsx::Worksheet& s = book.sheet("部品表");
+                // Its own drawing number on both pages, its own last line and nothing after it.
+                QCOMPARE(text(s, 3, 2) + text(s, 53, 2) + u'|' + text(s, 57 + t, 1) + text(s, 58 + t, 1),
+                         u"P%1P%1|%2"_s.arg(t).arg(40 + t, 3, 10, QChar(u'0')));
+            }
+        }
+        QCOMPARE(QDir(f->path(u"WORK"_s)).entryList({u"print-*"_s}, QDir::Dirs), QStringList());
+    }
+
+    void outputsReplaceOnlyWholeFilesAndNeverTheirSources()
+    {
+        if (batchProgram().isEmpty())
             QSKIP("buhinhyo-print is not built");
         f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(95));
-        // The PDF holds the list sheet's pages only; what the template's custom view cannot follow is
-        // a note on stderr.
+        // A template of any settings row, the database, the work copy: refused, left as they were.
+        const QString customerTemplate = f->path(u"customer.xlsx"_s);
+        QVERIFY(
+            QFile::copy(sourceDir() + u"/data/templates/purchased_parts_template.xlsx"_s, customerTemplate));
+        f->exec(u"UPDATE SETTEI SET CH_ORGPATH = '"_s + customerTemplate + u"' WHERE CH_BUHIN = '2'"_s);
+        const QByteArray kept = readFileBytes(customerTemplate);
+        for (const auto& [option, target, what] :
+             {std::tuple{u"--out"_s, customerTemplate, u"出力設定の雛形または取込ファイル"_s},
+              {u"--pdf"_s, f->path(u"DB/CADDB.sqlite"_s), u"データベース"_s},
+              {u"--out"_s, f->path(u"WORK/TEMP.xlsx"_s), u"作業ファイル"_s}}) {
+            const auto [code, err] = batch({option, target});
+            QVERIFY2(code == 1 && err.contains(what + u"（"_s) && err.contains(u"上書きしません"_s),
+                     qPrintable(QString::number(code) + err));
+        }
+        QCOMPARE(readFileBytes(customerTemplate), kept);
+        // What killed saves of the work copy left beside it goes at the screens' next run.
+        for (const QString& leftover : {u"WORK/TEMP.xlsx.Ab12Cd"_s, u"WORK/TEMP-print.xlsx.Xy34Zw"_s})
+            writeCp932File(f->path(leftover), u"half"_s);
+        run(SampleRequest(), u"screen.xlsx"_s);
+        QCOMPARE(QDir(f->path(u"WORK"_s)).entryList(QDir::Files), QStringList({u"TEMP.xlsx"_s}));
+
+        // A full disk under the outputs: the old files stay whole, the cause is named, nothing is left.
+        const QString full = out.filePath(u"full"_s);
+        if (const int error = mountSmallDisk(full))
+            QSKIP(qPrintable(u"a small tmpfs cannot be mounted here: "_s +
+                             QString::fromLocal8Bit(strerror(error))));
+        writeCp932File(full + u"/list.xlsx"_s, u"old list"_s);
+        writeCp932File(full + u"/list.pdf"_s, u"old pdf"_s);
+        fillDisk(full);
+        const auto [code, err] =
+            batch({u"--out"_s, full + u"/list.xlsx"_s, u"--pdf"_s, full + u"/list.pdf"_s});
+        QVERIFY2(code == 7 && err.count(u"No space left on device"_s) == 2, qPrintable(err));
+        QCOMPARE(readFileBytes(full + u"/list.xlsx"_s) + readFileBytes(full + u"/list.pdf"_s),
+                 QByteArray("old listold pdf"));
+        QCOMPARE(QDir(full).entryList(QDir::Files),
+                 QStringList({u"filler"_s, u"list.pdf"_s, u"list.xlsx"_s}));
+        // A full WORK, then WORK that is a file: the template is not copied (75, 76), and the system's
+        // cause is the box's detail and on stderr.
+        QCOMPARE(mountSmallDisk(f->path(u"WORK"_s)), 0);
+        fillDisk(f->path(u"WORK"_s));
+        for (const auto& [number, cause] : {std::pair{u"75"_s, u"No space left on device"_s},
+                                            {u"76"_s, u"WORK はフォルダではなくファイルです"_s}}) {
+            f->messages.clear();
+            RecordingPresenter none;
+            QCOMPARE(RunPrint(f->ctx, SampleRequest(), OpenXlsxOutputWorkbook, none),
+                     PrintOutcome::TemplateNotOpened);
+            QCOMPARE(
+                f->messages.texts(),
+                QStringList(u"雛形ファイルを作業ファイルにコピーできませんでした。エラーＣＤ："_s + number));
+            QVERIFY2(f->messages.shown[0].detail.contains(cause), qPrintable(f->messages.shown[0].detail));
+            const auto [batchCode, batchErr] = batch({u"--out"_s, out.filePath(u"none.xlsx"_s)});
+            QVERIFY2(batchCode == 5 && batchErr.contains(cause), qPrintable(batchErr));
+            ::umount2(QFile::encodeName(f->path(u"WORK"_s)).constData(), MNT_DETACH);
+            QDir(f->path(u"WORK"_s)).removeRecursively();
+            writeCp932File(f->path(u"WORK"_s), u"not a folder"_s);
+        }
+    }
+
+    void batchCommand()
+    {
+        if (batchProgram().isEmpty())
+            QSKIP("buhinhyo-print is not built");
+        f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(95));
+        // The PDF holds the list sheet's pages only; what the template's custom view cannot follow, and
+        // what the page loop left out, are notes on stderr.
         useThreeSheetTemplate(u"three_sheet_views.xlsx"_s);
-        QVERIFY(QFile::copy(program, f->path(u"buhinhyo-print"_s)));
+        f->exec(u"UPDATE SETTEI SET CH_MZAISHITU_SC = 'AA'"_s);
         auto run = [&](const QString& customer, const QString& pdf, const QString& path = {}) {
-            QProcess p;
-            if (!path.isEmpty()) {
-                QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-                env.insert(u"PATH"_s, path);
-                p.setProcessEnvironment(env);
-            }
-            p.start(f->path(u"buhinhyo-print"_s),
-                    {u"--dwgno"_s, u"DWG-95"_s, u"--assy"_s, u"01"_s, u"--kind"_s, u"1"_s, u"--customer"_s,
-                     customer, u"--out"_s, out.filePath(u"batch.xlsx"_s), u"--pdf"_s, pdf});
-            p.waitForFinished(120000);
-            return std::make_pair(p.exitCode(), QString::fromUtf8(p.readAllStandardError()));
+            return batch({u"--out"_s, out.filePath(u"batch.xlsx"_s), u"--pdf"_s, pdf}, customer, path);
         };
         auto [code, err] = run(PrintFixture::customer, out.filePath(u"batch.pdf"_s));
         QCOMPARE(code, 0);
-        QCOMPARE(
-            err,
-            u"buhinhyo-print: 注意: このブックにはユーザー設定のビューがあります（行の挿入は反映されません）。\n"_s);
+        QCOMPARE(err, u"buhinhyo-print: 注意: "
+                      u"このブックにはユーザー設定のビューがあります（行の挿入は反映されません）。\n"
+                      "buhinhyo-print: 注意: 材質の列見出しを出力できませんでした: "
+                      "列「AA」には出力できません（出力できる列は "
+                      "A〜Z）（1頁目から 3 か所）\nbuhinhyo-print: 注意: 材質を出力できませんでした: "
+                      "列「AA」には出力できません"
+                      "（出力できる列は A〜Z）（1頁目から 95 か所）\n"_s);
         QCOMPARE(PdfPageCount(out.filePath(u"batch.pdf"_s)), 3);
         xlsx::Workbook book = xlsx::Workbook::open(out.filePath(u"batch.xlsx"_s).toStdString());
         QCOMPARE(text(book.sheet("部品表"), 4, 2) + text(book.sheet("部品表"), 55, 6),
@@ -334,6 +526,18 @@ private Q_SLOTS:
         f->exec(u"UPDATE SETTEI SET CH_ORGPATH = '/nonexistent/template.xlsx'"_s);
         std::tie(code, err) = run(PrintFixture::customer, out.filePath(u"none.pdf"_s));
         QVERIFY(code != 0 && err.contains(u"/nonexistent/template.xlsxを設定し直して下さい。"_s));
+        // Page tops past row 32,767: status 6 with the cause, no workbook written. An empty template
+        // path says that none is set.
+        f->exec(u"UPDATE SETTEI SET CH_ORGPATH = '"_s + sourceDir() +
+                u"/data/templates/mfg_parts_template.xlsx', CH_ORGSHEET = '部品表', INT_PAGEMAX = 20000"_s);
+        QFile::remove(out.filePath(u"batch.xlsx"_s));
+        std::tie(code, err) = batch({u"--out"_s, out.filePath(u"batch.xlsx"_s)});
+        QVERIFY2(code == 6 && err.contains(u"原因: オーバーフローしました。\n頁の先頭行が 16 ビット"_s),
+                 qPrintable(err));
+        QVERIFY(!QFile::exists(out.filePath(u"batch.xlsx"_s)));
+        f->exec(u"UPDATE SETTEI SET CH_ORGPATH = ''"_s);
+        std::tie(code, err) = batch({u"--out"_s, out.filePath(u"batch.xlsx"_s)});
+        QVERIFY2(code == 5 && err.contains(u"雛形ファイルが指定されていません"_s), qPrintable(err));
     }
 
     // The template copied to the work copy, and old .xls templates converted by LibreOffice.
