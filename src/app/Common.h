@@ -3,6 +3,7 @@
 #include "Int16.h"
 
 #include <QString>
+#include <QStringList>
 
 struct AppContext;
 class IniAccess;
@@ -33,6 +34,15 @@ bool CheckNumberText(QString& text);
 QString DigitsOnly(const QString& text);
 // DigitsOnly read as a 32-bit integer, 0 when there are none; above 2147483647 is an overflow.
 int DigitsValue(const QString& text);
+
+// The order lines are read in: by the number an item number's digits make (as DigitsValue reads it,
+// so "(252)" lies between 251 and 253 and 1000 comes after 999; numbers past 32 bits still compare
+// as numbers), rows of equal number keeping the order the database gave them. With groups (the
+// makers of a list paged per maker, as the database ordered them), each run of rows whose group
+// compares equal (case ignored, ASCII letters only when asciiCase) stays where it is and is ordered
+// within. Returns the positions of the given rows in their new order.
+QList<int> ItemNumberOrder(const QStringList& itemNumbers, const QStringList& groups = {},
+                           bool asciiCase = false);
 
 // A number as plain decimal text, never in exponent form: 1000000, 2.5, 0.0001 (the shortest digits
 // that read back as the same number).

@@ -171,6 +171,8 @@ int main(int argc, char** argv)
     ctx.makeIni();
     QDir().mkpath(ctx.AppPath + QStringLiteral("WORK"));
     ctx.CurrentKind = kind;
+    // A print only reads: the database may be on a read-only medium or held by another program.
+    ctx.DbReadOnly = true;
     ctx.makerFilterOn = parser.isSet(makerOpt);
     ctx.makerFilterText = parser.value(makerOpt);
 

@@ -1,6 +1,8 @@
 #include "Connect.h"
 #include "DbTestSupport.h"
+#include "ListQuery.h"
 #include "PartsRecords.h"
+#include "PrintList.h"
 #include "RuntimeError.h"
 #include "TestSupport.h"
 
@@ -290,6 +292,44 @@ private Q_SLOTS:
         const QStringList numbers = stored(db, {u"INT_NUMBER"_s});
         QCOMPARE(QSet<QString>(numbers.begin(), numbers.end()).size(), 4);
         QVERIFY(!numbers.contains(u"0"_s));
+    }
+
+    void linesAreReadInItemNumberOrder()
+    {
+        // Item number text, maker, bracketed: text order puts "(252)" first and "1000" before "999".
+        Database& db = m_f.db();
+        QList<PartsLine> lines;
+        for (const auto& [zno, maker, kakko] : {std::tuple{u"999"_s, u"THK"_s, false},
+                                                {u"1000"_s, u"ミスミ"_s, false},
+                                                {u"251"_s, u"thk"_s, false},
+                                                {u"(252)"_s, u"ミスミ"_s, true},
+                                                {u"(1001)"_s, u"THK"_s, true},
+                                                {u"0253"_s, u"ミスミ"_s, false},
+                                                {u"253"_s, u"ミスミ"_s, false}}) {
+            PartsLine l = line(zno, zno);
+            l.maker = maker;
+            l.kakko = kakko;
+            lines << l;
+        }
+        SaveTable(db, header(), lines, kDate);
+        const QStringList all{u"251"_s, u"(252)"_s, u"0253"_s, u"253"_s, u"999"_s, u"1000"_s, u"(1001)"_s};
+        // Per maker (in the database's order of makers, case ignored), then by item number.
+        const QStringList paged{u"251"_s, u"999"_s, u"(1001)"_s, u"(252)"_s, u"0253"_s, u"253"_s, u"1000"_s};
+        for (const bool perMaker : {false, true}) {
+            const QString mode = ListMode::forPrint(false, perMaker);
+            Recordset rs(db, BuildListQuery(perMaker ? mode : u"FORM LOAD"_s, {}, u"K-2401"_s, u"250-01"_s,
+                                            u"1"_s, {}));
+            OrderByItemNumber(db, rs, perMaker);
+            QCOMPARE(rs.ColumnTexts(u"CH_ZNO"_s), perMaker ? paged : all);
+            const ListTable list =
+                FillListFromDatabase(db, {mode, u"K-2401"_s, u"250-01"_s, u"1"_s, false, {}});
+            QStringList printed;
+            for (size_t i = 0; i < list.size(); ++i)
+                printed << QString::fromUtf8(
+                    list[i].at(LcZno).toUtf8()); // a copy: the row goes with the next
+            // A bracketed item number prints with the one pair it carries.
+            QCOMPARE(printed, perMaker ? paged : all);
+        }
     }
 
     void emptyNumberCellsKeepTheStoredValues()

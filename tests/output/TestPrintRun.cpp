@@ -172,6 +172,29 @@ private Q_SLOTS:
         QCOMPARE(text(s, 5, 6), u"1 / 3"_s);
     }
 
+    void linesPrintInItemNumberOrder()
+    {
+        // Stored last to first; two bracketed lines carry their brackets in the stored item number.
+        std::vector<StoredLine> lines;
+        QStringList expected;
+        for (int n = 1010; n >= 951; --n) {
+            StoredLine l;
+            l.kakko = n == 960 || n == 1005;
+            l.zno = (l.kakko ? u"(%1)"_s : u"%1"_s).arg(n);
+            l.hinmei = u"L%1"_s.arg(n);
+            l.suryo = 1;
+            lines.push_back(l);
+            expected.prepend(l.zno);
+        }
+        f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, lines);
+        xlsx::Workbook book = run(SampleRequest(), u"order.xlsx"_s);
+        const xlsx::Worksheet& s = book.sheet("部品表");
+        QStringList printed;
+        for (int i = 0; i < 60; ++i)
+            printed << text(s, (i / 40) * 50 + 8 + i % 40, 1);
+        QCOMPARE(printed, expected);
+    }
+
     void keptWorkbookAndTestMode()
     {
         // The settings screen's test print fills ten sample lines.
