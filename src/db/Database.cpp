@@ -14,6 +14,13 @@ namespace
 
 QAtomicInt connectionCounter;
 
+// The open connections that write to a local file (all of them live on the user-interface thread).
+QList<Database*>& writingConnections()
+{
+    static QList<Database*> list;
+    return list;
+}
+
 QString nativePath(const QString& path)
 {
     return QFileInfo(path).absoluteFilePath();
@@ -90,11 +97,23 @@ Database::~Database()
 {
     // Other programs may still have the file open, so SQLite would leave the log to the last of
     // them: it is written into the database here and emptied, and a copy of the file alone is whole.
-    if (m_checkpointOnClose && m_db.isOpen())
-        QSqlQuery(m_db).exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+    checkpoint();
+    writingConnections().removeOne(this);
     m_db.close();
     m_db = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_name);
+}
+
+void Database::checkpoint()
+{
+    if (m_writesLocalFile && m_db.isOpen())
+        QSqlQuery(m_db).exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+}
+
+void Database::CheckpointAll()
+{
+    for (Database* db : std::as_const(writingConnections()))
+        db->checkpoint();
 }
 
 QSqlDatabase Database::newConnection(const QString& driver)
@@ -241,7 +260,10 @@ std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busy
         throw cannotOpenFile(path, base.description(), base.number());
     }
     auto connection = std::make_shared<Database>(std::move(db));
-    connection->m_checkpointOnClose = !readOnly;
+    if (!readOnly) {
+        connection->m_writesLocalFile = true;
+        writingConnections().append(connection.get());
+    }
     return connection;
 }
 

@@ -33,12 +33,16 @@ public:
     // empty file). WAL journal, synchronous=NORMAL and a busy timeout are applied here. Read-only, the
     // file is only read: its journal mode stays, and a WAL file in a folder that cannot be written
     // (with no log beside it) is read as it stands. A writing connection checkpoints its log when it
-    // closes, so that no -wal content outlives it.
+    // closes (and CheckpointAll), so that no -wal content outlives it.
     static std::shared_ptr<Database> openSqliteFile(const QString& path, int busyTimeoutMs = 5000,
                                                     bool readOnly = false);
     // An ODBC data source by name, user and password.
     static std::shared_ptr<Database> openOdbc(const QString& dsn, const QString& user,
                                               const QString& password);
+
+    // Writes the log of every open writing connection to a local file into the file and empties it
+    // (a copy of the file alone is then whole). Run when the program ends and when a connection closes.
+    static void CheckpointAll();
 
     QSqlDatabase& sql() { return m_db; }
     bool isSqlite() const;
@@ -55,7 +59,8 @@ private:
     QSqlDatabase m_db;
     QString m_name;
     Dialect m_dialect = Dialect::Other;
-    bool m_checkpointOnClose = false;
+    bool m_writesLocalFile = false;
+    void checkpoint();
 };
 
 // The statement as this database engine accepts it: the few forms only Jet understands are
