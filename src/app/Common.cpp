@@ -4,6 +4,7 @@
 #include "IniAccess.h"
 #include "RuntimeError.h"
 
+#include <QDir>
 #include <QLocale>
 
 #include <algorithm>
@@ -20,6 +21,17 @@ int StrictInt(const QString& text)
     if (d > 2147483647.0 || d < -2147483648.0)
         throw RuntimeError::overflow();
     return int(std::nearbyint(d)); // the default rounding mode rounds halves to even
+}
+
+int StrictIntSetting(IniAccess& ini, const QString& section, const QString& key)
+{
+    const QString value = ini.get(section, key);
+    try {
+        return StrictInt(value);
+    } catch (const RuntimeError& e) {
+        throw e.withCause(QStringLiteral("設定ファイル %1 の [%2] キー %3 の値「%4」")
+                              .arg(QDir::toNativeSeparators(ini.iniPath()), section, key, value));
+    }
 }
 
 long long LenientInt(const QString& text)
@@ -65,7 +77,7 @@ long long LenientInt(const QString& text)
 
 QStringList ReadList(IniAccess& ini, const QString& section)
 {
-    const int count = StrictInt(ini.get(section, QStringLiteral("MAX")));
+    const int count = StrictIntSetting(ini, section, QStringLiteral("MAX"));
     QStringList items;
     for (int i = 1; i <= count; ++i)
         items << ini.get(section, QString::number(i));
@@ -74,7 +86,7 @@ QStringList ReadList(IniAccess& ini, const QString& section)
 
 QString AddToList(IniAccess& ini, const QString& section, const QString& value)
 {
-    const int count = StrictInt(ini.get(section, QStringLiteral("MAX")));
+    const int count = StrictIntSetting(ini, section, QStringLiteral("MAX"));
     bool hit = false;
     for (int i = 1; i <= count; ++i) {
         if (ini.find(section, QString::number(i)) == value)

@@ -21,6 +21,9 @@ QString AddToList(IniAccess& ini, const QString& section, const QString& value);
 QStringList ReadList(IniAccess& ini, const QString& section);
 // The strict integer reading of a settings value ("MAX", "INDEX"): a run-time error when it is not one.
 int StrictInt(const QString& text);
+// A settings value read ("GET") and read strictly; the run-time error names the file, the section,
+// the key and the value in its cause.
+int StrictIntSetting(IniAccess& ini, const QString& section, const QString& key);
 // The lenient number reading: the numeric prefix of the text (sign, digits, decimal point, exponent;
 // 0 when there is none), rounded to the nearest integer with halves to even.
 long long LenientInt(const QString& text);

@@ -2,6 +2,7 @@
 #include "AppContext.h"
 #include "Connect.h"
 #include "Database.h"
+#include "IniFile.h"
 #include "LibreOffice.h"
 #include "PartsRecords.h"
 #include "PrintRequest.h"
@@ -166,6 +167,12 @@ int main(int argc, char** argv)
     ctx.fileDialogs = &dialogs;
     if (!QFileInfo(ctx.IniPath).isFile()) {
         printErr(QStringLiteral("buhinhyo-print: ") + ctx.IniPath + QStringLiteral(" がありません。"));
+        return ExitSetup;
+    }
+    // A file that is not a settings file at all is refused as the program refuses it at start.
+    if (const QString damage = IniFile::describeDamage(ctx.IniPath); !damage.isEmpty()) {
+        printErr(QStringLiteral("buhinhyo-print: 設定ファイルを読み込めません。") + ctx.IniPath +
+                 QStringLiteral(": ") + damage);
         return ExitSetup;
     }
     ctx.makeIni();

@@ -329,6 +329,32 @@ private Q_SLOTS:
         QVERIFY(code != 0 && err.contains(u"/nonexistent/template.xlsxを設定し直して下さい。"_s));
     }
 
+    void batchCommandRefusesASettingsFileThatIsNoText()
+    {
+        const QString program = qEnvironmentVariable("BUHINHYO_BINARY_DIR") + u"/app/buhinhyo-print"_s;
+        if (!QFile::exists(program))
+            QSKIP("buhinhyo-print is not built");
+        QVERIFY(QFile::copy(program, f->path(u"buhinhyo-print"_s)));
+        // UTF-16 with its byte-order mark, and a binary file.
+        for (const QByteArray& bytes :
+             {QByteArray("\xff\xfe[\0D\0B\0M\0S\0]\0\r\0\n\0", 16), QByteArray("\x7f"
+                                                                               "ELF\2\1\1\0\0\0\0\0\0\0\0\0",
+                                                                               16)}) {
+            QFile ini(f->path(u"PARA.ini"_s));
+            QVERIFY(ini.open(QIODevice::WriteOnly | QIODevice::Truncate) && ini.write(bytes) == bytes.size());
+            ini.close();
+            QProcess p;
+            p.start(f->path(u"buhinhyo-print"_s),
+                    {u"--dwgno"_s, u"DWG-95"_s, u"--assy"_s, u"01"_s, u"--kind"_s, u"1"_s, u"--customer"_s,
+                     PrintFixture::customer});
+            QVERIFY(p.waitForFinished(60000));
+            const QString err = QString::fromUtf8(p.readAllStandardError());
+            QVERIFY2(p.exitCode() == 2 && err.startsWith(u"buhinhyo-print: 設定ファイルを読み込めません。"_s +
+                                                         f->path(u"PARA.ini"_s) + u": 1 行目"_s),
+                     qPrintable(err));
+        }
+    }
+
     // The template copied to the work copy, and old .xls templates converted by LibreOffice.
     void templateIsCopiedToTheWorkCopy()
     {
