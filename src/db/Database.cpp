@@ -189,7 +189,8 @@ bool UpgradeTextCollation(QSqlDatabase& db, QSqlError* error)
 namespace
 {
 // A database in WAL mode (byte 18 of the header is 2) without a log beside it, in a folder that cannot
-// be written: SQLite cannot make the log's index there, and no writer can be at work on it.
+// be written: SQLite cannot make the log's index there, and no writer is at work on it as it is opened.
+// It is read as an unchanging file.
 bool UnwritableWalFile(const QString& path)
 {
     QFile file(path);
