@@ -172,10 +172,17 @@ public:
             if (m_next >= static_cast<size_t>(m_order.size()))
                 throw RuntimeError(3021, QStringLiteral("現在のレコードがありません。") +
                                              QStringLiteral("\n(") + m_sql + u')');
-            const size_t first = static_cast<size_t>(m_order[static_cast<qsizetype>(m_next++)]) * 13;
-            for (size_t c = 0; c < 13; ++c) {
-                const size_t from = first + c == 0 ? 0 : m_ends[first + c - 1];
-                m_row[c] = std::string_view(m_block).substr(from, m_ends[first + c] - from);
+            size_t at = m_rowStarts[static_cast<size_t>(m_order[static_cast<qsizetype>(m_next++)])];
+            for (std::string_view& cell : m_row) {
+                size_t length = 0;
+                for (int shift = 0;; shift += 7) {
+                    const auto byte = static_cast<unsigned char>(m_block[at++]);
+                    length |= static_cast<size_t>(byte & 0x7f) << shift;
+                    if (byte < 0x80)
+                        break;
+                }
+                cell = std::string_view(m_block).substr(at, length);
+                at += length;
             }
             return m_row;
         }
@@ -188,9 +195,15 @@ private:
         QStringList itemNumbers, makers;
         for (size_t r = 0; r < m_rows; ++r) {
             const ListTable::Utf8Row& row = step();
+            m_rowStarts.push_back(m_block.size());
+            // Each cell as its length (7 bits a byte, low first) and its bytes.
             for (const std::string_view cell : row) {
+                for (size_t length = cell.size();; length >>= 7) {
+                    m_block.push_back(static_cast<char>((length & 0x7f) | (length > 0x7f ? 0x80 : 0)));
+                    if (length <= 0x7f)
+                        break;
+                }
                 m_block.append(cell);
-                m_ends.push_back(m_block.size());
             }
             const std::string_view zno = field(m_at->zno);
             itemNumbers << QString::fromUtf8(zno.data(), static_cast<qsizetype>(zno.size()));
@@ -306,9 +319,10 @@ private:
     size_t m_rows = 0;
     size_t m_read = 0;
     ListTable::Utf8Row m_row;
-    // A full list read whole: its cells one after another, where each ends, the order to give them in.
+    // A full list read whole: its cells one after another, where each row starts, the order to give
+    // the rows in.
     std::string m_block;
-    std::vector<size_t> m_ends;
+    std::vector<size_t> m_rowStarts;
     QList<int> m_order;
     size_t m_next = 0;
     std::string m_bracketed;

@@ -334,7 +334,7 @@ private Q_SLOTS:
                                                 {u"(1001)"_s, u"THK"_s, true},
                                                 {u"0253"_s, u"ミスミ"_s, false},
                                                 {u"253"_s, u"ミスミ"_s, false}}) {
-            PartsLine l = line(zno, zno);
+            PartsLine l = line(zno, zno.repeated(60)); // a long name goes with its line
             l.maker = maker;
             l.kakko = kakko;
             lines << l;
@@ -352,9 +352,11 @@ private Q_SLOTS:
             const ListTable list =
                 FillListFromDatabase(db, {mode, u"K-2401"_s, u"250-01"_s, u"1"_s, false, {}});
             QStringList printed;
-            for (size_t i = 0; i < list.size(); ++i)
-                printed << QString::fromUtf8(
-                    list[i].at(LcZno).toUtf8()); // a copy: the row goes with the next
+            for (size_t i = 0; i < list.size(); ++i) {
+                const ListRow row = list[i];
+                QCOMPARE(row.at(LcHinmei), row.at(LcZno).repeated(60));
+                printed << QString::fromUtf8(row.at(LcZno).toUtf8()); // a copy: the row goes with the next
+            }
             // A bracketed item number prints with the one pair it carries.
             QCOMPARE(printed, perMaker ? paged : all);
         }
