@@ -106,8 +106,15 @@ Database::~Database()
 
 void Database::checkpoint()
 {
-    if (m_writesLocalFile && m_db.isOpen())
-        QSqlQuery(m_db).exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+    if (!m_writesLocalFile || !m_db.isOpen())
+        return;
+    // Without waiting: while another program still reads an older state, the log is written as far
+    // as it can be and stays for the last program to close, as SQLite leaves it.
+    QSqlQuery q(m_db);
+    const int timeout = q.exec(QStringLiteral("PRAGMA busy_timeout")) && q.next() ? q.value(0).toInt() : 0;
+    q.exec(QStringLiteral("PRAGMA busy_timeout = 0"));
+    q.exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+    q.exec(QStringLiteral("PRAGMA busy_timeout = %1").arg(timeout));
 }
 
 void Database::CheckpointAll()
