@@ -31,6 +31,9 @@ struct AppContext {
 
     // The one shared database connection (replaced at every connect).
     std::shared_ptr<Database> DbConnection;
+    // Work that only reads (the batch print) opens the local database read-only: nothing is written
+    // to it, its journal mode is left as it is, and a read-only file or folder serves.
+    bool DbReadOnly = false;
 
     // The current kind of parts list, "1" (manufactured) or "2" (purchased).
     QString CurrentKind = QStringLiteral("1");

@@ -16,6 +16,7 @@ bool guardCommand(MessageService& messages, const std::function<void()>& command
     try {
         command();
         return true;
+    } catch (const CommandEnded&) {
     } catch (const RuntimeError& e) {
         messages.show(MsgIcon::Stop, MsgButtons::Ok, QStringLiteral("エラー"),
                       runtimeErrorText(e.number(), e.description()), e.cause());

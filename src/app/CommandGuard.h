@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <exception>
 #include <functional>
 
 class MessageService;
@@ -9,6 +10,14 @@ class MessageService;
 // error's description and number; the command ends, the program stays up.
 // Returns true when the command ran to its end.
 bool guardCommand(MessageService& messages, const std::function<void()>& command);
+
+// Ends a command whose failure has been shown already (a screen that could not open and has said
+// why): guardCommand ends the command without a second box.
+class CommandEnded : public std::exception
+{
+public:
+    const char* what() const noexcept override { return "command ended"; }
+};
 
 // The text of the error box for an error number and description.
 QString runtimeErrorText(int number, const QString& description);

@@ -4,8 +4,10 @@
 #include "IniAccess.h"
 #include "RuntimeError.h"
 
+#include <QDir>
 #include <QLocale>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -19,6 +21,17 @@ int StrictInt(const QString& text)
     if (d > 2147483647.0 || d < -2147483648.0)
         throw RuntimeError::overflow();
     return int(std::nearbyint(d)); // the default rounding mode rounds halves to even
+}
+
+int StrictIntSetting(IniAccess& ini, const QString& section, const QString& key)
+{
+    const QString value = ini.get(section, key);
+    try {
+        return StrictInt(value);
+    } catch (const RuntimeError& e) {
+        throw e.withCause(QStringLiteral("設定ファイル %1 の [%2] キー %3 の値「%4」")
+                              .arg(QDir::toNativeSeparators(ini.iniPath()), section, key, value));
+    }
 }
 
 long long LenientInt(const QString& text)
@@ -64,7 +77,7 @@ long long LenientInt(const QString& text)
 
 QStringList ReadList(IniAccess& ini, const QString& section)
 {
-    const int count = StrictInt(ini.get(section, QStringLiteral("MAX")));
+    const int count = StrictIntSetting(ini, section, QStringLiteral("MAX"));
     QStringList items;
     for (int i = 1; i <= count; ++i)
         items << ini.get(section, QString::number(i));
@@ -73,7 +86,7 @@ QStringList ReadList(IniAccess& ini, const QString& section)
 
 QString AddToList(IniAccess& ini, const QString& section, const QString& value)
 {
-    const int count = StrictInt(ini.get(section, QStringLiteral("MAX")));
+    const int count = StrictIntSetting(ini, section, QStringLiteral("MAX"));
     bool hit = false;
     for (int i = 1; i <= count; ++i) {
         if (ini.find(section, QString::number(i)) == value)
@@ -126,6 +139,62 @@ int DigitsValue(const QString& text)
     if (v > 2147483647LL)
         throw RuntimeError::overflow();
     return int(v);
+}
+
+namespace
+{
+// The digits of an item number without leading zeros: equal length compares as text, a longer one
+// is the larger number.
+QString ItemDigits(const QString& text)
+{
+    QString d = DigitsOnly(text);
+    qsizetype zeros = 0;
+    while (zeros < d.size() && d[zeros] == u'0')
+        ++zeros;
+    return d.mid(zeros);
+}
+
+bool SameGroup(const QString& a, const QString& b, bool asciiCase)
+{
+    if (!asciiCase)
+        return a.compare(b, Qt::CaseInsensitive) == 0;
+    if (a.size() != b.size())
+        return false;
+    for (qsizetype i = 0; i < a.size(); ++i) {
+        char16_t x = a[i].unicode(), y = b[i].unicode();
+        if (x >= u'a' && x <= u'z')
+            x = char16_t(x - 32);
+        if (y >= u'a' && y <= u'z')
+            y = char16_t(y - 32);
+        if (x != y)
+            return false;
+    }
+    return true;
+}
+} // namespace
+
+QList<int> ItemNumberOrder(const QStringList& itemNumbers, const QStringList& groups, bool asciiCase)
+{
+    const qsizetype n = itemNumbers.size();
+    QList<int> order(n);
+    QList<int> group(n, 0);
+    QStringList digits;
+    digits.reserve(n);
+    for (qsizetype i = 0; i < n; ++i) {
+        order[i] = int(i);
+        digits << ItemDigits(itemNumbers[i]);
+        if (i > 0 && i < groups.size())
+            group[i] = group[i - 1] + (SameGroup(groups[i], groups[i - 1], asciiCase) ? 0 : 1);
+    }
+    std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
+        if (group[a] != group[b])
+            return group[a] < group[b];
+        const QString &x = digits[a], &y = digits[b];
+        if (x.size() != y.size())
+            return x.size() < y.size();
+        return x < y;
+    });
+    return order;
 }
 
 QString DecimalText(double value)

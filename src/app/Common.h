@@ -3,6 +3,7 @@
 #include "Int16.h"
 
 #include <QString>
+#include <QStringList>
 
 struct AppContext;
 class IniAccess;
@@ -20,6 +21,9 @@ QString AddToList(IniAccess& ini, const QString& section, const QString& value);
 QStringList ReadList(IniAccess& ini, const QString& section);
 // The strict integer reading of a settings value ("MAX", "INDEX"): a run-time error when it is not one.
 int StrictInt(const QString& text);
+// A settings value read ("GET") and read strictly; the run-time error names the file, the section,
+// the key and the value in its cause.
+int StrictIntSetting(IniAccess& ini, const QString& section, const QString& key);
 // The lenient number reading: the numeric prefix of the text (sign, digits, decimal point, exponent;
 // 0 when there is none), rounded to the nearest integer with halves to even.
 long long LenientInt(const QString& text);
@@ -33,6 +37,15 @@ bool CheckNumberText(QString& text);
 QString DigitsOnly(const QString& text);
 // DigitsOnly read as a 32-bit integer, 0 when there are none; above 2147483647 is an overflow.
 int DigitsValue(const QString& text);
+
+// The order lines are read in: by the number an item number's digits make (as DigitsValue reads it,
+// so "(252)" lies between 251 and 253 and 1000 comes after 999; numbers past 32 bits still compare
+// as numbers), rows of equal number keeping the order the database gave them. With groups (the
+// makers of a list paged per maker, as the database ordered them), each run of rows whose group
+// compares equal (case ignored, ASCII letters only when asciiCase) stays where it is and is ordered
+// within. Returns the positions of the given rows in their new order.
+QList<int> ItemNumberOrder(const QStringList& itemNumbers, const QStringList& groups = {},
+                           bool asciiCase = false);
 
 // A number as plain decimal text, never in exponent form: 1000000, 2.5, 0.0001 (the shortest digits
 // that read back as the same number).

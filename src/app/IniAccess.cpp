@@ -2,6 +2,8 @@
 
 #include "MessageService.h"
 
+#include <QDir>
+
 namespace
 {
 const QString kIniErrorTitle = QStringLiteral("ＩＮＩファイルエラー");
@@ -52,10 +54,10 @@ bool IniAccess::IniPut(const QString& file, const QString& section, const QStrin
     case IniFile::WriteResult::IoError:
         break;
     }
-    // The box keeps its words; why the file could not be written goes into its detail.
+    // The file and what the system said about it, behind the box's own text.
     m_messages.show(MsgIcon::Stop, MsgButtons::Ok, kIniErrorTitle,
                     QStringLiteral("ＩＮＩファイル書き込みエラー"),
-                    ini.lastError() + QStringLiteral("\nファイル：") + ini.path());
+                    QDir::toNativeSeparators(ini.path()) + u'\n' + ini.lastError());
     return false;
 }
 

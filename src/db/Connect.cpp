@@ -108,7 +108,8 @@ ConnectResult ConnectDatabase(AppContext& ctx, int busyTimeoutMs)
         // The previous connection is let go first, as a new connection object replaces it.
         ctx.DbConnection.reset();
         try {
-            ctx.DbConnection = Database::openSqliteFile(filePathOf(r.dbFilePath), busyTimeoutMs);
+            ctx.DbConnection =
+                Database::openSqliteFile(filePathOf(r.dbFilePath), busyTimeoutMs, ctx.DbReadOnly);
         } catch (const RuntimeError& e) {
             // The local database is the program's working store: without it nothing can run.
             r.endProgram = true;

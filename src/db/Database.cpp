@@ -3,14 +3,23 @@
 #include "RuntimeError.h"
 
 #include <QAtomicInt>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QSqlQuery>
+#include <QUrl>
 
 namespace
 {
 
 QAtomicInt connectionCounter;
+
+// The open connections that write to a local file (all of them live on the user-interface thread).
+QList<Database*>& writingConnections()
+{
+    static QList<Database*> list;
+    return list;
+}
 
 QString nativePath(const QString& path)
 {
@@ -114,9 +123,32 @@ Database::Database(QSqlDatabase db) : m_db(std::move(db)), m_name(m_db.connectio
 
 Database::~Database()
 {
+    // Other programs may still have the file open, so SQLite would leave the log to the last of
+    // them: it is written into the database here and emptied, and a copy of the file alone is whole.
+    checkpoint();
+    writingConnections().removeOne(this);
     m_db.close();
     m_db = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_name);
+}
+
+void Database::checkpoint()
+{
+    if (!m_writesLocalFile || !m_db.isOpen())
+        return;
+    // Without waiting: while another program still reads an older state, the log is written as far
+    // as it can be and stays for the last program to close, as SQLite leaves it.
+    QSqlQuery q(m_db);
+    const int timeout = q.exec(QStringLiteral("PRAGMA busy_timeout")) && q.next() ? q.value(0).toInt() : 0;
+    q.exec(QStringLiteral("PRAGMA busy_timeout = 0"));
+    q.exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+    q.exec(QStringLiteral("PRAGMA busy_timeout = %1").arg(timeout));
+}
+
+void Database::CheckpointAll()
+{
+    for (Database* db : std::as_const(writingConnections()))
+        db->checkpoint();
 }
 
 QSqlDatabase Database::newConnection(const QString& driver)
@@ -189,7 +221,24 @@ bool UpgradeTextCollation(QSqlDatabase& db, QSqlError* error)
 }
 } // namespace
 
-std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busyTimeoutMs)
+namespace
+{
+// A database in WAL mode (byte 18 of the header is 2) without a log beside it, in a folder that cannot
+// be written: SQLite cannot make the log's index there, and no writer is at work on it as it is opened.
+// It is read as an unchanging file.
+bool UnwritableWalFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray head = file.read(20);
+    return head.size() == 20 && head.at(18) == 2 && !QFileInfo::exists(path + QStringLiteral("-wal")) &&
+           !QFileInfo::exists(path + QStringLiteral("-shm")) &&
+           !QFileInfo(QFileInfo(path).absolutePath()).isWritable();
+}
+} // namespace
+
+std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busyTimeoutMs, bool readOnly)
 {
     const QFileInfo file(path);
     if (!file.exists())
@@ -200,8 +249,17 @@ std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busy
 
     QSqlDatabase db = newConnection(QStringLiteral("QSQLITE"));
     const QString name = db.connectionName();
-    db.setDatabaseName(path);
-    db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyTimeoutMs));
+    QString options = QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyTimeoutMs);
+    if (readOnly && UnwritableWalFile(path)) {
+        db.setDatabaseName(QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toString() +
+                           QStringLiteral("?immutable=1"));
+        options += QStringLiteral(";QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI");
+    } else {
+        db.setDatabaseName(path);
+        if (readOnly)
+            options += QStringLiteral(";QSQLITE_OPEN_READONLY");
+    }
+    db.setConnectOptions(options);
 
     QSqlError error;
     bool opened = db.open();
@@ -215,9 +273,12 @@ std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busy
         // The busy timeout lets a second program instance or a tool finish its write instead of
         // failing at once. Reading the schema proves the file really is a database.
         QSqlQuery q(db);
-        for (const QString& statement :
-             {QStringLiteral("PRAGMA journal_mode=WAL"), QStringLiteral("PRAGMA synchronous=NORMAL"),
-              QStringLiteral("SELECT count(*) FROM sqlite_master")}) {
+        QStringList statements{QStringLiteral("SELECT count(*) FROM sqlite_master")};
+        if (!readOnly)
+            statements = QStringList{QStringLiteral("PRAGMA journal_mode=WAL"),
+                                     QStringLiteral("PRAGMA synchronous=NORMAL")} +
+                         statements;
+        for (const QString& statement : std::as_const(statements)) {
             if (!q.exec(statement)) {
                 error = q.lastError();
                 opened = false;
@@ -225,7 +286,7 @@ std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busy
             }
         }
     }
-    if (opened && !UpgradeTextCollation(db, &error))
+    if (opened && !readOnly && !UpgradeTextCollation(db, &error))
         opened = false;
     if (!opened) {
         db.close();
@@ -234,7 +295,12 @@ std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busy
         const RuntimeError base = DatabaseError(error);
         throw cannotOpenFile(path, base.description(), base.number());
     }
-    return std::make_shared<Database>(std::move(db));
+    auto connection = std::make_shared<Database>(std::move(db));
+    if (!readOnly) {
+        connection->m_writesLocalFile = true;
+        writingConnections().append(connection.get());
+    }
+    return connection;
 }
 
 std::shared_ptr<Database> Database::openOdbc(const QString& dsn, const QString& user, const QString& password)

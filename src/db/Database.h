@@ -30,11 +30,19 @@ public:
     // A fresh, unused Qt connection name for a new connection of the given driver.
     static QSqlDatabase newConnection(const QString& driver);
     // The local database file: it must exist and be a database (a mistyped path never creates an
-    // empty file). WAL journal, synchronous=NORMAL and a busy timeout are applied here.
-    static std::shared_ptr<Database> openSqliteFile(const QString& path, int busyTimeoutMs = 5000);
+    // empty file). WAL journal, synchronous=NORMAL and a busy timeout are applied here. Read-only, the
+    // file is only read: its journal mode stays, and a WAL file in a folder that cannot be written
+    // (with no log beside it) is read as it stands. A writing connection checkpoints its log when it
+    // closes (and CheckpointAll), so that no -wal content outlives it.
+    static std::shared_ptr<Database> openSqliteFile(const QString& path, int busyTimeoutMs = 5000,
+                                                    bool readOnly = false);
     // An ODBC data source by name, user and password.
     static std::shared_ptr<Database> openOdbc(const QString& dsn, const QString& user,
                                               const QString& password);
+
+    // Writes the log of every open writing connection to a local file into the file and empties it
+    // (a copy of the file alone is then whole). Run when the program ends and when a connection closes.
+    static void CheckpointAll();
 
     QSqlDatabase& sql() { return m_db; }
     bool isSqlite() const;
@@ -51,6 +59,8 @@ private:
     QSqlDatabase m_db;
     QString m_name;
     Dialect m_dialect = Dialect::Other;
+    bool m_writesLocalFile = false;
+    void checkpoint();
 };
 
 // The statement as this database engine accepts it: the few forms only Jet understands are
@@ -96,6 +106,11 @@ public:
 
     // The column names of the SELECT, in order.
     QStringList FieldNames() const;
+    // The text of one column in every row, in the set's order.
+    QStringList ColumnTexts(const QString& name) const;
+    // Puts the rows in the given order (each entry a row's position as read; every row once) and
+    // moves to the first. A pending edit is dropped.
+    void Reorder(const QList<int>& order);
 
     // AddNew starts a new row (it becomes the current row once updated); SetField assigns into the
     // new row or the current row; Update writes the assigned fields; Delete removes the current row.

@@ -1,5 +1,6 @@
 #include "PartsRecords.h"
 
+#include "Common.h"
 #include "Database.h"
 
 #include <QDate>
@@ -49,6 +50,12 @@ void addWhenMissing(Recordset& rs, Assignments keys)
 }
 
 } // namespace
+
+void OrderByItemNumber(Database& db, Recordset& lines, bool makerFirst)
+{
+    const QStringList makers = makerFirst ? lines.ColumnTexts(QStringLiteral("CH_MAKER")) : QStringList();
+    lines.Reorder(ItemNumberOrder(lines.ColumnTexts(QStringLiteral("CH_ZNO")), makers, db.isSqlite()));
+}
 
 QString HeaderQuery(const QString& assy, const QString& dwgNo, const QString& kind)
 {

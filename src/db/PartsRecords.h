@@ -5,6 +5,7 @@
 #include <optional>
 
 class Database;
+class Recordset;
 
 // The header row of one parts table (BUHINHYO).
 struct PartsHeader {
@@ -27,6 +28,10 @@ QString DeleteDetailStatement(const QString& numberText);
 // Customer, maker and typed text are trimmed, and each condition is added only when it is not empty.
 QString BuildHistoryQuery(const QString& column, const QString& kind, const QString& customer,
                           const QString& maker, const QString& typed);
+
+// Puts the lines of a list query in item-number order (ItemNumberOrder over CH_ZNO; per maker, in the
+// order the database gave the makers, when makerFirst).
+void OrderByItemNumber(Database& db, Recordset& lines, bool makerFirst = false);
 
 // The stored header of a table, if there is one.
 std::optional<PartsHeader> ReadHeader(Database& db, const QString& assy, const QString& dwgNo,

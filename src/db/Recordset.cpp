@@ -454,6 +454,32 @@ QStringList Recordset::FieldNames() const
     return d->names;
 }
 
+QStringList Recordset::ColumnTexts(const QString& name) const
+{
+    d->checkOpen();
+    const int c = d->columnOrThrow(name);
+    QStringList out;
+    out.reserve(qsizetype(d->rows.size()));
+    for (const Impl::Row& row : d->rows)
+        out << (row.values[c].isNull() ? QString() : row.values[c].toString());
+    return out;
+}
+
+void Recordset::Reorder(const QList<int>& order)
+{
+    d->checkOpen();
+    if (order.size() != qsizetype(d->rows.size()))
+        throw RuntimeError(5, QStringLiteral("プロシージャの呼び出し、または引数が不正です。"));
+    d->endEdit();
+    std::vector<Impl::Row> sorted;
+    sorted.reserve(d->rows.size());
+    for (const int i : order)
+        sorted.push_back(std::move(d->rows.at(size_t(i))));
+    d->rows = std::move(sorted);
+    d->pos = 0;
+    d->skipDeleted();
+}
+
 void Recordset::AddNew()
 {
     d->checkOpen();

@@ -12,7 +12,7 @@ QString InputListSection(int n)
 
 int InputListCount(IniAccess& ini)
 {
-    const int count = StrictInt(ini.get(QStringLiteral("KVRCAD0002COMBOMAX"), QStringLiteral("MAX")));
+    const int count = StrictIntSetting(ini, QStringLiteral("KVRCAD0002COMBOMAX"), QStringLiteral("MAX"));
     return qBound(0, count, kFirstMaterialList + kListsPerField - 1);
 }
 
@@ -22,7 +22,7 @@ InputList ReadInputList(IniAccess& ini, int n)
     list.number = n;
     list.section = InputListSection(n);
     list.items = ReadList(ini, list.section);
-    list.index = StrictInt(ini.get(list.section, QStringLiteral("INDEX")));
+    list.index = StrictIntSetting(ini, list.section, QStringLiteral("INDEX"));
     return list;
 }
 

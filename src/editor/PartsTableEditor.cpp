@@ -113,6 +113,7 @@ std::vector<PartsGrid::Line> PartsTableEditor::ReadStoredLines(Database& db, con
     std::unique_ptr<Recordset> rs;
     OpenRecordset(db, rs,
                   BuildListQuery(QStringLiteral("FORM LOAD"), QString(), dwgNo, assy, kind, QString()));
+    OrderByItemNumber(db, *rs);
     std::vector<PartsGrid::Line> lines;
     lines.reserve(size_t(std::max(0, rs->RecordCount())));
     static const QString fields[] = {QStringLiteral("CH_HINMEI"),  QStringLiteral("CH_ZAISHITU"),

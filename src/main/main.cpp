@@ -1,6 +1,7 @@
 // The program's entry: the start routine, then the event loop for as long as a screen is open.
 #include "Main.h"
 #include "AppContext.h"
+#include "Database.h"
 #include "Initial.h"
 #include "MainMenu.h"
 #include "QtJapanese.h"
@@ -33,5 +34,9 @@ int main(int argc, char** argv)
                                           [&ctx](MainMenu& m) { RegisterWorkScreens(m, ctx); });
     if (!menu)
         return 0;
-    return app.exec();
+    const int status = app.exec();
+    // A screen left open when the program ends still holds its connection: its log goes into the
+    // database file now, so that the file alone is whole once the program has gone.
+    Database::CheckpointAll();
+    return status;
 }

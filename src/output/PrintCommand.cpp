@@ -2,6 +2,7 @@
 #include "AppContext.h"
 #include "Connect.h"
 #include "Database.h"
+#include "IniFile.h"
 #include "LibreOffice.h"
 #include "PartsRecords.h"
 #include "PrintRequest.h"
@@ -243,9 +244,17 @@ int main(int argc, char** argv)
         printErr(QStringLiteral("buhinhyo-print: ") + ctx.IniPath + QStringLiteral(" がありません。"));
         return ExitSetup;
     }
+    // A file that is not a settings file at all is refused as the program refuses it at start.
+    if (const QString damage = IniFile::describeDamage(ctx.IniPath); !damage.isEmpty()) {
+        printErr(QStringLiteral("buhinhyo-print: 設定ファイルを読み込めません。") + ctx.IniPath +
+                 QStringLiteral(": ") + damage);
+        return ExitSetup;
+    }
     ctx.makeIni();
     QDir().mkpath(ctx.AppPath + QStringLiteral("WORK"));
     ctx.CurrentKind = kind;
+    // A print only reads: the database may be on a read-only medium or held by another program.
+    ctx.DbReadOnly = true;
     ctx.makerFilterOn = parser.isSet(makerOpt);
     ctx.makerFilterText = parser.value(makerOpt);
 

@@ -103,17 +103,23 @@ sqlite3* SqliteHandle(Database& db)
     return *static_cast<sqlite3* const*>(handle.constData());
 }
 
-// A print run's list on the local database, read straight from SQLite while the pages are laid
-// out: the records are counted first, then each one's fields go into the list as the UTF-8 the file
-// holds, without a QVariant or a QString per field, and without holding the whole list. Count and
-// rows come from one read transaction, so they agree.
+// A print run's list on the local database, read straight from SQLite: the records are counted
+// first, then each one's fields go into the list as the UTF-8 the file holds, without a QVariant or a
+// QString per field. A summary is read while the pages are laid out, without holding the whole list;
+// a full list is held in one block of UTF-8 to be handed over in item-number order. Count and rows
+// come from one read transaction, so they agree.
 class SqliteListReader
 {
 public:
-    SqliteListReader(sqlite3* handle, const QString& sql, bool sum) : m_handle(handle), m_sql(sql), m_sum(sum)
+    SqliteListReader(sqlite3* handle, const QString& sql, bool sum, bool perMaker)
+        : m_handle(handle), m_sql(sql), m_sum(sum)
     {
         try {
             start(sql, sum);
+            // The lines of a full list go in item-number order, which the text column does not
+            // give: they are read whole (in UTF-8) and handed over in that order.
+            if (!sum)
+                readInItemNumberOrder(perMaker);
         } catch (...) {
             finish();
             throw;
@@ -162,6 +168,55 @@ private:
 public:
     const ListTable::Utf8Row& next()
     {
+        if (!m_sum) {
+            if (m_next >= static_cast<size_t>(m_order.size()))
+                throw RuntimeError(3021, QStringLiteral("現在のレコードがありません。") +
+                                             QStringLiteral("\n(") + m_sql + u')');
+            size_t at = m_rowStarts[static_cast<size_t>(m_order[static_cast<qsizetype>(m_next++)])];
+            for (std::string_view& cell : m_row) {
+                size_t length = 0;
+                for (int shift = 0;; shift += 7) {
+                    const auto byte = static_cast<unsigned char>(m_block[at++]);
+                    length |= static_cast<size_t>(byte & 0x7f) << shift;
+                    if (byte < 0x80)
+                        break;
+                }
+                cell = std::string_view(m_block).substr(at, length);
+                at += length;
+            }
+            return m_row;
+        }
+        return step();
+    }
+
+private:
+    void readInItemNumberOrder(bool perMaker)
+    {
+        QStringList itemNumbers, makers;
+        for (size_t r = 0; r < m_rows; ++r) {
+            const ListTable::Utf8Row& row = step();
+            m_rowStarts.push_back(m_block.size());
+            // Each cell as its length (7 bits a byte, low first) and its bytes.
+            for (const std::string_view cell : row) {
+                for (size_t length = cell.size();; length >>= 7) {
+                    m_block.push_back(static_cast<char>((length & 0x7f) | (length > 0x7f ? 0x80 : 0)));
+                    if (length <= 0x7f)
+                        break;
+                }
+                m_block.append(cell);
+            }
+            const std::string_view zno = field(m_at->zno);
+            itemNumbers << QString::fromUtf8(zno.data(), static_cast<qsizetype>(zno.size()));
+            if (perMaker)
+                makers << QString::fromUtf8(row[LcMaker - 1].data(),
+                                            static_cast<qsizetype>(row[LcMaker - 1].size()));
+        }
+        m_order = ItemNumberOrder(itemNumbers, makers, true);
+        finish();
+    }
+
+    const ListTable::Utf8Row& step()
+    {
         const int rc = sqlite3_step(m_stmt);
         if (rc == SQLITE_DONE)
             throw RuntimeError(3021, QStringLiteral("現在のレコードがありません。") + QStringLiteral("\n(") +
@@ -184,8 +239,10 @@ public:
         m_row[LcKingk - 1] = number(at.kingk, 1);
         if (!m_sum) {
             m_row[LcZno - 1] = field(at.zno);
-            if (yesNo(at.kakko)) {
-                m_bracketed = '(' + std::string(m_row[LcZno - 1]) + ')';
+            const std::string_view zno = m_row[LcZno - 1];
+            // A stored item number carries its brackets already: one pair is shown.
+            if (yesNo(at.kakko) && !(zno.size() >= 2 && zno.front() == '(' && zno.back() == ')')) {
+                m_bracketed = '(' + std::string(zno) + ')';
                 m_row[LcZno - 1] = m_bracketed;
             }
             m_row[LcTanka - 1] = number(at.tanka, 2);
@@ -262,6 +319,12 @@ private:
     size_t m_rows = 0;
     size_t m_read = 0;
     ListTable::Utf8Row m_row;
+    // A full list read whole: its cells one after another, where each row starts, the order to give
+    // the rows in.
+    std::string m_block;
+    std::vector<size_t> m_rowStarts;
+    QList<int> m_order;
+    size_t m_next = 0;
     std::string m_bracketed;
     char m_numbers[5][32];
 };
@@ -277,7 +340,7 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     const QString sql =
         BuildListQuery(request.modeString, filterWord, request.dwgNo, request.assy, request.kind, maker);
     if (sqlite3* handle = SqliteHandle(db)) {
-        auto reader = std::make_shared<SqliteListReader>(handle, sql, sum);
+        auto reader = std::make_shared<SqliteListReader>(handle, sql, sum, mode.paging == u"PAGE");
         const size_t rows = reader->rows();
         return ListTable::streamed(rows, [reader]() -> const ListTable::Utf8Row& { return reader->next(); });
     }
@@ -304,6 +367,8 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     // The row counter is 16-bit: a list longer than 32,767 records stops with the overflow error.
     Int16 count;
     ListRow row;
+    const bool perMaker = mode.paging == u"PAGE";
+    QStringList itemNumbers, makers;
     while (q.next()) {
         ++count;
         row.at(LcHinmei) = text(at.hinmei);
@@ -316,7 +381,13 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
         row.at(LcKingk) = NumberText(q.value(at.kingk));
         if (!sum) {
             const QString itemNumber = text(at.zno);
-            row.at(LcZno) = YesNo(q.value(at.kakko)) ? u'(' + itemNumber + u')' : itemNumber;
+            itemNumbers << itemNumber;
+            if (perMaker)
+                makers << row.at(LcMaker);
+            // A stored item number carries its brackets already: one pair is shown.
+            const bool bracketed =
+                itemNumber.startsWith(u'(') && itemNumber.endsWith(u')') && itemNumber.size() > 1;
+            row.at(LcZno) = YesNo(q.value(at.kakko)) && !bracketed ? u'(' + itemNumber + u')' : itemNumber;
             row.at(LcTanka) = NumberText(q.value(at.tanka));
             row.at(LcNumber) = NumberText(q.value(at.number));
             row.at(LcHaishi) = YesNo(q.value(at.haishi)) ? QStringLiteral("True") : QStringLiteral("False");
@@ -326,7 +397,13 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
     }
     if (q.lastError().isValid())
         throw DatabaseError(q.lastError(), sql);
-    return table;
+    if (sum)
+        return table;
+    ListTable ordered;
+    ordered.reserve(table.size());
+    for (const int i : ItemNumberOrder(itemNumbers, makers))
+        ordered.push_back(table[static_cast<size_t>(i)]);
+    return ordered;
 }
 
 ListTable FillSampleData()

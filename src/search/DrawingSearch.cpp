@@ -306,7 +306,12 @@ QWidget* createDrawingSearch(AppContext& ctx, QWidget* owner, SearchHooks hooks)
 {
     auto* screen = new DrawingSearchScreen(ctx, std::move(hooks), nullptr);
     EnableMenuButtons(ctx, false);
-    screen->load();
+    // A screen that could not open (its box has been shown) goes again instead of staying half built.
+    if (!screen->load()) {
+        delete screen;
+        ctx.DbConnection.reset();
+        throw CommandEnded();
+    }
     ShowScreen(screen, owner);
     return screen;
 }

@@ -53,15 +53,16 @@ OutputSettingsScreen::OutputSettingsScreen(AppContext& ctx, QWidget* owner,
     // Opening: kind "1", the customer list, the drop-downs, then the database connection.
     m_ctx.CurrentKind = QStringLiteral("1");
     buildControls();
-    guardCommand(*m_ctx.messages, [this] { FillComboFromList(*m_ctx.ini, m_user, QStringLiteral("USER")); });
+    m_opened = guardCommand(*m_ctx.messages,
+                            [this] { FillComboFromList(*m_ctx.ini, m_user, QStringLiteral("USER")); });
     m_user->setCurrentIndex(-1);
-    guardCommand(*m_ctx.messages, [this] {
-        const ConnectResult connected = ConnectDatabase(m_ctx);
-        m_connection = m_ctx.DbConnection;
-        // The connect routine has explained why the program cannot go on.
-        if (connected.endProgram)
-            QCoreApplication::exit(1);
-    });
+    m_opened = m_opened && guardCommand(*m_ctx.messages, [this] {
+                   const ConnectResult connected = ConnectDatabase(m_ctx);
+                   m_connection = m_ctx.DbConnection;
+                   // The connect routine has explained why the program cannot go on.
+                   if (connected.endProgram)
+                       QCoreApplication::exit(1);
+               });
 }
 
 OutputSettingsScreen::~OutputSettingsScreen() = default;
@@ -660,6 +661,11 @@ void OutputSettingsScreen::closeEvent(QCloseEvent* event)
 QWidget* createOutputSettings(AppContext& ctx, QWidget* owner)
 {
     auto* screen = new OutputSettingsScreen(ctx, owner);
+    // A screen that could not open (its box has been shown) goes again instead of staying half built.
+    if (!screen->opened()) {
+        delete screen;
+        throw CommandEnded();
+    }
     screen->setAttribute(Qt::WA_DeleteOnClose);
     if (ctx.enableMenuButtons)
         ctx.enableMenuButtons(false);

@@ -25,6 +25,8 @@ class OutputSettingsScreen : public QWidget
 public:
     OutputSettingsScreen(AppContext& ctx, QWidget* owner, std::unique_ptr<SettingsWorkbooks> workbooks = {});
     ~OutputSettingsScreen() override;
+    // False when its opening failed (the box has been shown): the screen is not to be used.
+    bool opened() const { return m_opened; }
 
     // The commands behind the buttons (each runs with the button row and frames disabled).
     void search();
@@ -85,6 +87,7 @@ private:
     AppContext& m_ctx;
     std::unique_ptr<SettingsWorkbooks> m_workbooks;
     std::shared_ptr<Database> m_connection;
+    bool m_opened = false;
 
     QComboBox* m_user = nullptr;
     QPushButton* m_newUser = nullptr;

@@ -91,7 +91,7 @@ private Q_SLOTS:
         QFile::setPermissions(m_path, QFileDevice::ReadOwner);
         QVERIFY(!ini.put(u"A"_s, u"K"_s, u"2"_s));
         QCOMPARE(m_msgs.texts().last(), u"ＩＮＩファイル書き込みエラー"_s);
-        QCOMPARE(m_msgs.shown.last().detail, u"設定ファイルが読み取り専用です。\nファイル："_s + m_path);
+        QCOMPARE(m_msgs.shown.last().detail, m_path + u"\n設定ファイルが読み取り専用です。"_s);
         QCOMPARE(ini.get(u"A"_s, u"K"_s), u"1"_s);
         QFile::setPermissions(m_path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
         // A stray control byte in a comment is read past; a NUL byte means no text file at all.
@@ -142,6 +142,19 @@ private Q_SLOTS:
         QCOMPARE(AddToList(ini, u"user"_s, QString()), u"REWRITE"_s);
         QCOMPARE(writes, QStringList({u"MAKER/MAX=4"_s, u"MAKER/4=thk"_s, u"user/MAX=1"_s, u"user/1="_s}));
         QVERIFY_THROWS_EXCEPTION(RuntimeError, AddToList(ini, u"BAD"_s, u"v"_s));
+        // A count that is no integer, or none of 32 bits, names the file, section, key and value.
+        ini.put(u"HUGE"_s, u"MAX"_s, u"2147483648"_s);
+        for (const auto& [section, value, number] :
+             {std::tuple{u"BAD"_s, u"x"_s, 13}, {u"HUGE"_s, u"2147483648"_s, 6}}) {
+            try {
+                ReadList(ini, section);
+                QFAIL("a count that is no integer must fail");
+            } catch (const RuntimeError& e) {
+                QCOMPARE(e.number(), number);
+                QCOMPARE(e.cause(),
+                         u"設定ファイル %1 の [%2] キー MAX の値「%3」"_s.arg(m_path, section, value));
+            }
+        }
         // A list without "MAX": the reader's box, then the run-time error.
         QVERIFY_THROWS_EXCEPTION(RuntimeError, AddToList(ini, u"NONE"_s, u"v"_s));
         QCOMPARE(m_msgs.shown.size(), 2);

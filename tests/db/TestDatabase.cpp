@@ -1,10 +1,13 @@
 #include "Connect.h"
 #include "DbTestSupport.h"
+#include "ListQuery.h"
 #include "PartsRecords.h"
+#include "PrintList.h"
 #include "RuntimeError.h"
 #include "TestSupport.h"
 
 #include <QProcess>
+#include <QScopeGuard>
 #include <QSqlQuery>
 #include <QtTest>
 #include <cstdio>
@@ -118,6 +121,33 @@ class TestDatabase : public QObject
         return u"[DBMS]\r\nDB=%1\r\n[%1]\r\nPRV=%2\r\nDSN=%3\r\nUID=%4\r\nPWD=%5\r\n"_s.arg(
             section, provider, qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"),
             qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"), password);
+    }
+
+    // Saves lines into the file in a child process and kills it (SIGKILL) once it reported at least
+    // the given number; returns the number it reported.
+    static int saveAndKill(const QString& file, int atLeast)
+    {
+        QProcess saver;
+        saver.start(QCoreApplication::applicationFilePath(), {u"--save-into"_s, file});
+        int saved = 0;
+        QByteArray out;
+        while (saved < atLeast && saver.waitForReadyRead(20000)) {
+            out += saver.readAllStandardOutput();
+            const qsizetype end = out.lastIndexOf("saved ");
+            if (end >= 0 && out.indexOf('\n', end) > 0)
+                saved = out.mid(end + 6, out.indexOf('\n', end) - end - 6).toInt();
+        }
+        if (saved < atLeast)
+            qWarning() << saver.readAllStandardError();
+        saver.kill();
+        return saver.waitForFinished(10000) && saver.exitStatus() == QProcess::CrashExit ? saved : -1;
+    }
+    static bool sqliteShell(const QString& file, const QString& command)
+    {
+        QProcess shell;
+        shell.start(u"sqlite3"_s, {file, command});
+        return shell.waitForFinished(60000) && shell.exitCode() == 0 &&
+               shell.readAllStandardError().isEmpty();
     }
 
 private Q_SLOTS:
@@ -300,6 +330,46 @@ private Q_SLOTS:
         QVERIFY(!numbers.contains(u"0"_s));
     }
 
+    void linesAreReadInItemNumberOrder()
+    {
+        // Item number text, maker, bracketed: text order puts "(252)" first and "1000" before "999".
+        Database& db = m_f.db();
+        QList<PartsLine> lines;
+        for (const auto& [zno, maker, kakko] : {std::tuple{u"999"_s, u"THK"_s, false},
+                                                {u"1000"_s, u"ミスミ"_s, false},
+                                                {u"251"_s, u"thk"_s, false},
+                                                {u"(252)"_s, u"ミスミ"_s, true},
+                                                {u"(1001)"_s, u"THK"_s, true},
+                                                {u"0253"_s, u"ミスミ"_s, false},
+                                                {u"253"_s, u"ミスミ"_s, false}}) {
+            PartsLine l = line(zno, zno.repeated(60)); // a long name goes with its line
+            l.maker = maker;
+            l.kakko = kakko;
+            lines << l;
+        }
+        SaveTable(db, header(), lines, kDate);
+        const QStringList all{u"251"_s, u"(252)"_s, u"0253"_s, u"253"_s, u"999"_s, u"1000"_s, u"(1001)"_s};
+        // Per maker (in the database's order of makers, case ignored), then by item number.
+        const QStringList paged{u"251"_s, u"999"_s, u"(1001)"_s, u"(252)"_s, u"0253"_s, u"253"_s, u"1000"_s};
+        for (const bool perMaker : {false, true}) {
+            const QString mode = ListMode::forPrint(false, perMaker);
+            Recordset rs(db, BuildListQuery(perMaker ? mode : u"FORM LOAD"_s, {}, u"K-2401"_s, u"250-01"_s,
+                                            u"1"_s, {}));
+            OrderByItemNumber(db, rs, perMaker);
+            QCOMPARE(rs.ColumnTexts(u"CH_ZNO"_s), perMaker ? paged : all);
+            const ListTable list =
+                FillListFromDatabase(db, {mode, u"K-2401"_s, u"250-01"_s, u"1"_s, false, {}});
+            QStringList printed;
+            for (size_t i = 0; i < list.size(); ++i) {
+                const ListRow row = list[i];
+                QCOMPARE(row.at(LcHinmei), row.at(LcZno).repeated(60));
+                printed << QString::fromUtf8(row.at(LcZno).toUtf8()); // a copy: the row goes with the next
+            }
+            // A bracketed item number prints with the one pair it carries.
+            QCOMPARE(printed, perMaker ? paged : all);
+        }
+    }
+
     void emptyNumberCellsKeepTheStoredValues()
     {
         Database& db = m_f.db();
@@ -384,19 +454,8 @@ private Q_SLOTS:
             QSKIP("the server keeps its own data safe; this is about the local file");
         // Killed as the power switch or the task manager would, well into a long save.
         const QString file = makeSqliteDatabase(m_app->dir.path(), u"killed.sqlite"_s);
-        QProcess saver;
-        saver.start(QCoreApplication::applicationFilePath(), {u"--save-into"_s, file});
-        int saved = 0;
-        QByteArray out;
-        while (saved < 300 && saver.waitForReadyRead(20000)) {
-            out += saver.readAllStandardOutput();
-            const qsizetype end = out.lastIndexOf("saved ");
-            if (end >= 0 && out.indexOf('\n', end) > 0)
-                saved = out.mid(end + 6, out.indexOf('\n', end) - end - 6).toInt();
-        }
-        QVERIFY2(saved >= 300, saver.readAllStandardError().constData());
-        saver.kill();
-        QVERIFY(saver.waitForFinished(10000) && saver.exitStatus() == QProcess::CrashExit);
+        const int saved = saveAndKill(file, 300);
+        QVERIFY(saved >= 300);
         // The file opens through the program's own connection, is whole, and holds every reported
         // line complete and in order.
         auto db = OpenConnectionText(LocalConnectionText(file));
@@ -410,6 +469,74 @@ private Q_SLOTS:
             const PartsLine l = numberedLine(i);
             QCOMPARE(lines[i - 1], QStringList({l.zno, l.hinmei, l.suryo}).join(u'|'));
         }
+    }
+
+    void closingLeavesNoLogAndTheShellBacksUpAndRestores()
+    {
+        if (DbFixture::postgresql())
+            QSKIP("the server keeps its own data safe; this is about the local file");
+        // The program ends while a screen still holds its connection: the log goes into the file, and
+        // the file alone holds every row.
+        const QString file = m_app->path(u"DB/CADDB.sqlite"_s), backup = m_app->path(u"backup.sqlite"_s);
+        auto db = Database::openSqliteFile(file);
+        QList<PartsLine> lines;
+        for (int i = 1; i <= 500; ++i)
+            lines << numberedLine(i);
+        SaveTable(*db, header(), lines, kDate);
+        QVERIFY(QFileInfo(file + u"-wal"_s).size() > 0);
+        Database::CheckpointAll();
+        QCOMPARE(QFileInfo(file + u"-wal"_s).size(), 0);
+        QVERIFY(QFile::copy(file, m_app->path(u"copy.sqlite"_s)));
+        QCOMPARE(countRows(*Database::openSqliteFile(m_app->path(u"copy.sqlite"_s)), kAll), 500);
+        db.reset();
+        // Backed up, changed, restored as the README says, also over a log left by a save that was killed.
+        QVERIFY(sqliteShell(file, u".backup '"_s + backup + u"'"_s));
+        m_app->exec(u"DELETE FROM BUHINHYO_M WHERE INT_NUMBER > 100"_s);
+        QVERIFY(saveAndKill(file, 50) >= 50);
+        QVERIFY(QFileInfo(file + u"-wal"_s).size() > 0);
+        QVERIFY(sqliteShell(file, u".restore '"_s + backup + u"'"_s));
+        QCOMPARE(m_app->count(u"SELECT COUNT(*) FROM BUHINHYO_M"_s), 500);
+        QCOMPARE(stored(*Database::openSqliteFile(file), {u"CH_HINMEI"_s}).last(), numberedLine(500).hinmei);
+    }
+
+    void readOnlyWorkOnlyReads()
+    {
+        if (DbFixture::postgresql())
+            QSKIP("read-only opening is about the local file");
+        // A file the program did not make (rollback journal) that another program is reading.
+        const QString foreign = makeSqliteDatabase(m_app->dir.path(), u"foreign.sqlite"_s);
+        QSqlDatabase reader = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"reader"_s);
+        reader.setDatabaseName(foreign);
+        QVERIFY(reader.open());
+        {
+            QSqlQuery q(reader);
+            QVERIFY(q.exec(u"BEGIN"_s) && q.exec(u"SELECT COUNT(*) FROM BUHINHYO"_s) && q.next());
+            auto db = Database::openSqliteFile(foreign, 100, true);
+            QCOMPARE(countRows(*db, u"SELECT * FROM BUHINHYO"_s), 0);
+            QVERIFY_THROWS_EXCEPTION(RuntimeError, db->Execute(u"DELETE FROM BUHINHYO"_s));
+            db.reset();
+            QVERIFY(q.exec(u"COMMIT"_s) && q.exec(u"PRAGMA journal_mode"_s) && q.next());
+            QCOMPARE(q.value(0).toString(), u"delete"_s);
+        }
+        reader.close();
+        reader = QSqlDatabase();
+        QSqlDatabase::removeDatabase(u"reader"_s);
+        // The program's own file (WAL) on a medium that cannot be written, as the batch print connects.
+        SaveHeader(*Database::openSqliteFile(m_app->path(u"DB/CADDB.sqlite"_s)), header());
+        const QString medium = m_app->path(u"medium"_s);
+        QVERIFY(QDir().mkpath(medium));
+        if (QProcess::execute(u"mount"_s, {u"-t"_s, u"tmpfs"_s, u"-o"_s, u"size=4m"_s, u"tmpfs"_s, medium}) !=
+            0)
+            QSKIP("no tmpfs can be mounted here (needs root)");
+        const auto unmount = qScopeGuard([&] { QProcess::execute(u"umount"_s, {medium}); });
+        QVERIFY(QDir().mkpath(medium + u"/DB"_s));
+        QVERIFY(QFile::copy(m_app->path(u"DB/CADDB.sqlite"_s), medium + u"/DB/CADDB.sqlite"_s));
+        QCOMPARE(QProcess::execute(u"mount"_s, {u"-o"_s, u"remount,ro"_s, medium}), 0);
+        m_app->ctx.AppPath = medium + u'/';
+        m_app->ctx.DbReadOnly = true;
+        QVERIFY(!connect(local(u"DB\\CADDB.sqlite"_s)).endProgram);
+        QVERIFY(ReadHeader(*m_app->ctx.DbConnection, u"250-01"_s, u"K-2401"_s, u"1"_s));
+        m_app->ctx.DbConnection.reset();
     }
 
     void localFileBecomesTheSharedConnection()

@@ -106,6 +106,43 @@ private Q_SLOTS:
         QCOMPARE(f->count(u"SELECT COUNT(*) FROM BUHINHYO_M"_s), 4);
     }
 
+    void linesKeepTheirOrderAndNumbersOverSaves()
+    {
+        // The shipped sample (its last line bracketed "(272)"), and 60 lines numbered 951 to 1010 with
+        // two bracketed: text order would put "(272)" first and "1000" before "951".
+        for (const QString& statement :
+             QString::fromUtf8(readFileBytes(sourceDir() + u"/data/sample-data.sql"_s)).split(u";\n"_s)) {
+            QStringList kept = statement.split(u'\n').filter(QRegularExpression(u"^(?!--)"_s));
+            if (!kept.join(QString()).trimmed().isEmpty())
+                f->exec(kept.join(u'\n'));
+        }
+        QList<QStringList> lines;
+        for (int n = 1010; n >= 951; --n) {
+            const bool bracketed = n == 960 || n == 1005;
+            lines.prepend({(bracketed ? u"(%1)"_s : u"%1"_s).arg(n), u"L%1"_s.arg(n), u"0"_s,
+                           bracketed ? u"1"_s : u"0"_s});
+        }
+        f->storeTable(u"D-950"_s, u"950-01"_s, u"1"_s, u"組立"_s, u"客先A"_s, lines);
+        for (const auto& [dwgNo, assy, name] : {std::tuple{u"K-2401"_s, u"250-01"_s, u"搬送ユニット"_s},
+                                                {u"D-950"_s, u"950-01"_s, u"組立"_s}}) {
+            const QString query =
+                u"SELECT CH_ZNO, CH_HINMEI FROM BUHINHYO_M WHERE CH_DWGNO = '%1' AND CH_BUHIN "
+                u"= '1' ORDER BY INT_NUMBER"_s.arg(dwgNo);
+            const QStringList stored = f->lines(query);
+            for (int save = 0; save <= 3; ++save) {
+                ed->open({dwgNo, assy, name, u"1"_s, u"2026/11/21"_s, u"山田"_s});
+                QStringList shown;
+                for (int r = 1; r < ed->grid().rows(); ++r)
+                    shown << ed->grid().cell(r, Zno) + u'|' + ed->grid().cell(r, Hinmei);
+                QCOMPARE(shown, stored);
+                ed->header().customer = u"客先A"_s;
+                if (save < 3)
+                    QCOMPARE(ed->save(), PartsTableEditor::SaveResult::Saved);
+            }
+            QCOMPARE(f->lines(query), stored);
+        }
+    }
+
     void inputListsFollowTheirIndex()
     {
         // Slots 0 to 3 feed the name field and 4 to 7 the material field, in slot order; list 3 (slot

@@ -229,6 +229,29 @@ private Q_SLOTS:
         QCOMPARE(text(s, 5, 6), u"1 / 3"_s);
     }
 
+    void linesPrintInItemNumberOrder()
+    {
+        // Stored last to first; two bracketed lines carry their brackets in the stored item number.
+        std::vector<StoredLine> lines;
+        QStringList expected;
+        for (int n = 1010; n >= 951; --n) {
+            StoredLine l;
+            l.kakko = n == 960 || n == 1005;
+            l.zno = (l.kakko ? u"(%1)"_s : u"%1"_s).arg(n);
+            l.hinmei = u"L%1"_s.arg(n);
+            l.suryo = 1;
+            lines.push_back(l);
+            expected.prepend(l.zno);
+        }
+        f->addTable(u"DWG-95"_s, u"01"_s, u"1"_s, lines);
+        xlsx::Workbook book = run(SampleRequest(), u"order.xlsx"_s);
+        const xlsx::Worksheet& s = book.sheet("部品表");
+        QStringList printed;
+        for (int i = 0; i < 60; ++i)
+            printed << text(s, (i / 40) * 50 + 8 + i % 40, 1);
+        QCOMPARE(printed, expected);
+    }
+
     void keptWorkbookAndTestMode()
     {
         // The settings screen's test print fills ten sample lines.
@@ -538,6 +561,32 @@ private Q_SLOTS:
         f->exec(u"UPDATE SETTEI SET CH_ORGPATH = ''"_s);
         std::tie(code, err) = batch({u"--out"_s, out.filePath(u"batch.xlsx"_s)});
         QVERIFY2(code == 5 && err.contains(u"雛形ファイルが指定されていません"_s), qPrintable(err));
+    }
+
+    void batchCommandRefusesASettingsFileThatIsNoText()
+    {
+        const QString program = qEnvironmentVariable("BUHINHYO_BINARY_DIR") + u"/app/buhinhyo-print"_s;
+        if (!QFile::exists(program))
+            QSKIP("buhinhyo-print is not built");
+        QVERIFY(QFile::copy(program, f->path(u"buhinhyo-print"_s)));
+        // UTF-16 with its byte-order mark, and a binary file.
+        for (const QByteArray& bytes :
+             {QByteArray("\xff\xfe[\0D\0B\0M\0S\0]\0\r\0\n\0", 16), QByteArray("\x7f"
+                                                                               "ELF\2\1\1\0\0\0\0\0\0\0\0\0",
+                                                                               16)}) {
+            QFile ini(f->path(u"PARA.ini"_s));
+            QVERIFY(ini.open(QIODevice::WriteOnly | QIODevice::Truncate) && ini.write(bytes) == bytes.size());
+            ini.close();
+            QProcess p;
+            p.start(f->path(u"buhinhyo-print"_s),
+                    {u"--dwgno"_s, u"DWG-95"_s, u"--assy"_s, u"01"_s, u"--kind"_s, u"1"_s, u"--customer"_s,
+                     PrintFixture::customer});
+            QVERIFY(p.waitForFinished(60000));
+            const QString err = QString::fromUtf8(p.readAllStandardError());
+            QVERIFY2(p.exitCode() == 2 && err.startsWith(u"buhinhyo-print: 設定ファイルを読み込めません。"_s +
+                                                         f->path(u"PARA.ini"_s) + u": 1 行目"_s),
+                     qPrintable(err));
+        }
     }
 
     // The template copied to the work copy, and old .xls templates converted by LibreOffice.

@@ -1,3 +1,4 @@
+#include "CommandGuard.h"
 #include "DrawingSearch.h"
 #include "PartsTableEditor.h"
 #include "ScreenTestHelpers.h"
@@ -188,6 +189,23 @@ private Q_SLOTS:
         enter(u"D-101"_s, u"300-01"_s); // a table without lines still loses its header
         click(screen, "cmd3");
         QCOMPARE(tables().count(u' '), 2);
+    }
+
+    void aScreenThatCannotOpenGoesAfterItsBox()
+    {
+        // A maker count that is no integer, or none of 32 bits: the error box naming the key, and no
+        // half-built screen left behind.
+        for (const auto& [count, box] : {std::pair{u"abc"_s, u"13':\n\n型が一致しません。"_s},
+                                         {u"2147483648"_s, u"6':\n\nオーバーフローしました。"_s}}) {
+            f->writeIni(
+                QString(AppFolder::kIni).replace(u"[MAKER]\r\nMAX=2"_s, u"[MAKER]\r\nMAX="_s + count));
+            f->messages.clear();
+            QVERIFY_THROWS_EXCEPTION(CommandEnded, createDrawingSearch(f->ctx, nullptr, {}));
+            QCOMPARE(f->shownBoxes(), QStringList(u"エラー|実行時エラー '"_s + box));
+            QVERIFY(f->messages.shown[0].detail.endsWith(u" の [MAKER] キー MAX の値「"_s + count + u"」"_s));
+            for (QWidget* w : QApplication::topLevelWidgets())
+                QVERIFY(!qobject_cast<DrawingSearchScreen*>(w));
+        }
     }
 
     void dataSearchHookAndEnd()

@@ -1,3 +1,4 @@
+#include "CommandGuard.h"
 #include "CommonWidgets.h"
 #include "IniAccess.h"
 #include "NewCustomerDialog.h"
@@ -363,6 +364,12 @@ private Q_SLOTS:
         s->close();
         QTRY_VERIFY(s.isNull());
         QCOMPARE(menu, QList<bool>({false, true}));
+        // A customer count that is no integer: the error box naming the key, and no half-built screen.
+        f->writeIni(QString(AppFolder::kIni).replace(u"[USER]\r\nMAX=2"_s, u"[USER]\r\nMAX=abc"_s));
+        f->messages.clear();
+        QVERIFY_THROWS_EXCEPTION(CommandEnded, createOutputSettings(f->ctx, nullptr));
+        QCOMPARE(f->messages.texts(), QStringList(u"実行時エラー '13':\n\n型が一致しません。"_s));
+        QVERIFY(f->messages.shown[0].detail.endsWith(u" の [USER] キー MAX の値「abc」"_s));
     }
 
     // The new customer dialog KVRCAD0102 over the settings file's customer list.
