@@ -480,7 +480,7 @@ private Q_SLOTS:
         fillDisk(full);
         const auto [code, err] =
             batch({u"--out"_s, full + u"/list.xlsx"_s, u"--pdf"_s, full + u"/list.pdf"_s});
-        QVERIFY2(code == 7 && err.count(u"No space left on device"_s) == 2, qPrintable(err));
+        QVERIFY2(code == 7 && err.count(u"空き容量がありません"_s) == 2, qPrintable(err));
         QCOMPARE(readFileBytes(full + u"/list.xlsx"_s) + readFileBytes(full + u"/list.pdf"_s),
                  QByteArray("old listold pdf"));
         QCOMPARE(QDir(full).entryList(QDir::Files),
@@ -489,8 +489,11 @@ private Q_SLOTS:
         // cause is the box's detail and on stderr.
         QCOMPARE(mountSmallDisk(f->path(u"WORK"_s)), 0);
         fillDisk(f->path(u"WORK"_s));
-        for (const auto& [number, cause] : {std::pair{u"75"_s, u"No space left on device"_s},
-                                            {u"76"_s, u"WORK はフォルダではなくファイルです"_s}}) {
+        // The batch command speaks Japanese, the system's messages included.
+        const QString fileCause = u"WORK はフォルダではなくファイルです"_s;
+        for (const auto& [number, cause, batchCause] :
+             {std::tuple{u"75"_s, u"No space left on device"_s, u"空き容量がありません"_s},
+              {u"76"_s, fileCause, fileCause}}) {
             f->messages.clear();
             RecordingPresenter none;
             QCOMPARE(RunPrint(f->ctx, SampleRequest(), OpenXlsxOutputWorkbook, none),
@@ -500,7 +503,7 @@ private Q_SLOTS:
                 QStringList(u"雛形ファイルを作業ファイルにコピーできませんでした。エラーＣＤ："_s + number));
             QVERIFY2(f->messages.shown[0].detail.contains(cause), qPrintable(f->messages.shown[0].detail));
             const auto [batchCode, batchErr] = batch({u"--out"_s, out.filePath(u"none.xlsx"_s)});
-            QVERIFY2(batchCode == 5 && batchErr.contains(cause), qPrintable(batchErr));
+            QVERIFY2(batchCode == 5 && batchErr.contains(batchCause), qPrintable(batchErr));
             ::umount2(QFile::encodeName(f->path(u"WORK"_s)).constData(), MNT_DETACH);
             QDir(f->path(u"WORK"_s)).removeRecursively();
             writeCp932File(f->path(u"WORK"_s), u"not a folder"_s);
@@ -580,7 +583,7 @@ private Q_SLOTS:
             QProcess p;
             p.start(f->path(u"buhinhyo-print"_s),
                     {u"--dwgno"_s, u"DWG-95"_s, u"--assy"_s, u"01"_s, u"--kind"_s, u"1"_s, u"--customer"_s,
-                     PrintFixture::customer});
+                     PrintFixture::customer, u"--out"_s, f->path(u"out.xlsx"_s)});
             QVERIFY(p.waitForFinished(60000));
             const QString err = QString::fromUtf8(p.readAllStandardError());
             QVERIFY2(p.exitCode() == 2 && err.startsWith(u"buhinhyo-print: 設定ファイルを読み込めません。"_s +
