@@ -359,4 +359,14 @@ struct BookImpl {
 
 std::string cellText(const BookImpl& book, const Cell& c);
 
+// The sheet behind a worksheet handle, loaded; throws for a chart or dialog sheet.
+SheetImpl& loadedSheet(SheetImpl* s);
+
+// A rewrite of a formula or a range list: the new text, or nothing when it stays as it is.
+using RefRewrite = std::function<std::optional<std::string>(std::string_view)>;
+// Rewrites every formula-bearing node of a sheet's XML (conditional formats, validations,
+// hyperlink locations, extension lists) with fn, and with sq the ranges they cover when sqrefToo;
+// returns true when something changed.
+bool rewriteSheetXml(pugi::xml_node root, const RefRewrite& fn, bool sqrefToo, const RefRewrite& sq);
+
 } // namespace xlsx::detail
