@@ -430,6 +430,18 @@ void Workbook::showOnlySheet(std::size_t index)
         }
         ++position;
     }
+    // a renderer prints every sheet that has a print area, hidden or not
+    if (auto names = book.definedNames(false)) {
+        std::vector<pugi::xml_node> others;
+        for (auto n : names.children())
+            if (std::strcmp(n.attribute("name").value(), "_xlnm.Print_Area") == 0 &&
+                n.attribute("localSheetId") && n.attribute("localSheetId").as_uint() != index)
+                others.push_back(n);
+        for (auto n : others)
+            names.remove_child(n);
+        if (!names.first_child())
+            root.remove_child(names);
+    }
     for (auto view : childL(root, "bookViews").children()) {
         for (const char* name : {"activeTab", "firstSheet"}) {
             auto a = view.attribute(name);

@@ -316,7 +316,8 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
             fd->breakRows.push_back(b.id + 1);
     fd->extras = std::make_shared<pugi::xml_document>();
     auto holder = fd->extras->append_child("form");
-    auto cf = holder.append_child("cf"), dv = holder.append_child("dv"), hl = holder.append_child("hl");
+    auto cf = holder.append_child("cf"), dv = holder.append_child("dv"), hl = holder.append_child("hl"),
+         xdv = holder.append_child("xdv");
     auto inside = [&](std::string_view sqref) {
         bool any = false, ok = true;
         rewriteSqref(sqref, [&](Ref& r) {
@@ -330,6 +331,14 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
     };
     auto root = s.doc.document_element();
     // what would stop a page from being added is found now, before anything is written
+    for (auto& m : s.merges)
+        if ((m.firstRow < firstRow && m.lastRow >= firstRow) ||
+            (m.firstRow <= lastRow && m.lastRow > lastRow))
+            throw Error("シート \"" + s.name + "\" の結合セル " + cellName(m.firstRow, m.firstCol) + ":" +
+                        cellName(m.lastRow, m.lastCol) + " が1ページの行（" + std::to_string(firstRow) +
+                        "〜" + std::to_string(lastRow) +
+                        "行）の境目で切れます。１頁行数を結合セルの下端に合わせるか、"
+                        "結合を解除して下さい。");
     if (lastRow < kMaxRow) {
         s.checkInsert(lastRow + 1, lastRow - firstRow + 1);
         FormulaShift threeD(*s.book, s.name, lastRow + 1, lastRow - firstRow + 1);
@@ -346,6 +355,24 @@ PageForm Worksheet::snapshotRows(int firstRow, int lastRow) const
             for (auto h : n.children())
                 if (inside(h.attribute("ref").value()))
                     hl.append_copy(h);
+        } else if (std::strcmp(ln, "extLst") == 0) {
+            // validations of the newer kind (lists read from other sheets): each extension with the
+            // ones inside the form
+            for (auto ext : n.children()) {
+                auto list = childL(ext, "dataValidations");
+                if (!list)
+                    continue;
+                auto copy = xdv.append_copy(ext);
+                auto copied = childL(copy, "dataValidations");
+                std::vector<pugi::xml_node> outside;
+                for (auto v : copied.children())
+                    if (!inside(childL(v, "sqref").text().get()))
+                        outside.push_back(v);
+                for (auto v : outside)
+                    copied.remove_child(v);
+                if (!copied.find_child([](pugi::xml_node c) { return c.type() == pugi::node_element; }))
+                    xdv.remove_child(copy);
+            }
         }
     }
     s.snapshotObjects(*fd, holder);
@@ -467,6 +494,45 @@ void Worksheet::pasteForm(const PageForm& form, int topRow)
             dvNode.attribute("count").set_value(cnt);
         else
             dvNode.append_attribute("count") = cnt;
+    }
+    for (auto ext : holder.child("xdv").children()) {
+        // into the sheet's extension of the same kind, made again when the sheet no longer has it
+        auto extLst = ensureChild(root, "extLst", kWorksheetOrder);
+        pugi::xml_node target;
+        for (auto e : extLst.children())
+            if (std::strcmp(e.attribute("uri").value(), ext.attribute("uri").value()) == 0 &&
+                childL(e, "dataValidations"))
+                target = childL(e, "dataValidations");
+        auto from = childL(ext, "dataValidations");
+        std::vector<pugi::xml_node> added;
+        if (target) {
+            for (auto v : from.children())
+                added.push_back(target.append_copy(v));
+        } else {
+            target = childL(extLst.append_copy(ext), "dataValidations");
+            for (auto v : target.children())
+                added.push_back(v);
+        }
+        for (auto v : added) {
+            dropRevisionIds(v);
+            walkElements(v, [&](pugi::xml_node c) {
+                const char* ln = lname(c);
+                if (std::strcmp(ln, "sqref") == 0) {
+                    if (auto r = shiftSqrefForCopy(c.text().get(), d))
+                        c.text().set(r->c_str());
+                } else if (std::strcmp(ln, "f") == 0) {
+                    if (auto nf = shiftForCopy(c.text().get(), d, 0))
+                        c.text().set(nf->c_str());
+                } else {
+                    return false;
+                }
+                return true;
+            });
+        }
+        int cnt = 0;
+        for (auto c : target.children())
+            cnt += c.type() == pugi::node_element;
+        setCount(target, cnt);
     }
     if (auto hls = holder.child("hl"); hls.first_child()) {
         auto hlNode = ensureChild(root, "hyperlinks", kWorksheetOrder);

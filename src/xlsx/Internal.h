@@ -164,6 +164,7 @@ public:
     std::string codeOfId(int numFmtId) const;
     HAlign align(int xf) const;
     bool strike(int xf) const;
+    bool showsOnPaper(int xf) const; // a border or a fill: seen even on an empty cell
     std::optional<std::uint32_t> fill(int xf) const;
     bool dirty() const { return dirty_; }
     void flush(Package& pkg);
@@ -358,6 +359,9 @@ struct BookImpl {
 };
 
 std::string cellText(const BookImpl& book, const Cell& c);
+
+// Drops the revision ids (xr:uid) of an element and of everything inside it, for a copy of it.
+void dropRevisionIds(pugi::xml_node n);
 
 // The sheet behind a worksheet handle, loaded; throws for a chart or dialog sheet.
 SheetImpl& loadedSheet(SheetImpl* s);
