@@ -159,7 +159,6 @@ public:
                 area = {1, 1, std::max(m_lastUsedRow, pageRows) + (pages - 1) * pageRows, m_formLastCol};
             }
             m_target.sheet->setPrintArea(area);
-            // A form scaled to fit its page: every page of the list on a page of its own at that scale.
             if (pages > 1) {
                 // Each page prints as the form does: at its scale, under its own headings alone.
                 m_target.sheet->fitEachCopyOfForm(m_target.form, area.firstCol, area.lastCol);
