@@ -307,7 +307,7 @@ if (false && name.size() > 1 &&
                     out += quoteSheetName(ref.sheet) + "!";
 --
                     out += ref.sheet + "!";
-@@ X6 src/xlsx/Book.cpp XLSX
+@@ X6 src/xlsx/Insert.cpp XLSX
             b.id = b.id < kMaxRow - count ? b.id + count : kMaxRow;
 --
             b.id = b.id < kMaxRow - count ? b.id + count - 1 : kMaxRow;
@@ -315,11 +315,11 @@ if (false && name.size() > 1 &&
                     if (c.hasFormula() && c.hasV) {
 --
                     if (c.hasFormula() && c.hasV && false) {
-@@ X8 src/xlsx/Book.cpp XLSX
+@@ X8 src/xlsx/Insert.cpp XLSX
 if (auto nf = shiftForCopy(c.x->f, d, 0)) {
 --
 if (auto nf = shiftForCopy(c.x->f, 0, 0)) {
-@@ X9 src/xlsx/Book.cpp XLSX
+@@ X9 src/xlsx/Worksheet.cpp XLSX
     if (s.breaks.size() >= 1023)
 --
     if (s.breaks.size() > 1023)

@@ -136,12 +136,7 @@ public:
             // are written out before the print area is set).
             const int formLast =
                 std::min(formRows > 0 ? formRows : m_lastUsedRow, std::max(m_lastUsedRow, 1));
-            for (int r = 1; r <= formLast; ++r)
-                for (int c = 26; c > m_formLastCol; --c)
-                    if (m_target.sheet->hasCell(r, c)) {
-                        m_formLastCol = c;
-                        break;
-                    }
+            m_formLastCol = std::max(1, m_target.sheet->usedWidth(1, formLast));
         } catch (const xlsx::Error& e) {
             throw engineError(e);
         }
@@ -150,7 +145,8 @@ public:
 
     void extendPrintArea(int pages, int pageRows) override
     {
-        if (pages <= 1 || pageRows < 1 || !m_target.sheet)
+        // One page too gets a print area when the template has none: the same form prints the same.
+        if (pages < 1 || pageRows < 1 || !m_target.sheet || (pages == 1 && m_originalArea))
             return;
         try {
             xlsx::CellRange area;
@@ -162,6 +158,11 @@ public:
                 area = {1, 1, std::max(m_lastUsedRow, pageRows) + (pages - 1) * pageRows, m_formLastCol};
             }
             m_target.sheet->setPrintArea(area);
+            if (pages > 1) {
+                // Each page prints as the form does: at its scale, under its own headings alone.
+                m_target.sheet->fitEachCopyOfForm(m_target.form, area.firstCol, area.lastCol);
+                m_target.sheet->dropTitleRowsWithin(pageRows);
+            }
         } catch (const xlsx::Error& e) {
             throw engineError(e);
         }

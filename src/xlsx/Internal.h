@@ -164,6 +164,7 @@ public:
     std::string codeOfId(int numFmtId) const;
     HAlign align(int xf) const;
     bool strike(int xf) const;
+    bool showsOnPaper(int xf) const; // a border or a fill: seen even on an empty cell
     std::optional<std::uint32_t> fill(int xf) const;
     bool dirty() const { return dirty_; }
     void flush(Package& pkg);
@@ -358,5 +359,18 @@ struct BookImpl {
 };
 
 std::string cellText(const BookImpl& book, const Cell& c);
+
+// Drops the revision ids (xr:uid) of an element and of everything inside it, for a copy of it.
+void dropRevisionIds(pugi::xml_node n);
+
+// The sheet behind a worksheet handle, loaded; throws for a chart or dialog sheet.
+SheetImpl& loadedSheet(SheetImpl* s);
+
+// A rewrite of a formula or a range list: the new text, or nothing when it stays as it is.
+using RefRewrite = std::function<std::optional<std::string>(std::string_view)>;
+// Rewrites every formula-bearing node of a sheet's XML (conditional formats, validations,
+// hyperlink locations, extension lists) with fn, and with sq the ranges they cover when sqrefToo;
+// returns true when something changed.
+bool rewriteSheetXml(pugi::xml_node root, const RefRewrite& fn, bool sqrefToo, const RefRewrite& sq);
 
 } // namespace xlsx::detail

@@ -291,6 +291,8 @@ pugi::xml_attribute relId(const pugi::xml_node& n)
     return {};
 }
 
+} // namespace
+
 void dropRevisionIds(pugi::xml_node n)
 {
     auto drop = [](pugi::xml_node e) {
@@ -305,8 +307,6 @@ void dropRevisionIds(pugi::xml_node n)
     drop(n);
     walkElements(n, drop);
 }
-
-} // namespace
 
 // ---------------------------------------------------------------------------------------------
 // Row geometry
@@ -892,9 +892,15 @@ void SheetImpl::pasteTable(pugi::xml_node form, int d, int first, int last)
             move(c);
     }
     walkElements(root, [&](pugi::xml_node c) {
-        if (is(c, "calculatedColumnFormula") || is(c, "totalsRowFormula"))
-            if (auto f = renameTableInFormula(c.text().get(), old, fresh))
-                c.text().set(f->c_str());
+        if (is(c, "calculatedColumnFormula") || is(c, "totalsRowFormula")) {
+            // named after the copy, and reading the copy's rows as the cells' formulas do
+            std::string f = c.text().get();
+            if (auto renamed = renameTableInFormula(f, old, fresh))
+                f = std::move(*renamed);
+            if (auto moved = shiftForCopy(f, d, 0))
+                f = std::move(*moved);
+            c.text().set(f.c_str());
+        }
         return false;
     });
     parseRange(root.attribute("ref").value(), t.ref.firstRow, t.ref.firstCol, t.ref.lastRow, t.ref.lastCol);

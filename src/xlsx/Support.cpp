@@ -638,6 +638,23 @@ bool Styles::strike(int xf) const
            std::string(s.attribute("val").value()) != "false";
 }
 
+bool Styles::showsOnPaper(int xf) const
+{
+    if (xf < 0 || static_cast<std::size_t>(xf) >= xfs_.size())
+        return false;
+    auto x = xfs_[static_cast<std::size_t>(xf)];
+    // fills 0 and 1 are the reserved empty patterns
+    if (x.attribute("fillId").as_int(0) > 1)
+        return true;
+    int border = x.attribute("borderId").as_int(0), k = 0;
+    for (auto b : childL(doc_.document_element(), "borders").children())
+        if (k++ == border)
+            for (auto side : b.children())
+                if (side.attribute("style") && std::strcmp(side.attribute("style").value(), "none") != 0)
+                    return true;
+    return false;
+}
+
 std::optional<std::uint32_t> Styles::fill(int xf) const
 {
     if (xf < 0 || static_cast<std::size_t>(xf) >= xfs_.size())

@@ -130,6 +130,25 @@ public:
 
     void setPrintArea(const CellRange& area);
     std::optional<CellRange> printArea() const;
+    // The rightmost column of rows firstRow..lastRow that shows something on paper: a value, a
+    // merged box, a border or a fill; 0 when nothing does.
+    int usedWidth(int firstRow, int lastRow) const;
+
+    // Scaling to fit: the pages wide and tall the sheet is printed on when it is set to fit (0: as
+    // many as its length needs), nothing when it prints at a fixed scale.
+    struct FitToPages {
+        int wide = 1;
+        int tall = 1;
+    };
+    std::optional<FitToPages> fitToPages() const;
+    // Drops the rows the sheet repeats at the top of every printed sheet when they lie within rows
+    // 1..lastRow (every copy of a page form there brings them along); title columns stay. True when
+    // it dropped them.
+    bool dropTitleRowsWithin(int lastRow);
+    // A sheet set to fit its page, filled with copies of form over columns firstCol..lastCol: made
+    // to print every copy on pages of its own at the scale the form alone is printed at. When the
+    // width decides that scale, the sheet fits its width only; otherwise it prints at that scale.
+    void fitEachCopyOfForm(const PageForm& form, int firstCol, int lastCol);
 
     // Rename the sheet, updating every reference to it. Throws Error for an invalid or
     // duplicate name (at most 31 characters, none of : \ / ? * [ ], unique ignoring case).
@@ -158,8 +177,9 @@ public:
     Worksheet& sheet(std::size_t index);     // 0-based
     std::optional<std::size_t> findSheet(std::string_view name) const;
 
-    // Hides every other sheet and makes this one the active tab, so that printing the workbook
-    // prints this sheet alone. Sheets that were very hidden stay so.
+    // Hides every other sheet, drops their print areas and makes this one the active tab, so that
+    // printing the workbook prints this sheet alone (a renderer prints a hidden sheet that has a print
+    // area). Sheets that were very hidden stay so.
     void showOnlySheet(std::size_t index);
 
     // Things the user should know about the workbook (macros, external links, ...), in

@@ -1,6 +1,7 @@
 #include "LibreOffice.h"
 #include "PageLayout.h"
 #include "PrintTestSupport.h"
+#include "SettingsRecord.h"
 #include "WorkbookControl.h"
 #include "XlsxOutputWorkbook.h"
 
@@ -590,6 +591,145 @@ private Q_SLOTS:
                                                          f->path(u"PARA.ini"_s) + u": 1 行目"_s),
                      qPrintable(err));
         }
+    }
+
+    // Customers' own forms set up as users set them and printed over three pages: each page of the
+    // list prints as the form itself does (on its number of sheets, at its scale), over the form's
+    // whole width, with its label, its first line, its merges, pictures and only the output sheet.
+    void customersFormsPrintPageByPage_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("sheet");
+        QTest::addColumn<QString>("rows");    // page height, first and last line row
+        QTest::addColumn<QString>("cells");   // drawing number and page label cells
+        QTest::addColumn<QString>("columns"); // item number, name, material, remarks, quantity, price,
+                                              // amount, maker ("-": not printed)
+        QTest::addColumn<QString>("edge");    // the form's own text in its rightmost column
+        QTest::addColumn<bool>("picture");
+        const QString parts = u"A C D E H G - F"_s;
+        QTest::newRow("jp01") << u"jp01_etrobo_format.xlsx"_s << u"部品表"_s << u"96 6 96"_s << u"1C 1H"_s
+                              << parts << u"備考"_s << false;
+        QTest::newRow("jp02 titles") << u"jp02_etrobo_printtitles.xlsx"_s << u"部品表"_s << u"68 6 68"_s
+                                     << u"1C 1H"_s << parts << u"備考"_s << false;
+        QTest::newRow("jp04") << u"jp04_etrobo_pagebreakview.xlsx"_s << u"部品表"_s << u"30 6 30"_s
+                              << u"1C 1H"_s << parts << u"備考"_s << false;
+        QTest::newRow("jp05 past Z") << u"jp05_robocon_hatchuhyo.xlsx"_s << u"酸素除去装置"_s << u"135 6 95"_s
+                                     << u"1A 1X"_s << u"A C I N T - - Q"_s << u"交付書番号"_s << false;
+        QTest::newRow("jp06") << u"jp06_rcj_buhinhyo.xlsx"_s << u"Sheet1"_s << u"94 4 93"_s << u"1B 1J"_s
+                              << u"A B C - H I - -"_s << u"Encoder"_s << false;
+        QTest::newRow("jp07") << u"jp07_ledboard_buhinhyo.xlsx"_s << u"Sheet1"_s << u"72 5 71"_s << u"2B 2H"_s
+                              << u"C B D F E G - -"_s << u"URL等"_s << false;
+        QTest::newRow("jp08 sheets") << u"jp08_nixie_buhinlist.xlsx"_s << u"power基板"_s << u"47 2 46"_s
+                                     << u"1F 1E"_s << u"A B C - - D - -"_s << QString() << false;
+        QTest::newRow("jp09 table") << u"jp09_espwifi_table.xlsx"_s << u"esp_wifi_arduino"_s << u"18 2 17"_s
+                                    << u"- 18L"_s << u"C A B D - G - K"_s << u"url"_s << false;
+        QTest::newRow("jp11 fit logo") << u"jp11_mitsumorisho_logo.xlsx"_s << u"見積書"_s << u"37 24 30"_s
+                                       << u"6B 2H"_s << u"B D - E G F - C"_s << u"小計"_s << true;
+        QTest::newRow("jp12 mac") << u"jp12_seikyusho_mac.xlsx"_s << u"請求書(原紙)"_s << u"41 20 35"_s
+                                  << u"4A 2I"_s << u"A B - - F G - -"_s << u"備考"_s << false;
+        QTest::newRow("jp13 fit") << u"jp13_nohinsho.xlsx"_s << u"Sheet1"_s << u"50 17 37"_s << u"6B 4B"_s
+                                  << u"B - - D E F - -"_s << u"金額"_s << false;
+        QTest::newRow("jp14 fit mac") << u"jp14_mitsumorisho_dv.xlsx"_s << u"見積書"_s << u"37 18 29"_s
+                                      << u"3A 3L"_s << u"A B - - J L - -"_s << u"金額"_s << false;
+        QTest::newRow("jp15 hidden") << u"jp15_kenshusho_dv.xlsx"_s << u"Acceptance Request"_s
+                                     << u"39 15 32"_s << u"5B 4J"_s << u"B - C - G I - -"_s << QString()
+                                     << false;
+        QTest::newRow("jp16") << u"jp16_seikyusho_plain.xlsx"_s << u"Sheet1"_s << u"27 12 22"_s << u"3A 5H"_s
+                              << u"A C E - H F - -"_s << u"金額"_s << false;
+        QTest::newRow("jp17 xls") << u"jp17_bom_akizuki.xls"_s << u"AVT15 BOM Akizuki"_s << u"16 5 15"_s
+                                  << u"1A 1K"_s << u"B C - - A - - -"_s << QString() << false;
+        QTest::newRow("jp19 xls") << u"jp19_ichigojam_bom.xls"_s << u"parts"_s << u"26 3 26"_s << u"1B 1F"_s
+                                  << u"A B C F D - - E"_s << QString() << false;
+    }
+    void customersFormsPrintPageByPage()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, sheet);
+        QFETCH(QString, rows);
+        QFETCH(QString, cells);
+        QFETCH(QString, columns);
+        QFETCH(QString, edge);
+        QFETCH(bool, picture);
+        const QString path = sourceDir() + u"/tests/data/xlsx/real/"_s + file;
+        const QStringList r = rows.split(u' '), at = cells.split(u' '), letters = columns.split(u' ');
+        QString sql = u"CH_ORGPATH = '"_s + path + u"', CH_ORGSHEET = '"_s + sheet + u"', INT_PAGEMAX = "_s +
+                      r[0] + u", CH_HMIDASHI_R = ''"_s;
+        for (int item = 0; item < kHeaderItemCount; ++item) {
+            const QString cell = item == HDwgNo ? at[0] : item == HSheet ? at[1] : u"-"_s;
+            const qsizetype digits = cell.indexOf(QRegularExpression(u"[A-Z]"_s));
+            sql += u", "_s + HeaderFlag(item) + (cell == u"-" ? u" = 0"_s : u" = 1"_s) + u", "_s +
+                   HeaderColumn(item, u"_R") + u" = '"_s + cell.left(digits) + u"', "_s +
+                   HeaderColumn(item, u"_C") + u" = '"_s + cell.mid(digits) + u'\'';
+        }
+        for (int item = 0; item < kDetailItemCount; ++item)
+            sql += u", "_s + DetailFlag(item) + (letters[item] == u"-" ? u" = 0"_s : u" = 1"_s) + u", "_s +
+                   DetailColumnName(item, u"_SC") + u" = '"_s + letters[item] + u"', "_s +
+                   DetailColumnName(item, u"_SR") + u" = '"_s + r[1] + u"', "_s +
+                   DetailColumnName(item, u"_ER") + u" = '"_s + r[2] + u"', "_s + DetailHeading(item) +
+                   u" = '"_s + kDetailCaptions[size_t(item)].toString() + u'\'';
+        f->exec(u"UPDATE SETTEI SET "_s + sql + u" WHERE CH_BUHIN = '1'"_s);
+        const int perPage = r[2].toInt() - r[1].toInt() + 1;
+        // Printed as LibreOffice prints what the preview shows: one page of the list, then three.
+        auto print = [&](int lines, const QString& name) {
+            PrintRequest request = SampleRequest();
+            request.dwgNo = name;
+            f->addTable(name, u"01"_s, u"1"_s, MakeLines(lines));
+            RecordingPresenter presenter(out.filePath(name + u"_book.xlsx"_s));
+            const PrintOutcome outcome = RunPrint(f->ctx, request, OpenXlsxOutputWorkbook, presenter);
+            QString problem = outcome == PrintOutcome::Done ? QString() : f->messages.texts().join(u'|');
+            QFile::remove(out.filePath(name + u".xlsx"_s));
+            QFile::copy(presenter.printCopies.value(0), out.filePath(name + u".xlsx"_s));
+            const QString pdf = problem.isEmpty()
+                                    ? RenderPdf(out.filePath(name + u".xlsx"_s), out.path(), &problem)
+                                    : QString();
+            return std::pair{pdf, problem};
+        };
+        const auto [one, problemOne] = print(perPage, u"one"_s);
+        QVERIFY2(problemOne.isEmpty(), qPrintable(problemOne));
+        const auto [pdf, problem] = print(2 * perPage + 1, u"three"_s);
+        QVERIFY2(problem.isEmpty(), qPrintable(problem));
+        const int sheets = PdfPageCount(one);
+        QCOMPARE(PdfPageCount(pdf), 3 * sheets);
+        // every merged box of the form on each page
+        xlsx::Workbook book = xlsx::Workbook::open(out.filePath(u"three_book.xlsx"_s).toStdString());
+        book.validate();
+        if (file.endsWith(u".xlsx")) {
+            auto form = xlsx::Workbook::open(path.toStdString());
+            const auto merges = form.sheet(sheet.toStdString()).mergedRanges();
+            const auto inForm = std::count_if(merges.begin(), merges.end(),
+                                              [&](const auto& m) { return m.lastRow <= r[0].toInt(); });
+            QCOMPARE(qsizetype(book.sheet(sheet.toStdString()).mergedRanges().size()),
+                     qsizetype(merges.size()) + 2 * inForm);
+        }
+        // Each page's label on a sheet of its own, its first line printed, the form's rightmost text on
+        // every page, its pictures three times as often as on one page.
+        auto textOf = [](const QString& file, int sheets) {
+            QStringList texts;
+            for (int k = 1; k <= sheets; ++k)
+                texts << u' ' + PdfText(file, k).simplified().replace(u" / "_s, u"/"_s) + u' ';
+            return texts;
+        };
+        const QStringList texts = textOf(pdf, 3 * sheets);
+        const QRegularExpression label(u"\\s([0-9])/3(?=\\s)"_s);
+        for (int page = 1; page <= 3; ++page) {
+            const QString own = u" %1/3 "_s.arg(page);
+            const auto on =
+                std::find_if(texts.begin(), texts.end(), [&](const QString& t) { return t.contains(own); });
+            QVERIFY2(on != texts.end(), qPrintable(own));
+            for (auto m = label.globalMatch(*on); m.hasNext();)
+                QCOMPARE(m.next().captured(1).toInt(), page);
+            QVERIFY(texts.join(u'|').contains(u"%1"_s.arg((page - 1) * perPage + 1, 3, 10, QChar(u'0'))));
+        }
+        auto images = [](const QString& file) {
+            QProcess list;
+            list.start(u"pdfimages"_s, {u"-list"_s, file});
+            list.waitForFinished(60000);
+            return int(list.readAllStandardOutput().count('\n')) - 2;
+        };
+        QCOMPARE(images(pdf), 3 * images(one));
+        QCOMPARE(images(one) > 0, picture);
+        if (!edge.isEmpty())
+            QVERIFY2(texts.join(u'|').count(edge) >= 3, qPrintable(edge));
     }
 
     // The template copied to the work copy, and old .xls templates converted by LibreOffice.

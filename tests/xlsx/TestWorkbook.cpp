@@ -591,3 +591,45 @@ TEST(XlsxWorkbook, NumbersOutOfRangeAreRefusedBeforeAnyChange)
         EXPECT_FALSE(std::filesystem::exists(dir / "out.xlsx"));
     }
 }
+
+TEST(XlsxWorkbook, CustomersFormsCarryTheirListValidationsAndTableFormulasToEveryPage)
+{
+    TempDir dir("forms");
+    // lists read from another sheet, kept in the sheet's extension list: one more for each page
+    {
+        auto book = xlsx::Workbook::open(realFile("jp15_kenshusho_dv.xlsx"));
+        auto& ws = book.sheet("Acceptance Request");
+        auto form = ws.snapshotRows(1, 39);
+        ws.pasteForm(form, 40);
+        ws.pasteForm(form, 79);
+        book.saveAs(dir / "validations.xlsx");
+    }
+    const std::string sheet = partOf(dir / "validations.xlsx", "xl/worksheets/sheet1.xml");
+    EXPECT_EQ(captures(sheet, "<xm:sqref>([^<]*)</xm:sqref>"),
+              (std::vector<std::string>{"C15:C32", "C54:C71", "C93:C110"}));
+    EXPECT_EQ(captures(sheet, "<xm:f>([^<]*)</xm:f>"), std::vector<std::string>(3, "Data!$A$1:$A$7"));
+    EXPECT_NE(sheet.find("<x14:dataValidations count=\"3\""), std::string::npos);
+    // a form that is an Excel table: each copy's column formulas read the copy's own rows
+    {
+        auto book = xlsx::Workbook::open(realFile("jp09_espwifi_table.xlsx"));
+        auto& ws = book.sheet(0);
+        auto form = ws.snapshotRows(1, 18);
+        ws.pasteForm(form, 19);
+        ws.pasteForm(form, 37);
+        book.saveAs(dir / "table.xlsx");
+    }
+    EXPECT_EQ(captures(partOf(dir / "table.xlsx", "xl/tables/table3.xml"),
+                       "<calculatedColumnFormula>([^<]*)</calculatedColumnFormula>"),
+              (std::vector<std::string>{"E38*10", "ROUNDUP(IF(H38-F38&gt;0,1,F38/H38),0)", "I38*G38"}));
+    // page rows that end inside a merged box: refused, naming the box and the page rows
+    auto book = xlsx::Workbook::open(realFile("jp14_mitsumorisho_dv.xlsx"));
+    try {
+        book.sheet(0).snapshotRows(1, 36);
+        FAIL() << "a cut merged box not refused";
+    } catch (const xlsx::Error& e) {
+        EXPECT_NE(std::string(e.what()).find("結合セル A34:B37 が1ページの行（1〜36行）の境目で切れます"),
+                  std::string::npos)
+            << e.what();
+    }
+    EXPECT_NO_THROW(book.sheet(0).snapshotRows(1, 37));
+}
