@@ -131,13 +131,25 @@ CREATE TABLE IF NOT EXISTS SETTEI (
     PRIMARY KEY (CH_USER, CH_BUHIN)
 );
 
+-- Team use: who holds which parts table or customer layout open for editing. The lock itself is the
+-- server's session-scoped advisory lock numbered INT_KEY, held by the session INT_PID; a row whose
+-- session no longer holds that lock names nobody (a desk that went away frees its tables by itself).
+CREATE TABLE IF NOT EXISTS BUHINHYO_LOCK (
+    INT_KEY          BIGINT PRIMARY KEY,
+    CH_WHAT          CITEXT DEFAULT '',
+    CH_DESK          CITEXT DEFAULT '',
+    CH_USER          CITEXT DEFAULT '',
+    INT_SINCE        BIGINT,
+    INT_PID          INTEGER
+);
+
 -- Text columns of an earlier database, changed over in place.
 DO $$
 DECLARE c record;
 BEGIN
     FOR c IN SELECT table_name, column_name FROM information_schema.columns
              WHERE table_schema = current_schema() AND data_type = 'character varying'
-               AND table_name IN ('buhinhyo', 'buhinhyo_m', 'settei')
+               AND table_name IN ('buhinhyo', 'buhinhyo_m', 'settei', 'buhinhyo_lock')
     LOOP
         EXECUTE format('ALTER TABLE %I ALTER COLUMN %I TYPE CITEXT', c.table_name, c.column_name);
     END LOOP;
