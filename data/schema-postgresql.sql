@@ -143,6 +143,26 @@ CREATE TABLE IF NOT EXISTS BUHINHYO_LOCK (
     INT_PID          INTEGER
 );
 
+-- A text written as null is stored as '' (as the program reads it), so that lists sort and group
+-- such lines together with the empty ones, as on the local file.
+CREATE OR REPLACE FUNCTION BUHINHYO_TEXT_NOT_NULL() RETURNS trigger LANGUAGE plpgsql AS $$
+DECLARE
+    nulls jsonb;
+BEGIN
+    SELECT jsonb_object_agg(key, '') INTO nulls FROM jsonb_each(to_jsonb(NEW))
+     WHERE value = 'null'::jsonb AND key LIKE 'ch\_%' AND key NOT IN ('ch_haishi', 'ch_kakko');
+    IF nulls IS NOT NULL THEN
+        NEW := jsonb_populate_record(NEW, nulls);
+    END IF;
+    RETURN NEW;
+END $$;
+CREATE OR REPLACE TRIGGER BUHINHYO_TEXT_NOT_NULL BEFORE INSERT OR UPDATE ON BUHINHYO
+    FOR EACH ROW EXECUTE FUNCTION BUHINHYO_TEXT_NOT_NULL();
+CREATE OR REPLACE TRIGGER BUHINHYO_M_TEXT_NOT_NULL BEFORE INSERT OR UPDATE ON BUHINHYO_M
+    FOR EACH ROW EXECUTE FUNCTION BUHINHYO_TEXT_NOT_NULL();
+CREATE OR REPLACE TRIGGER SETTEI_TEXT_NOT_NULL BEFORE INSERT OR UPDATE ON SETTEI
+    FOR EACH ROW EXECUTE FUNCTION BUHINHYO_TEXT_NOT_NULL();
+
 -- Text columns of an earlier database, changed over in place.
 DO $$
 DECLARE c record;

@@ -120,39 +120,6 @@ QMap<QString, QString> keysOf(Database& db)
     return keys;
 }
 
-// Copies every row of one table; the server gives the lines their own numbers.
-int copyTable(Database& local, Database& server, const QString& table)
-{
-    QSqlQuery from = select(local, QStringLiteral("SELECT * FROM ") + table);
-    const QSqlRecord record = from.record();
-    QStringList columns;
-    for (int i = 0; i < record.count(); ++i)
-        if (record.fieldName(i).compare(u"INT_NUMBER", Qt::CaseInsensitive) != 0)
-            columns << record.fieldName(i);
-    QStringList marks;
-    marks.fill(QStringLiteral("?"), columns.size());
-    const QString insert =
-        QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
-            .arg(table, columns.join(QStringLiteral(", ")), marks.join(QStringLiteral(", ")));
-    QSqlQuery to(server.sql());
-    if (!to.prepare(insert))
-        throw DatabaseError(to.lastError(), insert);
-    int rows = 0;
-    while (from.next()) {
-        for (int i = 0; i < columns.size(); ++i) {
-            QVariant v = from.value(columns[i]);
-            if (IsYesNoColumn(columns[i]))
-                v = !v.isNull() && v.toDouble() != 0;
-            to.bindValue(i, v);
-        }
-        if (!to.exec())
-            throw DatabaseError(to.lastError(), insert)
-                .withCause(QStringLiteral("%1 の %2 行目").arg(table).arg(rows + 1));
-        ++rows;
-    }
-    return rows;
-}
-
 int copyToServer(AppContext& ctx)
 {
     std::shared_ptr<Database> local;
@@ -191,7 +158,7 @@ int copyToServer(AppContext& ctx)
             for (const char* table : {"BUHINHYO", "BUHINHYO_M", "SETTEI"})
                 counts << QStringLiteral("%1: %2 行")
                               .arg(QLatin1StringView(table))
-                              .arg(copyTable(*local, *server, QString::fromLatin1(table)));
+                              .arg(CopyTableRows(*local, *server, QString::fromLatin1(table)));
             server->CommitTrans();
         } catch (...) {
             server->RollbackTrans();

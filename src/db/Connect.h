@@ -37,7 +37,7 @@ struct ConnectResult {
     QString message; // the text of the box shown before ending, else empty
 
     // The values read for this connect.
-    QString dbKind; // "LOCAL", "ORACLE" or "ODBC"
+    QString dbKind;      // "LOCAL", "ORACLE" or "ODBC"
     bool shared = false; // "ODBC" with [ODBC] SHARED=1: the data source is the program's connection
     QString dbFilePath;
     QString dbProvider;

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSqlQuery>
+#include <QSqlRecord>
 #include <QStorageInfo>
 #include <QSysInfo>
 
@@ -219,4 +220,39 @@ void NoticeNetworkDatabase(AppContext& ctx, const QString& path)
                        "複数の端末で同じ部品表を使うときは、PostgreSQL サーバーによるチーム使用 "
                        "(PARA.ini の [DBMS] DB=ODBC と [ODBC] SHARED=1、README「Team use」) にして下さい。")
             .arg(QFileInfo(path).absoluteFilePath(), type));
+}
+
+int CopyTableRows(Database& local, Database& server, const QString& table)
+{
+    QSqlQuery from(local.sql());
+    from.setForwardOnly(true);
+    if (!from.exec(QStringLiteral("SELECT * FROM ") + table))
+        throw DatabaseError(from.lastError(), QStringLiteral("SELECT * FROM ") + table);
+    const QSqlRecord record = from.record();
+    QStringList columns;
+    for (int i = 0; i < record.count(); ++i)
+        if (record.fieldName(i).compare(u"INT_NUMBER", Qt::CaseInsensitive) != 0)
+            columns << record.fieldName(i);
+    QStringList marks;
+    marks.fill(QStringLiteral("?"), columns.size());
+    const QString insert =
+        QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
+            .arg(table, columns.join(QStringLiteral(", ")), marks.join(QStringLiteral(", ")));
+    QSqlQuery to(server.sql());
+    if (!to.prepare(insert))
+        throw DatabaseError(to.lastError(), insert);
+    int rows = 0;
+    while (from.next()) {
+        for (int i = 0; i < columns.size(); ++i) {
+            QVariant v = from.value(columns[i]);
+            if (IsYesNoColumn(columns[i]))
+                v = !v.isNull() && v.toDouble() != 0;
+            to.bindValue(i, v);
+        }
+        if (!to.exec())
+            throw DatabaseError(to.lastError(), insert)
+                .withCause(QStringLiteral("%1 の %2 行目").arg(table).arg(rows + 1));
+        ++rows;
+    }
+    return rows;
 }

@@ -73,3 +73,8 @@ QString NetworkFileSystemType(const QString& path);
 // Once per run: tells the user that the local database file lies on such a file system, where it
 // is kept without WAL and must not be shared by several desks (team use is the way).
 void NoticeNetworkDatabase(AppContext& ctx, const QString& path);
+
+// Copies every row of a table from one database into the same table of another (yes/no columns as
+// yes/no); the lines get new numbers from the receiving database. Returns the number of rows. Errors
+// throw; the caller holds the transaction.
+int CopyTableRows(Database& local, Database& server, const QString& table);

@@ -113,11 +113,12 @@ class TestDatabase : public QObject
     {
         return u"[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB="_s + mdb + u"\r\n"_s;
     }
-    static QString source(const QString& section, const QString& provider, const QString& password)
+    static QString source(const QString& section, const QString& provider, const QString& password,
+                          const QString& extra = QString())
     {
-        return u"[DBMS]\r\nDB=%1\r\n[%1]\r\nPRV=%2\r\nDSN=%3\r\nUID=%4\r\nPWD=%5\r\n"_s.arg(
+        return u"[DBMS]\r\nDB=%1\r\n[%1]\r\nPRV=%2\r\nDSN=%3\r\nUID=%4\r\nPWD=%5\r\n%6"_s.arg(
             section, provider, qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"),
-            qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"), password);
+            qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"), password, extra);
     }
 
 private Q_SLOTS:
@@ -532,12 +533,25 @@ private Q_SLOTS:
         if (!DbFixture::postgresql())
             QSKIP("needs the PostgreSQL fixture of the test run");
         const QString password = qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD");
-        for (const auto& [section, provider] :
-             {std::pair{u"ODBC"_s, u"MSDASQL"_s}, {u"ODBC"_s, u"ODBC"_s}, {u"ORACLE"_s, QString()}}) {
-            const ConnectResult r = connect(source(section, provider, password));
+        // Without [ODBC] SHARED=1 (or with it under ORACLE) the data source is only reached.
+        for (const auto& [section, provider, extra] :
+             {std::tuple{u"ODBC"_s, u"MSDASQL"_s, QString()},
+              {u"ODBC"_s, u"ODBC"_s, u"SHARED=0\r\n"_s},
+              {u"ODBC"_s, u"MSDASQL"_s, u"SHARED=yes\r\n"_s},
+              {u"ODBC"_s, u"MSDASQL"_s, u"SHARED= 2\r\n"_s},
+              {u"ORACLE"_s, QString(), u"SHARED=1\r\n[ODBC]\r\nSHARED=1\r\n"_s}}) {
+            const ConnectResult r = connect(source(section, provider, password, extra));
             QVERIFY2(!r.endProgram && m_app->messages.shown.isEmpty(), qPrintable(r.message));
-            QVERIFY(!m_app->ctx.DbConnection); // the shared connection keeps what it held
+            QVERIFY(!r.shared && !m_app->ctx.DbConnection); // the shared connection keeps what it held
         }
+        // Team use: the data source is the program's connection, on which the screens work.
+        ConnectResult team = connect(source(u"ODBC"_s, u"MSDASQL"_s, password, u"SHARED=1\r\n"_s));
+        QVERIFY(team.shared && !team.endProgram && m_app->messages.shown.isEmpty());
+        QVERIFY(m_app->ctx.DbConnection &&
+                m_app->ctx.DbConnection->dialect() == Database::Dialect::PostgreSql);
+        QCOMPARE(countRows(*m_app->ctx.DbConnection, u"SELECT * FROM BUHINHYO"_s), 0);
+        team = connect(source(u"ODBC"_s, u"MSDASQL"_s, u"not-the-password"_s, u"SHARED=1\r\n"_s));
+        QVERIFY(team.endProgram && !m_app->ctx.DbConnection);
         // A wrong password: the server's message in a plain box, and the end.
         const ConnectResult r = connect(source(u"ODBC"_s, u"MSDASQL"_s, u"not-the-password"_s));
         QVERIFY(r.endProgram);
