@@ -5,6 +5,7 @@
 #include "TestSupport.h"
 
 #include <QProcess>
+#include <QScopeGuard>
 #include <QSqlQuery>
 #include <QtTest>
 #include <cstdio>
@@ -526,6 +527,43 @@ private Q_SLOTS:
         r = connect(u"[DBMS]\r\nDB=ORACLE\r\n"_s);
         QVERIFY(r.connectionText.startsWith(u"PROVIDER=MSDASQL;Data Source=EOFタグ：ORACLE　キー：DSN;"_s));
         QCOMPARE(m_app->messages.shown.size(), 4);
+    }
+
+    // A local file on a network or user-space file system (here a FUSE mount) keeps its rollback
+    // journal, and the user is told once per run; on a local disk it is WAL, without a word.
+    void networkFolderKeepsTheRollbackJournal()
+    {
+        if (DbFixture::postgresql())
+            QSKIP("about the local file");
+        QTemporaryDir share;
+        makeSqliteDatabase(share.path());
+        const QString mount = m_app->path(u"NET"_s);
+        QDir().mkpath(mount);
+        QProcess bindfs;
+        bindfs.start(u"bindfs"_s, {share.path(), mount});
+        if (!bindfs.waitForFinished(20000) || bindfs.exitCode() != 0)
+            QSKIP(qPrintable(u"cannot mount a FUSE file system here (bindfs): "_s + bindfs.errorString() +
+                             QString::fromLocal8Bit(bindfs.readAllStandardError())));
+        const auto unmount = qScopeGuard([&] {
+            m_app->ctx.DbConnection.reset();
+            if (QProcess::execute(u"umount"_s, {mount}) != 0)
+                QProcess::execute(u"fusermount"_s, {u"-u"_s, mount});
+        });
+        auto journal = [&] {
+            QSqlQuery q(m_app->ctx.DbConnection->sql());
+            return q.exec(u"PRAGMA journal_mode"_s) && q.next() ? q.value(0).toString() : QString();
+        };
+        for (int run = 0; run < 2; ++run) {
+            QVERIFY(!connect(local(u"NET\\CADDB.sqlite"_s)).endProgram);
+            if (run == 0)
+                QVERIFY2(m_app->shownBoxes().value(0).contains(u"ネットワーク上の共有フォルダ (fuse"_s),
+                         qPrintable(m_app->shownBoxes().value(0)));
+            QCOMPARE(journal(), u"delete"_s);
+            QCOMPARE(m_app->messages.shown.size(), 1 - run);
+        }
+        QVERIFY(!connect(local(u"DB\\CADDB.sqlite"_s)).endProgram);
+        QCOMPARE(journal(), u"wal"_s);
+        QVERIFY(m_app->messages.shown.isEmpty());
     }
 
     void theFixturesDataSourceConnectsOnAConnectionOfItsOwn()

@@ -1,4 +1,5 @@
 #include "CommonWidgets.h"
+#include "Connect.h"
 #include "IniAccess.h"
 #include "NewCustomerDialog.h"
 #include "OutputSettingsEntry.h"
@@ -7,6 +8,7 @@
 #include "ScreenTestHelpers.h"
 #include "SettingsSave.h"
 #include "SheetSelectDialog.h"
+#include "TeamMode.h"
 
 #include <QAbstractItemView>
 
@@ -348,6 +350,34 @@ private Q_SLOTS:
         s->close();
         QTRY_VERIFY(s.isNull());
         QCOMPARE(menu, QList<bool>({false, true}));
+    }
+
+    // Team use: while another desk (another session on the server) edits a layout, this one is told
+    // on loading it and its save is refused; once the other desk lets go, the save goes through.
+    void layoutEditedOnAnotherDesk()
+    {
+        if (!teamMode())
+            QSKIP("one desk on the local file");
+        auto other = OpenConnectionText(OdbcConnectionText(
+            u"MSDASQL"_s, qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"),
+            qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"), qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD")));
+        LockHolder holder;
+        auto held = TeamLock::take(other, LayoutLockName(u"客先A"_s, u"1"_s), &holder);
+        QVERIFY(held);
+        fillScreen(u"客先A"_s, PrintFixture::workbook(u"three_sheets.xlsx"_s));
+        QTest::keyClick(screen, Qt::Key_F1);
+        const QString who =
+            u"出力設定 客先A (製作ﾘｽﾄ) は "_s + ThisDesk() + u" の "_s + ThisUser() + u" さんが "_s;
+        QCOMPARE(f->messages.shown.size(), 1);
+        QVERIFY2(f->messages.shown[0].text.startsWith(who), qPrintable(f->messages.shown[0].text));
+        QTest::keyClick(screen, Qt::Key_F5);
+        QCOMPARE(f->shownBoxes().value(1).section(u'|', 0, 0), u"注意"_s);
+        QVERIFY(f->shownBoxes().value(1).contains(u"登録できません"_s));
+        QVERIFY(!stored(u"客先A"_s, u"1"_s));
+        held.reset();
+        QTest::keyClick(screen, Qt::Key_F5);
+        QCOMPARE(f->codes().last(), u"I100"_s);
+        QVERIFY(stored(u"客先A"_s, u"1"_s));
     }
 
     // The new customer dialog KVRCAD0102 over the settings file's customer list.
