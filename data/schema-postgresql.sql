@@ -156,12 +156,21 @@ BEGIN
     END IF;
     RETURN NEW;
 END $$;
-CREATE OR REPLACE TRIGGER BUHINHYO_TEXT_NOT_NULL BEFORE INSERT OR UPDATE ON BUHINHYO
-    FOR EACH ROW EXECUTE FUNCTION BUHINHYO_TEXT_NOT_NULL();
-CREATE OR REPLACE TRIGGER BUHINHYO_M_TEXT_NOT_NULL BEFORE INSERT OR UPDATE ON BUHINHYO_M
-    FOR EACH ROW EXECUTE FUNCTION BUHINHYO_TEXT_NOT_NULL();
-CREATE OR REPLACE TRIGGER SETTEI_TEXT_NOT_NULL BEFORE INSERT OR UPDATE ON SETTEI
-    FOR EACH ROW EXECUTE FUNCTION BUHINHYO_TEXT_NOT_NULL();
+-- The trigger runs only for a row that has a null text (a quick test of the row's text columns).
+DO $$
+DECLARE
+    t text;
+    nulls text;
+BEGIN
+    FOREACH t IN ARRAY ARRAY['buhinhyo', 'buhinhyo_m', 'settei'] LOOP
+        SELECT string_agg(format('NEW.%I IS NULL', column_name), ' OR ') INTO nulls
+          FROM information_schema.columns
+         WHERE table_schema = current_schema() AND table_name = t AND column_name LIKE 'ch\_%'
+           AND column_name NOT IN ('ch_haishi', 'ch_kakko');
+        EXECUTE format('CREATE OR REPLACE TRIGGER %I BEFORE INSERT OR UPDATE ON %I FOR EACH ROW WHEN (%s) '
+                       'EXECUTE FUNCTION BUHINHYO_TEXT_NOT_NULL()', t || '_text_not_null', t, nulls);
+    END LOOP;
+END $$;
 
 -- Text columns of an earlier database, changed over in place.
 DO $$
