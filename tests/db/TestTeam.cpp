@@ -2,9 +2,11 @@
 // with its own session), the editor is the real screen, the administration command the staged one.
 #include "Connect.h"
 #include "DbTestSupport.h"
+#include "DrawingSearch.h"
 #include "EditorScreen.h"
 #include "PartsRecords.h"
 #include "RuntimeError.h"
+#include "ScreenTestHelpers.h"
 #include "TeamMode.h"
 
 #include <QApplication>
@@ -112,6 +114,21 @@ private Q_SLOTS:
         QProcess other;
         other.start(self(), {u"--hold"_s, u"T-1"_s});
         QVERIFY(other.waitForReadyRead(30000) && other.readLine().trimmed() == "held");
+        // Nor is it deleted from the drawing search of this desk.
+        m_app->storeTable(u"T-1"_s, u"01"_s, u"1"_s, u"搬送ユニット"_s, u"客先A"_s, {{u"001"_s, u"軸"_s}});
+        {
+            DrawingSearchScreen search(m_app->ctx);
+            QVERIFY(search.load());
+            typeInto(&search, "txtDwgNo", u"T-1"_s);
+            typeInto(&search, "txtAssy", u"01"_s);
+            click(&search, "cmd3");
+        }
+        QVERIFY2(m_app->shownBoxes().value(0).startsWith(u"注意|部品表 T-1 / 01 (製作) は "_s) &&
+                     m_app->shownBoxes().value(0).endsWith(u"削除できません。"_s),
+                 qPrintable(m_app->shownBoxes().value(0)));
+        QCOMPARE(m_app->count(u"SELECT COUNT(*) FROM BUHINHYO_M WHERE CH_DWGNO = 'T-1'"_s), 1);
+        m_app->messages.clear();
+        QVERIFY(m_app->connect());
         m_app->messages.setNextAnswer(MsgAnswer::No);
         QVERIFY(!openEditor(u"T-1"_s)); // cancelled
         m_app->messages.setNextAnswer(MsgAnswer::Yes);
