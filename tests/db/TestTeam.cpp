@@ -23,14 +23,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-PartsHeader tableHeader(const QString& dwgNo)
-{
-    return {u"客先A"_s, u"01"_s, dwgNo, u"1"_s, u"搬送ユニット"_s, u"2026/11/21"_s, u"山田"_s};
-}
-
-// "test_team --hold DWG": a second desk holding the table open, until it is killed; "--hold-once"
-// lets it go at once (exit 3 when another desk has it). "--save DWG N": a desk saving a new table of
-// N lines, line by line.
+// "test_team --hold DWG": a second desk holding the table open, until it is killed. "--save DWG N": a
+// desk saving a new table of N lines, line by line.
 int deskProcess(const QString& mode, const QString& dwgNo, int lines)
 {
     try {
@@ -40,15 +34,15 @@ int deskProcess(const QString& mode, const QString& dwgNo, int lines)
             for (int i = 1; i <= lines; ++i)
                 table.append({QString(), u"%1"_s.arg(i, 3, 10, QChar(u'0')), u"品%1"_s.arg(i), u"SS400"_s,
                               u"1"_s, u"個"_s});
-            SaveTable(*db, tableHeader(dwgNo), table, u"20261121"_s);
+            SaveTable(*db,
+                      {u"客先A"_s, u"01"_s, dwgNo, u"1"_s, u"搬送ユニット"_s, u"2026/11/21"_s, u"山田"_s},
+                      table, u"20261121"_s);
             return 0;
         }
         LockHolder holder;
         const auto lock = TeamLock::take(db, PartsTableLockName(dwgNo, u"01"_s, u"1"_s), &holder);
         std::printf("%s\n", lock ? "held" : qPrintable(holder.describe()));
         std::fflush(stdout);
-        if (mode == u"--hold-once")
-            return lock ? 0 : 3;
         for (int i = 0; lock && i < 600; ++i)
             QThread::msleep(100);
     } catch (const RuntimeError& e) {
@@ -109,7 +103,6 @@ private Q_SLOTS:
         QCOMPARE(run(self(), {u"--hold"_s, u"T-1"_s}, &told), 0);
         QVERIFY2(told.contains(ThisDesk() + u" の "_s + ThisUser() + u" さんが "_s), qPrintable(told));
         first.reset(); // closing the editor frees the table
-        QCOMPARE(run(self(), {u"--hold-once"_s, u"T-1"_s}, &told), 0);
 
         QProcess other;
         other.start(self(), {u"--hold"_s, u"T-1"_s});
@@ -264,7 +257,7 @@ private Q_SLOTS:
 int main(int argc, char** argv)
 {
     const QByteArray mode = argc >= 3 ? QByteArray(argv[1]) : QByteArray();
-    if (mode == "--hold" || mode == "--hold-once" || mode == "--save") {
+    if (mode == "--hold" || mode == "--save") {
         QCoreApplication app(argc, argv);
         return deskProcess(QString::fromLatin1(mode), QString::fromLocal8Bit(argv[2]),
                            argc > 3 ? std::atoi(argv[3]) : 0);

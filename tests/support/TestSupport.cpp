@@ -91,10 +91,12 @@ bool teamMode()
     return qEnvironmentVariable("BUHINHYO_TEST_TEAM") == u"1";
 }
 
-QString teamIni(const QString& dsn, const QString& uid, const QString& pwd)
+// The database sections of a desk's PARA.ini in team mode, on the fixture's data source.
+static QString teamIni()
 {
     return u"[DBMS]\r\nDB=ODBC\r\n[ODBC]\r\nPRV=MSDASQL\r\nDSN=%1\r\nUID=%2\r\nPWD=%3\r\nSHARED=1\r\n"_s.arg(
-        dsn, uid, pwd);
+        qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"), qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"),
+        qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD"));
 }
 
 AppFolder::AppFolder(const QString& iniText)
@@ -142,12 +144,8 @@ bool AppFolder::connect()
 void AppFolder::writeIni(const QString& text)
 {
     // In team mode the same folder works on the server: its database settings say so.
-    writeCp932File(ctx.IniPath, !teamMode() ? text
-                                            : QString(text).replace(
-                                                  u"[DBMS]\r\nDB=LOCAL\r\n"_s,
-                                                  teamIni(qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"),
-                                                          qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"),
-                                                          qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD"))));
+    writeCp932File(ctx.IniPath,
+                   teamMode() ? QString(text).replace(u"[DBMS]\r\nDB=LOCAL\r\n"_s, teamIni()) : text);
     ctx.makeIni();
 }
 
