@@ -44,7 +44,7 @@ LockHolder holderOf(const QSqlQuery& q)
 }
 
 // The desks' connection: psqlODBC binds the values of a write into its text itself instead of
-// preparing, executing and dropping a statement on the server for each line (a third of the round
+// preparing, executing and dropping a statement on the server for each line (half the round
 // trips of a save).
 std::shared_ptr<Database> openTeamConnection(const QString& connectionText)
 {
