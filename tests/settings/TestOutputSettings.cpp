@@ -1,5 +1,4 @@
 #include "CommonWidgets.h"
-#include "Connect.h"
 #include "IniAccess.h"
 #include "NewCustomerDialog.h"
 #include "OutputSettingsEntry.h"
@@ -358,9 +357,7 @@ private Q_SLOTS:
     {
         if (!teamMode())
             QSKIP("one desk on the local file");
-        auto other = OpenConnectionText(OdbcConnectionText(
-            u"MSDASQL"_s, qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"),
-            qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"), qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD")));
+        const auto other = openOtherDesk();
         LockHolder holder;
         auto held = TeamLock::take(other, LayoutLockName(u"客先A"_s, u"1"_s), &holder);
         QVERIFY(held);

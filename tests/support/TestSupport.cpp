@@ -91,6 +91,13 @@ bool teamMode()
     return qEnvironmentVariable("BUHINHYO_TEST_TEAM") == u"1";
 }
 
+std::shared_ptr<Database> openOtherDesk()
+{
+    return OpenConnectionText(OdbcConnectionText(u"MSDASQL"_s, qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"),
+                                                 qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"),
+                                                 qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD")));
+}
+
 // The database sections of a desk's PARA.ini in team mode, on the fixture's data source.
 static QString teamIni()
 {

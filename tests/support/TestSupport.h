@@ -25,6 +25,8 @@ QString makeSqliteDatabase(const QString& folder, const QString& name = QStringL
 // Team mode of the test run (BUHINHYO_TEST_TEAM=1 beside the PostgreSQL fixture's variables): the
 // program folders below work on the fixture's server through [ODBC] SHARED=1 instead of their file.
 bool teamMode();
+// Another desk in team mode: a session of its own on the fixture's server.
+std::shared_ptr<Database> openOtherDesk();
 
 // The program folder of one test: PARA.ini with the catalogue and lists of kIni, an empty
 // DB/CADDB.sqlite made from the shipped schema, WORK/, and a context with scripted message boxes and
