@@ -92,6 +92,17 @@ void ConnectShared(AppContext& ctx, ConnectResult& r)
         // never leaves a broken database.
         db->Execute(QStringLiteral("SET application_name = 'buhinhyo'"));
         db->Execute(QStringLiteral("SET synchronous_commit = off"));
+        // A database set up before team use lacks the table of who holds what.
+        try {
+            db->Execute(QStringLiteral("SELECT 1 FROM BUHINHYO_LOCK WHERE 1 = 0"));
+        } catch (const RuntimeError& e) {
+            throw RuntimeError(e.number(),
+                               QStringLiteral("データソース %1 のデータベースにはチーム使用の表 "
+                                              "BUHINHYO_LOCK がありません。scripts/team-server.sh か "
+                                              "data/schema-postgresql.sql をもう一度実行して下さい。\n")
+                                       .arg(r.dbDsn) +
+                                   e.description());
+        }
         ctx.DbConnection = std::move(db);
     } catch (const RuntimeError& e) {
         r.endProgram = true;

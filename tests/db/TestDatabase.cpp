@@ -583,6 +583,12 @@ private Q_SLOTS:
         QCOMPARE(countRows(*m_app->ctx.DbConnection, u"SELECT * FROM BUHINHYO"_s), 0);
         team = connect(source(u"ODBC"_s, u"MSDASQL"_s, u"not-the-password"_s, u"SHARED=1\r\n"_s));
         QVERIFY(team.endProgram && !m_app->ctx.DbConnection);
+        // A database set up before team use is named as such.
+        m_f.db().Execute(u"ALTER TABLE BUHINHYO_LOCK RENAME TO BUHINHYO_LOCK_AWAY"_s);
+        team = connect(source(u"ODBC"_s, u"MSDASQL"_s, password, u"SHARED=1\r\n"_s));
+        m_f.db().Execute(u"ALTER TABLE BUHINHYO_LOCK_AWAY RENAME TO BUHINHYO_LOCK"_s);
+        QVERIFY2(team.endProgram && team.message.contains(u"BUHINHYO_LOCK がありません"_s),
+                 qPrintable(team.message));
         // A wrong password: the server's message in a plain box, and the end.
         const ConnectResult r = connect(source(u"ODBC"_s, u"MSDASQL"_s, u"not-the-password"_s));
         QVERIFY(r.endProgram);
