@@ -92,6 +92,10 @@ void ConnectShared(AppContext& ctx, ConnectResult& r)
         // never leaves a broken database.
         db->Execute(QStringLiteral("SET application_name = 'buhinhyo'"));
         db->Execute(QStringLiteral("SET synchronous_commit = off"));
+        // A desk that loses its network is noticed by the server within about a minute (probes after
+        // 30 s of silence, three 10 s apart), which ends its session and frees what it held.
+        db->Execute(QStringLiteral("SET tcp_keepalives_idle = 30; SET tcp_keepalives_interval = 10; "
+                                   "SET tcp_keepalives_count = 3"));
         // A database set up before team use lacks the table of who holds what.
         try {
             db->Execute(QStringLiteral("SELECT 1 FROM BUHINHYO_LOCK WHERE 1 = 0"));
