@@ -131,13 +131,54 @@ CREATE TABLE IF NOT EXISTS SETTEI (
     PRIMARY KEY (CH_USER, CH_BUHIN)
 );
 
+-- Team use: who holds which parts table or customer layout open for editing. The lock itself is the
+-- server's session-scoped advisory lock numbered INT_KEY, held by the session INT_PID; a row whose
+-- session no longer holds that lock names nobody (a desk that went away frees its tables by itself).
+CREATE TABLE IF NOT EXISTS BUHINHYO_LOCK (
+    INT_KEY          BIGINT PRIMARY KEY,
+    CH_WHAT          CITEXT DEFAULT '',
+    CH_DESK          CITEXT DEFAULT '',
+    CH_USER          CITEXT DEFAULT '',
+    INT_SINCE        BIGINT,
+    INT_PID          INTEGER
+);
+
+-- A text written as null is stored as '' (as the program reads it), so that lists sort and group
+-- such lines together with the empty ones, as on the local file.
+CREATE OR REPLACE FUNCTION BUHINHYO_TEXT_NOT_NULL() RETURNS trigger LANGUAGE plpgsql AS $$
+DECLARE
+    nulls jsonb;
+BEGIN
+    SELECT jsonb_object_agg(key, '') INTO nulls FROM jsonb_each(to_jsonb(NEW))
+     WHERE value = 'null'::jsonb AND key LIKE 'ch\_%' AND key NOT IN ('ch_haishi', 'ch_kakko');
+    IF nulls IS NOT NULL THEN
+        NEW := jsonb_populate_record(NEW, nulls);
+    END IF;
+    RETURN NEW;
+END $$;
+-- The trigger runs only for a row that has a null text (a quick test of the row's text columns).
+DO $$
+DECLARE
+    t text;
+    nulls text;
+BEGIN
+    FOREACH t IN ARRAY ARRAY['buhinhyo', 'buhinhyo_m', 'settei'] LOOP
+        SELECT string_agg(format('NEW.%I IS NULL', column_name), ' OR ') INTO nulls
+          FROM information_schema.columns
+         WHERE table_schema = current_schema() AND table_name = t AND column_name LIKE 'ch\_%'
+           AND column_name NOT IN ('ch_haishi', 'ch_kakko');
+        EXECUTE format('CREATE OR REPLACE TRIGGER %I BEFORE INSERT OR UPDATE ON %I FOR EACH ROW WHEN (%s) '
+                       'EXECUTE FUNCTION BUHINHYO_TEXT_NOT_NULL()', t || '_text_not_null', t, nulls);
+    END LOOP;
+END $$;
+
 -- Text columns of an earlier database, changed over in place.
 DO $$
 DECLARE c record;
 BEGIN
     FOR c IN SELECT table_name, column_name FROM information_schema.columns
              WHERE table_schema = current_schema() AND data_type = 'character varying'
-               AND table_name IN ('buhinhyo', 'buhinhyo_m', 'settei')
+               AND table_name IN ('buhinhyo', 'buhinhyo_m', 'settei', 'buhinhyo_lock')
     LOOP
         EXECUTE format('ALTER TABLE %I ALTER COLUMN %I TYPE CITEXT', c.table_name, c.column_name);
     END LOOP;

@@ -76,7 +76,8 @@ Q105=この客先と部品表区分の印刷設定は既に登録されていま
 
 [DBMS]
 ; データベースの種類：LOCAL（SQLite ファイル）、ODBC、ORACLE
-; ODBC と ORACLE はデータソースに接続できるかを確かめるだけで、部品表の読み書きには使われません。
+; ODBC と ORACLE はデータソースに接続できるかを確かめるだけで、部品表の読み書きには使われません
+; （ODBC で [ODBC] SHARED=1 のときは別：下記）。
 DB=LOCAL
 
 [LOCAL]
@@ -93,6 +94,8 @@ PRV=MSDASQL
 DSN=buhinhyo
 UID=buhin
 PWD=buhin
+; SHARED=1 と DB=ODBC で、複数の端末が PostgreSQL サーバーの部品表を共有します（チーム使用、README 参照）。
+;SHARED=1
 
 TEXT
 list USER "ABC精機" "東和工業" "株式会社サンプル機工" "株式会社山田製作所" "東洋精機株式会社" "大和機工株式会社" "北陸メカトロ株式会社" "中央重工業株式会社"

@@ -4,6 +4,7 @@
 #include "CommandGuard.h"
 #include "Database.h"
 #include "RuntimeError.h"
+#include "TeamMode.h"
 
 namespace
 {
@@ -110,6 +111,7 @@ ConnectResult ConnectDatabase(AppContext& ctx, int busyTimeoutMs)
         try {
             ctx.DbConnection =
                 Database::openSqliteFile(filePathOf(r.dbFilePath), busyTimeoutMs, ctx.DbReadOnly);
+            NoticeNetworkDatabase(ctx, filePathOf(r.dbFilePath));
         } catch (const RuntimeError& e) {
             // The local database is the program's working store: without it nothing can run.
             r.endProgram = true;
@@ -130,6 +132,10 @@ ConnectResult ConnectDatabase(AppContext& ctx, int busyTimeoutMs)
         r.dbUser = ini.get(QStringLiteral("ODBC"), QStringLiteral("UID"));
         r.dbPassword = ini.get(QStringLiteral("ODBC"), QStringLiteral("PWD"));
         r.connectionText = OdbcConnectionText(r.dbProvider, r.dbDsn, r.dbUser, r.dbPassword);
+        if (SharedModeRequested(ctx)) {
+            ConnectShared(ctx, r);
+            return r;
+        }
     }
     // The data source is opened on a connection of its own, which goes again when this returns:
     // the shared connection keeps what it held. Only the local file is the program's working

@@ -37,7 +37,8 @@ struct ConnectResult {
     QString message; // the text of the box shown before ending, else empty
 
     // The values read for this connect.
-    QString dbKind; // "LOCAL", "ORACLE" or "ODBC"
+    QString dbKind;      // "LOCAL", "ORACLE" or "ODBC"
+    bool shared = false; // "ODBC" with [ODBC] SHARED=1: the data source is the program's connection
     QString dbFilePath;
     QString dbProvider;
     QString dbDsn;
@@ -53,4 +54,5 @@ struct ConnectResult {
 // - anything else is "LOCAL": AppPath + [LOCAL] MDB (AppPath is put in front even of an absolute
 //   path) becomes ctx.DbConnection. A missing, locked or non-database file is the run-time error
 //   box naming the file, and the program ends.
+// - "ODBC" with [ODBC] SHARED=1 (team use, see TeamMode.h): the data source becomes ctx.DbConnection.
 ConnectResult ConnectDatabase(AppContext& ctx, int busyTimeoutMs = 5000);

@@ -1,6 +1,7 @@
 #include "Database.h"
 
 #include "RuntimeError.h"
+#include "TeamMode.h"
 
 #include <QAtomicInt>
 #include <QFile>
@@ -272,12 +273,15 @@ std::shared_ptr<Database> Database::openSqliteFile(const QString& path, int busy
         // may be lost, never the file); FULL would sync on every one of the editor's row saves.
         // The busy timeout lets a second program instance or a tool finish its write instead of
         // failing at once. Reading the schema proves the file really is a database.
+        // WAL needs memory shared on one host: on a network file system the file keeps its
+        // rollback journal (ConnectDatabase tells the user why).
+        const QString journal = NetworkFileSystemType(path).isEmpty()
+                                    ? QStringLiteral("PRAGMA journal_mode=WAL")
+                                    : QStringLiteral("PRAGMA journal_mode=DELETE");
         QSqlQuery q(db);
         QStringList statements{QStringLiteral("SELECT count(*) FROM sqlite_master")};
         if (!readOnly)
-            statements = QStringList{QStringLiteral("PRAGMA journal_mode=WAL"),
-                                     QStringLiteral("PRAGMA synchronous=NORMAL")} +
-                         statements;
+            statements = QStringList{journal, QStringLiteral("PRAGMA synchronous=NORMAL")} + statements;
         for (const QString& statement : std::as_const(statements)) {
             if (!q.exec(statement)) {
                 error = q.lastError();

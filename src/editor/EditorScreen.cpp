@@ -8,6 +8,7 @@
 #include "EditorModel.h"
 #include "ScreenKeys.h"
 #include "StartNumberDialog.h"
+#include "TeamMode.h"
 #include "WidgetServices.h"
 
 #include <QApplication>
@@ -40,8 +41,8 @@ void setComboText(QComboBox* combo, const QString& text)
 } // namespace
 
 EditorScreen::EditorScreen(AppContext& ctx, std::shared_ptr<Database> db, EditorAids aids, QWidget* parent)
-    : QWidget(parent, Qt::Window), m_ctx(ctx),
-      m_editor(std::make_unique<PartsTableEditor>(ctx, std::move(db))), m_aids(std::move(aids))
+    : QWidget(parent, Qt::Window), m_ctx(ctx), m_editor(std::make_unique<PartsTableEditor>(ctx, db)),
+      m_aids(std::move(aids)), m_db(std::move(db))
 {
     setObjectName(QStringLiteral("KVRCAD0002"));
     setWindowTitle(QStringLiteral("部品表作成"));
@@ -185,12 +186,39 @@ bool EditorScreen::openTable(const EditorOpenValues& values)
 {
     bool ok = false;
     command([&] {
+        if (!takeTableLock(values))
+            return;
         fillLists();
         m_editor->open(values);
         showHeader();
         ok = true;
     });
     return ok;
+}
+
+bool EditorScreen::takeTableLock(const EditorOpenValues& values)
+{
+    if (!m_db)
+        return true;
+    LockHolder holder;
+    m_lock = TeamLock::take(m_db, PartsTableLockName(values.dwgNo, values.assy, values.kind), &holder);
+    if (m_lock)
+        return true;
+    // Another desk edits the table: this one may read and print it, or not open it.
+    if (m_ctx.messages->show(MsgIcon::Question, MsgButtons::YesNo, QStringLiteral("確認"),
+                             holder.what + QStringLiteral(" は ") + holder.describe() +
+                                 QStringLiteral("編集中です。\n読み取り専用で開きますか？"
+                                                "（表示と印刷だけができます。更新と行削除はできません）")) !=
+        MsgAnswer::Yes)
+        return false;
+    m_readOnlyReason = holder.describe() + QStringLiteral("編集中のため、更新と行削除はできません。");
+    setWindowTitle(windowTitle() + QStringLiteral("（読み取り専用：") + m_readOnlyReason +
+                   QStringLiteral("）"));
+    for (QPushButton* b : {m_update, m_deleteLine}) {
+        b->setEnabled(false);
+        b->setToolTip(m_readOnlyReason);
+    }
+    return true;
 }
 
 void EditorScreen::fillLists()

@@ -16,6 +16,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QTableView;
+class TeamLock;
 
 // The editor's input aids that other screens provide: the history searches, the bracket picker
 // and the copy of a whole stored table. Each gets the open editor; an empty one tells the user
@@ -64,6 +65,9 @@ public:
     // The standard height of a data line in pixels.
     int lineHeight() const { return m_lineHeight; }
 
+    // Why the table cannot be saved here (another desk edits it), empty when it can.
+    const QString& readOnlyReason() const { return m_readOnlyReason; }
+
 protected:
     void closeEvent(QCloseEvent* event) override;
 
@@ -86,6 +90,7 @@ private:
     void endCommand();
     void onViewCurrentChanged(int row, int col);
     bool acceptTypedCell(int col, QString& text);
+    bool takeTableLock(const EditorOpenValues& values);
 
     AppContext& m_ctx;
     std::unique_ptr<PartsTableEditor> m_editor;
@@ -138,4 +143,9 @@ private:
     QPushButton* m_nameHistory = nullptr;
     QPushButton* m_materialHistory = nullptr;
     QPushButton* m_transfer = nullptr;
+
+    // Team use: the table held open for editing on the server, or why it is read-only here.
+    std::shared_ptr<Database> m_db;
+    std::unique_ptr<TeamLock> m_lock;
+    QString m_readOnlyReason;
 };

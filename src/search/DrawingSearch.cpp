@@ -8,6 +8,7 @@
 #include "Database.h"
 #include "ScreenKeys.h"
 #include "SearchQueries.h"
+#include "TeamMode.h"
 #include "WidgetServices.h"
 
 #include <QCheckBox>
@@ -280,6 +281,16 @@ void DrawingSearchScreen::deleteTable()
     if (!TableExists(*db, assy, dwgNo, k)) {
         m_ctx.messages->show(MsgIcon::Information, MsgButtons::Ok, QStringLiteral("削除"),
                              QStringLiteral("該当するデータが存在しません"));
+        return;
+    }
+    // Team use: a table another desk has open in its editor is not deleted under it.
+    LockHolder holder;
+    const std::unique_ptr<TeamLock> held =
+        TeamLock::take(m_ctx.DbConnection, PartsTableLockName(dwgNo, assy, k), &holder);
+    if (!held) {
+        m_ctx.messages->show(MsgIcon::Exclamation, MsgButtons::Ok, QStringLiteral("注意"),
+                             holder.what + QStringLiteral(" は ") + holder.describe() +
+                                 QStringLiteral("編集中です。削除できません。"));
         return;
     }
     if (m_ctx.messages->show(MsgIcon::Question, MsgButtons::YesNo, QStringLiteral("確認"),

@@ -13,6 +13,7 @@
 #include "SettingsSave.h"
 #include "SettingsWorkbooks.h"
 #include "SheetSelectDialog.h"
+#include "TeamMode.h"
 #include "WidgetServices.h"
 
 #include <QApplication>
@@ -419,6 +420,7 @@ void OutputSettingsScreen::search()
 void OutputSettingsScreen::loadSettings()
 {
     m_ctx.CurrentKind = currentKind();
+    holdLayout(m_user->currentText(), m_ctx.CurrentKind, false);
     const std::optional<SettingsRecord> row =
         ReadSettings(database(), m_user->currentText(), m_ctx.CurrentKind);
     if (!row) {
@@ -518,7 +520,31 @@ bool OutputSettingsScreen::save()
         }
         return false;
     }
+    if (!holdLayout(r.user, r.kind, true))
+        return false;
     return WriteSettings(database(), *m_ctx.ini, r);
+}
+
+bool OutputSettingsScreen::holdLayout(const QString& user, const QString& kind, bool saving)
+{
+    const QString what = LayoutLockName(user, kind);
+    if (m_layoutLock && m_layoutLock->what() == what)
+        return true;
+    m_layoutLock.reset();
+    database();
+    LockHolder holder;
+    m_layoutLock = TeamLock::take(m_connection, what, &holder);
+    if (m_layoutLock)
+        return true;
+    const QString who =
+        holder.what + QStringLiteral(" は ") + holder.describe() + QStringLiteral("編集中です。");
+    if (saving)
+        m_ctx.messages->show(MsgIcon::Exclamation, MsgButtons::Ok, QStringLiteral("注意"),
+                             who + QStringLiteral("\n編集が終わるまで登録できません。"));
+    else
+        m_ctx.messages->show(MsgIcon::Information, MsgButtons::Ok, QStringLiteral("インフォメーション"),
+                             who + QStringLiteral("\n表示はできますが、登録はできません。"));
+    return false;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -649,6 +675,7 @@ void OutputSettingsScreen::closeEvent(QCloseEvent* event)
 {
     if (!m_closed) {
         m_closed = true;
+        m_layoutLock.reset();
         if (m_connection && m_ctx.DbConnection == m_connection)
             m_ctx.DbConnection.reset();
         m_connection.reset();

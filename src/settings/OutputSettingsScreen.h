@@ -17,6 +17,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QRadioButton;
+class TeamLock;
 
 // KVRCAD0003 "印刷用エクセル設定": edits the SETTEI row of one customer and kind.
 class OutputSettingsScreen : public QWidget
@@ -67,6 +68,9 @@ private:
     void addFunctionKey(int key, QPushButton* button);
 
     void loadSettings();
+    // Team use: holds the layout of the customer and kind open for this desk; false (after a box
+    // naming who edits it) when another desk does. saving: the box refuses the save.
+    bool holdLayout(const QString& user, const QString& kind, bool saving);
     void fillFromRecord(const SettingsRecord& r);
     void applyHeaderEnabling(int item);
     void applyDetailEnabling(int item);
@@ -88,6 +92,7 @@ private:
     std::unique_ptr<SettingsWorkbooks> m_workbooks;
     std::shared_ptr<Database> m_connection;
     bool m_opened = false;
+    std::unique_ptr<TeamLock> m_layoutLock;
 
     QComboBox* m_user = nullptr;
     QPushButton* m_newUser = nullptr;

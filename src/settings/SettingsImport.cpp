@@ -6,6 +6,7 @@
 #include "OutputSettingsScreen.h"
 #include "SettingsSave.h"
 #include "SettingsWorkbooks.h"
+#include "TeamMode.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -78,9 +79,20 @@ void OutputSettingsScreen::importData()
         return;
     }
 
-    // A stored table is never overwritten without asking.
+    // A stored table is never overwritten without asking, nor one another desk has open (team use):
+    // the tables are held for this desk until they are written.
     QList<ImportAction> actions;
+    std::vector<std::unique_ptr<TeamLock>> held;
     for (const ImportTable& t : plan.tables) {
+        LockHolder holder;
+        held.push_back(TeamLock::take(m_connection, PartsTableLockName(t.dwgNo, t.assy, kind), &holder));
+        if (!held.back()) {
+            box.show(MsgIcon::Exclamation, MsgButtons::Ok, kTitle,
+                     holder.what + QStringLiteral(" は ") + holder.describe() +
+                         QStringLiteral("編集中のため取り込みません。"));
+            actions << ImportAction::Skip;
+            continue;
+        }
         if (!PartsTableExists(db, t.dwgNo, t.assy, kind)) {
             actions << ImportAction::Create;
             continue;

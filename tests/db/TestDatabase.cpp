@@ -116,11 +116,12 @@ class TestDatabase : public QObject
     {
         return u"[DBMS]\r\nDB=LOCAL\r\n[LOCAL]\r\nMDB="_s + mdb + u"\r\n"_s;
     }
-    static QString source(const QString& section, const QString& provider, const QString& password)
+    static QString source(const QString& section, const QString& provider, const QString& password,
+                          const QString& extra = QString())
     {
-        return u"[DBMS]\r\nDB=%1\r\n[%1]\r\nPRV=%2\r\nDSN=%3\r\nUID=%4\r\nPWD=%5\r\n"_s.arg(
+        return u"[DBMS]\r\nDB=%1\r\n[%1]\r\nPRV=%2\r\nDSN=%3\r\nUID=%4\r\nPWD=%5\r\n%6"_s.arg(
             section, provider, qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"),
-            qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"), password);
+            qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"), password, extra);
     }
 
     // Saves lines into the file in a child process and kills it (SIGKILL) once it reported at least
@@ -662,17 +663,66 @@ private Q_SLOTS:
         QCOMPARE(m_app->messages.shown.size(), 4);
     }
 
+    // A local file on a network or user-space file system (here a FUSE mount) keeps its rollback
+    // journal, and the user is told once per run; on a local disk it is WAL, without a word.
+    void networkFolderKeepsTheRollbackJournal()
+    {
+        if (DbFixture::postgresql())
+            QSKIP("about the local file");
+        QTemporaryDir share;
+        makeSqliteDatabase(share.path());
+        const QString mount = m_app->path(u"NET"_s);
+        QDir().mkpath(mount);
+        if (QProcess::execute(u"bindfs"_s, {share.path(), mount}) != 0)
+            QSKIP("cannot mount a FUSE file system here (bindfs missing, or no /dev/fuse)");
+        const auto unmount = qScopeGuard([&] { QProcess::execute(u"fusermount"_s, {u"-uz"_s, mount}); });
+        auto journal = [&] {
+            QSqlQuery q(m_app->ctx.DbConnection->sql());
+            return q.exec(u"PRAGMA journal_mode"_s) && q.next() ? q.value(0).toString() : QString();
+        };
+        for (int run = 0; run < 2; ++run) {
+            QVERIFY(!connect(local(u"NET\\CADDB.sqlite"_s)).endProgram);
+            if (run == 0)
+                QVERIFY2(m_app->shownBoxes().value(0).contains(u"ネットワーク上の共有フォルダ (fuse"_s),
+                         qPrintable(m_app->shownBoxes().value(0)));
+            QCOMPARE(journal(), u"delete"_s);
+            QCOMPARE(m_app->messages.shown.size(), 1 - run);
+        }
+        QVERIFY(!connect(local(u"DB\\CADDB.sqlite"_s)).endProgram);
+        QCOMPARE(journal(), u"wal"_s);
+        QVERIFY(m_app->messages.shown.isEmpty());
+    }
+
     void theFixturesDataSourceConnectsOnAConnectionOfItsOwn()
     {
         if (!DbFixture::postgresql())
             QSKIP("needs the PostgreSQL fixture of the test run");
         const QString password = qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD");
-        for (const auto& [section, provider] :
-             {std::pair{u"ODBC"_s, u"MSDASQL"_s}, {u"ODBC"_s, u"ODBC"_s}, {u"ORACLE"_s, QString()}}) {
-            const ConnectResult r = connect(source(section, provider, password));
+        // Without [ODBC] SHARED=1 (or with it under ORACLE) the data source is only reached.
+        for (const auto& [section, provider, extra] :
+             {std::tuple{u"ODBC"_s, u"MSDASQL"_s, QString()},
+              {u"ODBC"_s, u"ODBC"_s, u"SHARED=0\r\n"_s},
+              {u"ODBC"_s, u"MSDASQL"_s, u"SHARED=yes\r\n"_s},
+              {u"ODBC"_s, u"MSDASQL"_s, u"SHARED= 2\r\n"_s},
+              {u"ORACLE"_s, QString(), u"SHARED=1\r\n[ODBC]\r\nSHARED=1\r\n"_s}}) {
+            const ConnectResult r = connect(source(section, provider, password, extra));
             QVERIFY2(!r.endProgram && m_app->messages.shown.isEmpty(), qPrintable(r.message));
-            QVERIFY(!m_app->ctx.DbConnection); // the shared connection keeps what it held
+            QVERIFY(!r.shared && !m_app->ctx.DbConnection); // the shared connection keeps what it held
         }
+        // Team use: the data source is the program's connection, on which the screens work.
+        ConnectResult team = connect(source(u"ODBC"_s, u"MSDASQL"_s, password, u"SHARED=1\r\n"_s));
+        QVERIFY(team.shared && !team.endProgram && m_app->messages.shown.isEmpty());
+        QVERIFY(m_app->ctx.DbConnection &&
+                m_app->ctx.DbConnection->dialect() == Database::Dialect::PostgreSql);
+        QCOMPARE(countRows(*m_app->ctx.DbConnection, u"SELECT * FROM BUHINHYO"_s), 0);
+        team = connect(source(u"ODBC"_s, u"MSDASQL"_s, u"not-the-password"_s, u"SHARED=1\r\n"_s));
+        QVERIFY(team.endProgram && !m_app->ctx.DbConnection);
+        // A database set up before team use is named as such.
+        m_f.db().Execute(u"ALTER TABLE BUHINHYO_LOCK RENAME TO BUHINHYO_LOCK_AWAY"_s);
+        team = connect(source(u"ODBC"_s, u"MSDASQL"_s, password, u"SHARED=1\r\n"_s));
+        m_f.db().Execute(u"ALTER TABLE BUHINHYO_LOCK_AWAY RENAME TO BUHINHYO_LOCK"_s);
+        QVERIFY2(team.endProgram && team.message.contains(u"BUHINHYO_LOCK がありません"_s),
+                 qPrintable(team.message));
         // A wrong password: the server's message in a plain box, and the end.
         const ConnectResult r = connect(source(u"ODBC"_s, u"MSDASQL"_s, u"not-the-password"_s));
         QVERIFY(r.endProgram);

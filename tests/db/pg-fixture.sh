@@ -63,12 +63,14 @@ start() {
     --locale=C.UTF-8 --auth-local=trust --auth-host=scram-sha-256 --no-sync >"$dir/initdb.log" 2>&1 ||
     { cat "$dir/initdb.log" >&2; fail "initdb failed"; }
 
+  # The tests need no durability; a benchmark passes the server's real settings.
+  local server_options=${PG_SERVER_OPTIONS:--c fsync=off -c full_page_writes=off}
   local port started=no
   for _ in $(seq 1 20); do
     port=$((20000 + RANDOM % 30000))
     port_in_use "$port" && continue
     if as_owner timeout 60 "$bin/pg_ctl" -D "$dir/data" -l "$dir/server.log" -w -t 30 \
-      -o "-p $port -k $dir -c listen_addresses=127.0.0.1 -c fsync=off -c full_page_writes=off" start >/dev/null 2>&1; then
+      -o "-p $port -k $dir -c listen_addresses=127.0.0.1 $server_options" start >/dev/null 2>&1; then
       started=yes
       break
     fi

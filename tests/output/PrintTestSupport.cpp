@@ -1,5 +1,7 @@
 #include "PrintTestSupport.h"
 
+#include "TeamMode.h"
+
 #include "Database.h"
 #include "LibreOffice.h"
 
@@ -52,9 +54,14 @@ PrintFixture::PrintFixture()
         qFatal("cannot read the sample settings");
     QString sql = QString::fromUtf8(rows.readAll());
     sql.replace(u"@TEMPLATE_DIR@"_s, sourceDir() + u"/data/templates"_s).replace(u"@CUSTOMER@"_s, customer);
+    // In team mode the rows are made in the folder's own file and copied onto the server.
+    const std::shared_ptr<Database> file =
+        teamMode() ? Database::openSqliteFile(path(u"DB/CADDB.sqlite"_s)) : nullptr;
     for (const QString& statement : sql.remove(QRegularExpression(u"--[^\n]*"_s)).split(u';'))
         if (!statement.trimmed().isEmpty())
-            exec(statement);
+            file ? file->Execute(statement) : exec(statement);
+    if (file)
+        CopyTableRows(*file, *ctx.DbConnection, u"SETTEI"_s);
 }
 
 QString PrintFixture::workbook(const QString& name)
@@ -88,11 +95,10 @@ void PrintFixture::addTable(const QString& dwgNo, const QString& assy, const QSt
         "CH_TANI,INT_SURYO2,CH_TANI2,CH_BIKO,INT_TANKA,INT_KINGK,CH_MAKER,CH_HAISHI,CH_KAKKO,CH_UPDDATE) "
         "VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,'20261121')"_s);
     for (const StoredLine& l : lines) {
-        for (const QVariant& v :
-             {QVariant(assy), QVariant(dwgNo), QVariant(customer), QVariant(kind), QVariant(l.zno),
-              QVariant(l.hinmei), QVariant(l.zaishitu), l.suryo, QVariant(l.tani), l.suryo2,
-              QVariant(l.tani2), QVariant(l.biko), l.tanka, l.kingk, QVariant(l.maker),
-              QVariant(l.haishi ? 1 : 0), QVariant(l.kakko ? 1 : 0)})
+        for (const QVariant& v : {QVariant(assy), QVariant(dwgNo), QVariant(customer), QVariant(kind),
+                                  QVariant(l.zno), QVariant(l.hinmei), QVariant(l.zaishitu), l.suryo,
+                                  QVariant(l.tani), l.suryo2, QVariant(l.tani2), QVariant(l.biko), l.tanka,
+                                  l.kingk, QVariant(l.maker), QVariant(l.haishi), QVariant(l.kakko)})
             q.addBindValue(v);
         if (!q.exec())
             qFatal("%s", qPrintable(q.lastError().text()));

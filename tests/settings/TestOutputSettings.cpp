@@ -8,6 +8,7 @@
 #include "ScreenTestHelpers.h"
 #include "SettingsSave.h"
 #include "SheetSelectDialog.h"
+#include "TeamMode.h"
 
 #include <QAbstractItemView>
 
@@ -370,6 +371,32 @@ private Q_SLOTS:
         QVERIFY_THROWS_EXCEPTION(CommandEnded, createOutputSettings(f->ctx, nullptr));
         QCOMPARE(f->messages.texts(), QStringList(u"実行時エラー '13':\n\n型が一致しません。"_s));
         QVERIFY(f->messages.shown[0].detail.endsWith(u" の [USER] キー MAX の値「abc」"_s));
+    }
+
+    // Team use: while another desk (another session on the server) edits a layout, this one is told
+    // on loading it and its save is refused; once the other desk lets go, the save goes through.
+    void layoutEditedOnAnotherDesk()
+    {
+        if (!teamMode())
+            QSKIP("one desk on the local file");
+        const auto other = openOtherDesk();
+        LockHolder holder;
+        auto held = TeamLock::take(other, LayoutLockName(u"客先A"_s, u"1"_s), &holder);
+        QVERIFY(held);
+        fillScreen(u"客先A"_s, PrintFixture::workbook(u"three_sheets.xlsx"_s));
+        QTest::keyClick(screen, Qt::Key_F1);
+        const QString who =
+            u"出力設定 客先A (製作ﾘｽﾄ) は "_s + ThisDesk() + u" の "_s + ThisUser() + u" さんが "_s;
+        QCOMPARE(f->messages.shown.size(), 1);
+        QVERIFY2(f->messages.shown[0].text.startsWith(who), qPrintable(f->messages.shown[0].text));
+        QTest::keyClick(screen, Qt::Key_F5);
+        QVERIFY(f->shownBoxes().value(1).startsWith(u"注意|"_s) &&
+                f->shownBoxes()[1].contains(u"登録できません"_s));
+        QVERIFY(!stored(u"客先A"_s, u"1"_s));
+        held.reset();
+        QTest::keyClick(screen, Qt::Key_F5);
+        QCOMPARE(f->codes().last(), u"I100"_s);
+        QVERIFY(stored(u"客先A"_s, u"1"_s));
     }
 
     // The new customer dialog KVRCAD0102 over the settings file's customer list.

@@ -3,6 +3,7 @@
 #include "OutputSettingsScreen.h"
 #include "PrintTestSupport.h"
 #include "SettingsSave.h"
+#include "TeamMode.h"
 #include "XlsxOutputWorkbook.h"
 
 #include <QComboBox>
@@ -148,6 +149,16 @@ private Q_SLOTS:
         importAnswering({MsgAnswer::No, MsgAnswer::No, MsgAnswer::No, MsgAnswer::No});
         QCOMPARE(f->messages.shown.size(), 5);
         QVERIFY(f->messages.texts().last().contains(u"取り込む部品表はありません"_s));
+        if (!teamMode())
+            return;
+        // A table another desk has open is not written: D-600 only is replaced.
+        LockHolder holder;
+        const auto held =
+            TeamLock::take(openOtherDesk(), PartsTableLockName(u"D-500"_s, u"10"_s, u"1"_s), &holder);
+        importAnswering({MsgAnswer::Ok, MsgAnswer::Yes, MsgAnswer::Yes});
+        QVERIFY(f->messages.texts().at(0).endsWith(u"編集中のため取り込みません。"_s));
+        QCOMPARE(f->codes().last(), u"I100"_s);
+        QCOMPARE(lines(u"D-500"_s).size() + lines(u"D-600"_s).size(), 13);
     }
 
     void printedTableImportsBack()

@@ -86,6 +86,26 @@ const QString AppFolder::kIni =
     "[KVRCAD0002COMBO7]\r\nMAX=0\r\nINDEX=6\r\n"
     "[KVRCAD0002COMBO8]\r\nMAX=0\r\nINDEX=7\r\n"_s;
 
+bool teamMode()
+{
+    return qEnvironmentVariable("BUHINHYO_TEST_TEAM") == u"1";
+}
+
+std::shared_ptr<Database> openOtherDesk()
+{
+    return OpenConnectionText(OdbcConnectionText(u"MSDASQL"_s, qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"),
+                                                 qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"),
+                                                 qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD")));
+}
+
+// The database sections of a desk's PARA.ini in team mode, on the fixture's data source.
+static QString teamIni()
+{
+    return u"[DBMS]\r\nDB=ODBC\r\n[ODBC]\r\nPRV=MSDASQL\r\nDSN=%1\r\nUID=%2\r\nPWD=%3\r\nSHARED=1\r\n"_s.arg(
+        qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"), qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"),
+        qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD"));
+}
+
 AppFolder::AppFolder(const QString& iniText)
 {
     ctx.setPaths(dir.path());
@@ -97,11 +117,22 @@ AppFolder::AppFolder(const QString& iniText)
     QDir(dir.path()).mkpath(u"DB"_s);
     makeSqliteDatabase(path(u"DB"_s));
     m_peekName = QUuid::createUuid().toString();
-    m_peek = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_peekName);
-    m_peek.setDatabaseName(path(u"DB/CADDB.sqlite"_s));
-    m_peek.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=5000"_s);
+    if (teamMode()) {
+        // The tests' own view of the team's server, whose tables start empty.
+        m_peek = QSqlDatabase::addDatabase(u"QODBC"_s, m_peekName);
+        m_peek.setDatabaseName(qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN"));
+        m_peek.setUserName(qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"));
+        m_peek.setPassword(qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD"));
+    } else {
+        m_peek = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_peekName);
+        m_peek.setDatabaseName(path(u"DB/CADDB.sqlite"_s));
+        m_peek.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=5000"_s);
+    }
     if (!m_peek.open())
-        qFatal("cannot open the test database");
+        qFatal("cannot open the test database: %s", qPrintable(m_peek.lastError().text()));
+    if (teamMode())
+        for (const char* table : {"BUHINHYO_M", "BUHINHYO", "SETTEI"})
+            exec(u"DELETE FROM "_s + QLatin1StringView(table));
 }
 
 AppFolder::~AppFolder()
@@ -119,7 +150,9 @@ bool AppFolder::connect()
 
 void AppFolder::writeIni(const QString& text)
 {
-    writeCp932File(ctx.IniPath, text);
+    // In team mode the same folder works on the server: its database settings say so.
+    writeCp932File(ctx.IniPath,
+                   teamMode() ? QString(text).replace(u"[DBMS]\r\nDB=LOCAL\r\n"_s, teamIni()) : text);
     ctx.makeIni();
 }
 
@@ -144,7 +177,7 @@ QList<QStringList> AppFolder::rows(const QString& sql)
     while (q.next()) {
         QStringList r;
         for (int i = 0; i < q.record().count(); ++i)
-            r << q.value(i).toString();
+            r << (q.isNull(i) ? QString() : q.value(i).toString());
         out << r;
     }
     return out;
@@ -169,7 +202,7 @@ void AppFolder::storeTable(const QString& dwgNo, const QString& assy, const QStr
         const QString suryo = l.value(4, u"1"_s);
         exec(u"INSERT INTO BUHINHYO_M (CH_ASSY, CH_DWGNO, CH_USER, CH_BUHIN, CH_ZNO, CH_HINMEI, CH_HAISHI, "
              "CH_KAKKO, INT_SURYO, CH_ZAISHITU, CH_MAKER, CH_TANI, CH_UPDDATE) "
-             "VALUES ('%1','%2','%3','%4','%5','%6',%7,%8,%9,'%10','%11','個','20260115')"_s
+             "VALUES ('%1','%2','%3','%4','%5','%6','%7','%8',%9,'%10','%11','個','20260115')"_s
                  .arg(assy, dwgNo, user, kind, l.value(0), l.value(1), l.value(2, u"0"_s), l.value(3, u"0"_s))
                  .arg(suryo.isEmpty() ? u"NULL"_s : suryo, l.value(5), l.value(6)));
     }

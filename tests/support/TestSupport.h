@@ -22,6 +22,12 @@ int errorNumber(const std::function<void()>& f);
 QString makeSqliteDatabase(const QString& folder, const QString& name = QStringLiteral("CADDB.sqlite"),
                            const QString& schema = QString());
 
+// Team mode of the test run (BUHINHYO_TEST_TEAM=1 beside the PostgreSQL fixture's variables): the
+// program folders below work on the fixture's server through [ODBC] SHARED=1 instead of their file.
+bool teamMode();
+// Another desk in team mode: a session of its own on the fixture's server.
+std::shared_ptr<Database> openOtherDesk();
+
 // The program folder of one test: PARA.ini with the catalogue and lists of kIni, an empty
 // DB/CADDB.sqlite made from the shipped schema, WORK/, and a context with scripted message boxes and
 // file dialogs and a clock fixed at 2026-11-21 09:30:05. connect() connects it the way the screens do.
