@@ -222,28 +222,28 @@ void PreviewWindow::startRendering()
 
 void PreviewWindow::warmStep(int step, const QString& problem)
 {
-    if (step == int(WarmRenderer::Step::Failed)) {
-        // The pages still come, from a LibreOffice started for them; the renderer restarts by itself.
-        m_warmProblem = problem;
-        m_coming = false;
-        m_document->close();
-        m_stack->setCurrentIndex(0);
-        for (QWidget* w : m_pageControls)
-            w->setEnabled(false);
-        startColdRendering();
-        return;
+    QString failed = problem;
+    if (step != int(WarmRenderer::Step::Failed)) {
+        const bool complete = step == int(WarmRenderer::Step::Done);
+        failed = showPages(complete ? m_pdfPath : m_firstPagePath, complete);
+        if (complete && failed.isEmpty()) {
+            m_warm = true;
+            QFile::remove(m_firstPagePath);
+        }
+        // Page 1 that cannot be shown is left for the whole document.
+        if (!complete || failed.isEmpty())
+            return;
     }
-    const bool complete = step == int(WarmRenderer::Step::Done);
-    if (const QString failed = showPages(complete ? m_pdfPath : m_firstPagePath, complete);
-        !failed.isEmpty()) {
-        if (complete)
-            showProblem(QStringLiteral("印刷プレビューを作成できませんでした。\n") + failed);
-        return;
-    }
-    if (complete) {
-        m_warm = true;
-        QFile::remove(m_firstPagePath);
-    }
+    // The pages still come, from a LibreOffice started for them, without a box; the renderer
+    // restarts by itself when it was at fault.
+    m_warmProblem = failed;
+    m_coming = false;
+    m_document->close();
+    m_stack->setCurrentIndex(0);
+    for (QWidget* w : m_pageControls)
+        w->setEnabled(false);
+    updatePageLabel();
+    startColdRendering();
 }
 
 void PreviewWindow::startColdRendering()

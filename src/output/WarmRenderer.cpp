@@ -163,9 +163,9 @@ void WarmRenderer::start()
         return;
     }
     // A LibreOffice left on the profile by a program that crashed is ended, never taken over; its
-    // lock then says nothing.
-    if (!endStaleOffices(m_profile).isEmpty() || QFileInfo::exists(m_profile + QStringLiteral("/.lock")))
-        QFile::remove(m_profile + QStringLiteral("/.lock"));
+    // lock then says nothing (a second program is refused, so no other renderer uses the profile).
+    endStaleOffices(m_profile);
+    QFile::remove(m_profile + QStringLiteral("/.lock"));
     QDir().mkpath(m_profile);
 
     // The program itself rather than its start script, so that the parent-death signal reaches it.
@@ -204,7 +204,7 @@ void WarmRenderer::startHelper()
 {
     m_helper = new QProcess(this);
     EndWithParent(*m_helper);
-    m_helper->setStandardErrorFile(QProcess::nullDevice());
+    m_helper->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     connect(m_helper, &QProcess::readyReadStandardOutput, this, &WarmRenderer::readHelper);
     connect(m_helper, &QProcess::finished, this, [this](int code) {
         fault(QStringLiteral("プレビュー用の変換プログラムが終了しました（終了コード %1）。").arg(code));

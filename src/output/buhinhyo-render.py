@@ -36,8 +36,9 @@ def props(**values):
 
 
 def say(**what):
-    sys.stdout.write(json.dumps(what, ensure_ascii=False) + "\n")
-    sys.stdout.flush()
+    # UTF-8 both ways, whatever the locale says.
+    sys.stdout.buffer.write((json.dumps(what) + "\n").encode("utf-8"))
+    sys.stdout.buffer.flush()
 
 
 def connect(pipe, seconds):
@@ -89,11 +90,11 @@ def main():
         print("buhinhyo-render: no LibreOffice on pipe %s: %s" % (sys.argv[1], e), file=sys.stderr)
         return 3
     say(ready=True)
-    for line in sys.stdin:
+    for line in sys.stdin.buffer:
         if not line.strip():
             continue
         try:
-            render(desktop, json.loads(line))
+            render(desktop, json.loads(line.decode("utf-8")))
             say(done=True)
         except Exception as e:
             say(error="%s: %s" % (type(e).__name__, e))

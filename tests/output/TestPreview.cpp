@@ -143,7 +143,9 @@ private Q_SLOTS:
         f.addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(400));
         RecordingPresenter run;
         QCOMPARE(RunPrint(f.ctx, SampleRequest(), OpenXlsxOutputWorkbook, run), PrintOutcome::Done);
-        const QString book = run.printCopies.value(0), work = f.path(u"WORK"_s);
+        // A folder name in Japanese, as users' folders are.
+        const QString work = f.path(u"WORK"_s), book = f.path(u"部品表/DWG-95.xlsx"_s);
+        QVERIFY(QDir().mkpath(f.path(u"部品表"_s)) && QFile::copy(run.printCopies.value(0), book));
         WarmRenderer renderer(work);
         renderer.setTimeLimit(4000, 0);
         renderer.start();
