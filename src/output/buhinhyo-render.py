@@ -15,6 +15,7 @@
 import json
 import os
 import sys
+import tempfile
 import time
 
 try:
@@ -64,7 +65,7 @@ def store(doc, path, **filter_data):
     os.replace(part, path)
 
 
-def render(desktop, request):
+def render(desktop, request, quiet=False):
     # Loaded as the converter loads a file: hidden, read-only, no macros, links not updated.
     doc = desktop.loadComponentFromURL(
         uno.systemPathToFileUrl(os.path.abspath(request["in"])), "_blank", 0,
@@ -74,10 +75,26 @@ def render(desktop, request):
     try:
         if request.get("first"):
             store(doc, request["first"], PageRange="1")
-            say(first=True)
+            if not quiet:
+                say(first=True)
         store(doc, request["out"])
     finally:
         doc.close(True)
+
+
+def prime(desktop):
+    # The first workbook LibreOffice opens loads its spreadsheet, .xlsx and PDF filters: done here
+    # with a small workbook of its own, so that the user's first preview is as quick as the next.
+    with tempfile.TemporaryDirectory(prefix="buhinhyo-render-") as folder:
+        book = os.path.join(folder, "prime.xlsx")
+        doc = desktop.loadComponentFromURL("private:factory/scalc", "_blank", 0, props(Hidden=True))
+        try:
+            doc.Sheets.getByIndex(0).getCellByPosition(0, 0).setString("部品表")
+            doc.storeToURL(uno.systemPathToFileUrl(book), props(FilterName="Calc Office Open XML"))
+        finally:
+            doc.close(True)
+        render(desktop, {"in": book, "out": os.path.join(folder, "prime.pdf"),
+                         "first": os.path.join(folder, "prime-1.pdf")}, quiet=True)
 
 
 def main():
@@ -89,6 +106,10 @@ def main():
     except Exception as e:
         print("buhinhyo-render: no LibreOffice on pipe %s: %s" % (sys.argv[1], e), file=sys.stderr)
         return 3
+    try:
+        prime(desktop)
+    except Exception as e:
+        print("buhinhyo-render: warming up: %s: %s" % (type(e).__name__, e), file=sys.stderr)
     say(ready=True)
     for line in sys.stdin.buffer:
         if not line.strip():
