@@ -7,6 +7,7 @@
 #include "PrintRequest.h"
 #include "PrintRun.h"
 #include "RuntimeError.h"
+#include "WarmRenderer.h"
 #include "WorkbookControl.h"
 #include "XlsxOutputWorkbook.h"
 
@@ -92,10 +93,14 @@ public:
         }
         if (!pdf.isEmpty()) {
             const QString folder = QDir(workFolder).absoluteFilePath(QStringLiteral("print-pdf"));
-            const QString problem =
-                LibreOffice::convert(QDir(workFolder).absoluteFilePath(QStringLiteral("lo-profile-print")),
-                                     QStringLiteral("pdf"), folder, printPath);
             const QString made = LibreOffice::convertedPath(printPath, folder, QStringLiteral("pdf"));
+            // The program's renderer when the program runs on this folder, else a LibreOffice of its own.
+            QDir().mkpath(folder);
+            QString problem = WarmRenderer::renderThroughProgram(workFolder, printPath, made);
+            if (!problem.isEmpty())
+                problem = LibreOffice::convert(
+                    QDir(workFolder).absoluteFilePath(QStringLiteral("lo-profile-print")),
+                    QStringLiteral("pdf"), folder, printPath);
             QFile::remove(pdf);
             if (!problem.isEmpty() || !QFile::rename(made, pdf)) {
                 if (problem.isEmpty() && QFile::copy(made, pdf)) {

@@ -3,12 +3,15 @@
 #include "LibreOffice.h"
 
 #include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocalServer>
+#include <QLocalSocket>
 #include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QThread>
@@ -198,6 +201,72 @@ void WarmRenderer::start()
     });
     m_office->start();
     startHelper();
+    listen();
+}
+
+QString WarmRenderer::serverName(const QString& workFolder)
+{
+    const QByteArray folder = QFileInfo(workFolder).absoluteFilePath().toUtf8();
+    return QStringLiteral("buhinhyo-render-%1-%2")
+        .arg(getuid())
+        .arg(
+            QString::fromLatin1(QCryptographicHash::hash(folder, QCryptographicHash::Sha1).toHex().left(16)));
+}
+
+void WarmRenderer::listen()
+{
+    if (m_server)
+        return;
+    m_server = new QLocalServer(this);
+    m_server->setSocketOptions(QLocalServer::UserAccessOption);
+    // A socket left by a program that crashed (a second program on the folder is refused).
+    QLocalServer::removeServer(serverName(m_workFolder));
+    if (!m_server->listen(serverName(m_workFolder)))
+        qWarning("buhinhyo: the preview renderer does not serve buhinhyo-print: %s",
+                 qPrintable(m_server->errorString()));
+    connect(m_server, &QLocalServer::newConnection, this, [this] {
+        while (QLocalSocket* socket = m_server->nextPendingConnection()) {
+            connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
+            connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
+                if (!socket->canReadLine())
+                    return;
+                const QJsonObject asked = QJsonDocument::fromJson(socket->readLine()).object();
+                auto answer = [socket](Step step, const QString& problem) {
+                    if (step == Step::FirstPage)
+                        return;
+                    const QJsonObject said = step == Step::Done
+                                                 ? QJsonObject{{QStringLiteral("done"), true}}
+                                                 : QJsonObject{{QStringLiteral("error"), problem}};
+                    socket->write(QJsonDocument(said).toJson(QJsonDocument::Compact) + '\n');
+                    socket->flush();
+                };
+                if (!render(asked.value(u"in").toString(), asked.value(u"out").toString(), QString(), socket,
+                            answer))
+                    answer(Step::Failed, QStringLiteral("準備中です。"));
+            });
+        }
+    });
+}
+
+QString WarmRenderer::renderThroughProgram(const QString& workFolder, const QString& workbook,
+                                           const QString& pdf, int timeoutMs)
+{
+    QLocalSocket socket;
+    socket.connectToServer(serverName(workFolder));
+    if (!socket.waitForConnected(1000))
+        return QStringLiteral("プログラムが起動していません。");
+    const QJsonObject request{{QStringLiteral("in"), QFileInfo(workbook).absoluteFilePath()},
+                              {QStringLiteral("out"), QFileInfo(pdf).absoluteFilePath()}};
+    socket.write(QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n');
+    QElapsedTimer waited;
+    waited.start();
+    while (!socket.canReadLine()) {
+        if (waited.elapsed() > timeoutMs || !socket.waitForReadyRead(int(timeoutMs - waited.elapsed())))
+            return QStringLiteral("プログラムの応答がありません。");
+    }
+    const QJsonObject said = QJsonDocument::fromJson(socket.readLine()).object();
+    return said.contains(u"done") ? QString()
+                                  : said.value(u"error").toString(QStringLiteral("応答が不正です。"));
 }
 
 void WarmRenderer::startHelper()

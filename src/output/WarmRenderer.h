@@ -8,6 +8,7 @@
 #include <deque>
 #include <functional>
 
+class QLocalServer;
 class QTimer;
 
 // The preview's renderer kept warm: one LibreOffice per program, started in the background and
@@ -20,6 +21,9 @@ class QTimer;
 // an earlier crash is ended before a new one starts, never used. When LibreOffice or the helper dies
 // or does not answer within the time limit, the job fails (its caller renders the cold way) and both
 // are started again in the background.
+//
+// While it runs it also serves buhinhyo-print run on the same program folder (a local socket only
+// the user can open): renderThroughProgram.
 class WarmRenderer : public QObject
 {
     Q_OBJECT
@@ -59,6 +63,11 @@ public:
     // Ends every LibreOffice running on the profile folder (left by a program that crashed);
     // returns their process ids.
     static QList<qint64> endStaleOffices(const QString& profileFolder);
+    // Renders workbook to pdf through the renderer of the program running on workFolder; returns
+    // "" when it did, otherwise why not (no program running there, its renderer not ready, failed):
+    // the caller then converts the cold way. Blocks for at most timeoutMs.
+    static QString renderThroughProgram(const QString& workFolder, const QString& workbook,
+                                        const QString& pdf, int timeoutMs = 120000);
 
 Q_SIGNALS:
     void readyChanged(bool ready);
@@ -69,6 +78,8 @@ private:
         QPointer<QObject> owner;
         Report report;
     };
+    static QString serverName(const QString& workFolder);
+    void listen();
     void startHelper();
     void readHelper();
     void sendNext();
@@ -83,6 +94,7 @@ private:
     QProcess* m_office = nullptr;
     QProcess* m_helper = nullptr;
     QTimer* m_timer = nullptr;
+    QLocalServer* m_server = nullptr;
     std::deque<Job> m_jobs;
     bool m_busy = false;
     bool m_ready = false;

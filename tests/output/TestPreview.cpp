@@ -180,6 +180,19 @@ private Q_SLOTS:
             const QString cold = RenderPdf(book, f.path(u"cold"_s), &problem);
             for (int page : {1, 10})
                 QCOMPARE(PdfText(w->pdfPath(), page), PdfText(cold, page));
+            // buhinhyo-print run on the program's folder renders through the program's renderer: no
+            // LibreOffice profile of its own.
+            const QString program = qEnvironmentVariable("BUHINHYO_BINARY_DIR") + u"/app/buhinhyo-print"_s;
+            QVERIFY(QFile::copy(program, f.path(u"buhinhyo-print"_s)));
+            QProcess batch;
+            QSignalSpy ended(&batch, &QProcess::finished);
+            batch.start(f.path(u"buhinhyo-print"_s),
+                        {u"--dwgno"_s, u"DWG-95"_s, u"--assy"_s, u"01"_s, u"--kind"_s, u"1"_s,
+                         u"--customer"_s, PrintFixture::customer, u"--pdf"_s, f.path(u"batch.pdf"_s)});
+            QVERIFY(ended.wait(120000));
+            QCOMPARE(batch.exitCode(), 0);
+            QCOMPARE(PdfPageCount(f.path(u"batch.pdf"_s)), 10);
+            QVERIFY(!QFileInfo::exists(work + u"/lo-profile-print"_s));
             return;
         }
         QVERIFY(!w->warmProblem().isEmpty());
