@@ -32,8 +32,9 @@ packages=(
   fonts-ipafont-gothic fonts-crosextra-carlito fonts-liberation2
   # Qt's own texts in Japanese: the buttons of every box, the file, print and page set-up dialogs
   qt6-translations-l10n
-  # rendering workbooks for the preview and the tests
-  "$calc" poppler-utils
+  # rendering workbooks for the preview and the tests; the preview's LibreOffice kept warm is
+  # driven over UNO by a small Python helper (src/output/buhinhyo-render.py)
+  "$calc" poppler-utils python3-uno
   # a display for the program and its screenshots on a machine without one
   xvfb xauth
   "${desktop[@]}"

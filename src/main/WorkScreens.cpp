@@ -11,11 +11,10 @@
 // enables the menu's buttons again when it closes. The list output is installed here too, so the
 // editor's and the settings screen's "印刷ﾌﾟﾚﾋﾞｭｰ" reach the print run; the search screen gets the
 // data search and the editor's input aids.
-void RegisterWorkScreens(MainMenu& menu, AppContext& ctx)
+void RegisterWorkScreens(MainMenu& menu, AppContext& ctx, WarmRenderer* renderer)
 {
-    installPrintRun(ctx);
+    installPrintRun(ctx, renderer);
     menu.registerScreen(0, [&ctx](QWidget* owner) -> QWidget* { return createOutputSettings(ctx, owner); });
-    menu.registerScreen(1, [&ctx](QWidget* owner) -> QWidget* {
-        return createDrawingSearch(ctx, owner, MakeSearchHooks());
-    });
+    menu.registerScreen(
+        1, [&ctx](QWidget* owner) -> QWidget* { return createDrawingSearch(ctx, owner, MakeSearchHooks()); });
 }

@@ -5,10 +5,13 @@
 #include "Initial.h"
 #include "MainMenu.h"
 #include "QtJapanese.h"
+#include "WarmRenderer.h"
 #include "WidgetServices.h"
 #include "WorkScreens.h"
 
 #include <QApplication>
+#include <QFileInfo>
+#include <QTimer>
 
 int main(int argc, char** argv)
 {
@@ -28,12 +31,20 @@ int main(int argc, char** argv)
     ctx.fileDialogs = &fileDialogs;
     ctx.clock = &clock;
 
-    // The lock against a second copy is held for as long as the program runs.
+    // The lock against a second copy is held for as long as the program runs, so that two renderers
+    // never share a profile.
     Startup startup(ctx);
-    std::unique_ptr<MainMenu> menu = Main(ctx, startup, QCoreApplication::applicationDirPath(),
-                                          [&ctx](MainMenu& m) { RegisterWorkScreens(m, ctx); });
+    // The previews' LibreOffice, one for the program, started in the background once the menu is
+    // up; it ends with the program.
+    std::unique_ptr<WarmRenderer> renderer;
+    std::unique_ptr<MainMenu> menu =
+        Main(ctx, startup, QCoreApplication::applicationDirPath(), [&ctx, &renderer](MainMenu& m) {
+            renderer = std::make_unique<WarmRenderer>(QFileInfo(ctx.WorkbookPath).absolutePath());
+            RegisterWorkScreens(m, ctx, renderer.get());
+        });
     if (!menu)
         return 0;
+    QTimer::singleShot(0, renderer.get(), &WarmRenderer::start);
     const int status = app.exec();
     // A screen left open when the program ends still holds its connection: its log goes into the
     // database file now, so that the file alone is whole once the program has gone.

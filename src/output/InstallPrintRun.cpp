@@ -22,8 +22,8 @@ constexpr int kProgressFromPages = 10;
 class WindowPresenter : public PrintPresenter
 {
 public:
-    WindowPresenter(QWidget* parent, QString workFolder, MessageService& messages)
-        : m_parent(parent), m_workFolder(std::move(workFolder)), m_messages(messages)
+    WindowPresenter(QWidget* parent, QString workFolder, MessageService& messages, WarmRenderer* renderer)
+        : m_parent(parent), m_workFolder(std::move(workFolder)), m_messages(messages), m_renderer(renderer)
     {
     }
     ~WindowPresenter() override
@@ -66,6 +66,7 @@ public:
     {
         PreviewWindow window(workbookPath, m_workFolder, m_parent, printPath);
         window.setMessageService(&m_messages);
+        window.setRenderer(m_renderer);
         window.setNotes(notes, runNotes);
         window.exec();
     }
@@ -78,16 +79,18 @@ private:
     QWidget* m_parent;
     QString m_workFolder;
     MessageService& m_messages;
+    WarmRenderer* m_renderer;
     QPointer<QProgressDialog> m_progress;
     bool m_busy = false;
 };
 
 } // namespace
 
-void installPrintRun(AppContext& ctx)
+void installPrintRun(AppContext& ctx, WarmRenderer* renderer)
 {
-    ctx.printRun = [&ctx](const PrintRequest& request) {
-        WindowPresenter presenter(request.caller, QFileInfo(ctx.WorkbookPath).absolutePath(), *ctx.messages);
+    ctx.printRun = [&ctx, renderer](const PrintRequest& request) {
+        WindowPresenter presenter(request.caller, QFileInfo(ctx.WorkbookPath).absolutePath(), *ctx.messages,
+                                  renderer);
         RunPrint(ctx, request, OpenXlsxOutputWorkbook, presenter);
     };
 }

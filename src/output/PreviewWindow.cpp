@@ -2,6 +2,7 @@
 
 #include "LibreOffice.h"
 #include "Spreadsheet.h"
+#include "WarmRenderer.h"
 #include "WidgetServices.h"
 
 #include <QComboBox>
@@ -203,8 +204,7 @@ void PreviewWindow::startRendering()
     if (m_started)
         return;
     m_started = true;
-    const QString soffice = LibreOffice::program();
-    if (soffice.isEmpty()) {
+    if (LibreOffice::program().isEmpty()) {
         showProblem(
             QStringLiteral("LibreOffice がインストールされていないため、印刷プレビューを表示できません。\n"
                            "「表計算ソフトで開く」でブックを開き、表計算ソフトから印刷して下さい。"));
@@ -213,6 +213,47 @@ void PreviewWindow::startRendering()
     const QString outFolder = QDir(m_workFolder).absoluteFilePath(QStringLiteral("preview"));
     QDir().mkpath(outFolder);
     m_pdfPath = LibreOffice::convertedPath(m_printPath, outFolder, QStringLiteral("pdf"));
+    m_firstPagePath = QDir(outFolder).absoluteFilePath(QFileInfo(m_printPath).completeBaseName() +
+                                                       QStringLiteral("-page1.pdf"));
+    QFile::remove(m_pdfPath);
+    const bool warm =
+        m_renderer && m_renderer->render(m_printPath, m_pdfPath, m_firstPagePath, this,
+                                         [this](WarmRenderer::Step step, const QString& problem) {
+                                             warmStep(int(step), problem);
+                                         });
+    if (!warm)
+        startColdRendering();
+}
+
+void PreviewWindow::warmStep(int step, const QString& problem)
+{
+    QString failed = problem;
+    if (step != int(WarmRenderer::Step::Failed)) {
+        const bool complete = step == int(WarmRenderer::Step::Done);
+        failed = showPages(complete ? m_pdfPath : m_firstPagePath, complete);
+        if (complete && failed.isEmpty()) {
+            m_warm = true;
+            QFile::remove(m_firstPagePath);
+        }
+        // Page 1 that cannot be shown is left for the whole document.
+        if (!complete || failed.isEmpty())
+            return;
+    }
+    // The pages still come, from a LibreOffice started for them, without a box; the renderer
+    // restarts by itself when it was at fault.
+    m_warmProblem = failed;
+    m_coming = false;
+    m_document->close();
+    m_stack->setCurrentIndex(0);
+    for (QWidget* w : m_pageControls)
+        w->setEnabled(false);
+    updatePageLabel();
+    startColdRendering();
+}
+
+void PreviewWindow::startColdRendering()
+{
+    const QString outFolder = QFileInfo(m_pdfPath).absolutePath();
     QFile::remove(m_pdfPath);
     m_process = new QProcess(this);
     m_process->setProcessChannelMode(QProcess::MergedChannels);
@@ -221,9 +262,10 @@ void PreviewWindow::startRendering()
         if (e == QProcess::FailedToStart)
             showProblem(QStringLiteral("LibreOffice を起動できませんでした。"));
     });
-    m_process->start(soffice, LibreOffice::convertArguments(
-                                  QDir(m_workFolder).absoluteFilePath(QStringLiteral("lo-profile-preview")),
-                                  QStringLiteral("pdf"), outFolder, m_printPath));
+    m_process->start(LibreOffice::program(),
+                     LibreOffice::convertArguments(
+                         QDir(m_workFolder).absoluteFilePath(QStringLiteral("lo-profile-preview")),
+                         QStringLiteral("pdf"), outFolder, m_printPath));
 }
 
 void PreviewWindow::renderFinished(int exitCode, QProcess::ExitStatus status)
@@ -232,19 +274,33 @@ void PreviewWindow::renderFinished(int exitCode, QProcess::ExitStatus status)
     QString problem = LibreOffice::checkConversion(m_pdfPath, log);
     if (problem.isEmpty() && (status != QProcess::NormalExit || exitCode != 0))
         problem = QStringLiteral("LibreOffice が異常終了しました。");
-    if (problem.isEmpty() && m_document->load(m_pdfPath) != QPdfDocument::Error::None)
-        problem = QStringLiteral("作成した PDF を読めませんでした。");
-    if (!problem.isEmpty()) {
+    if (problem.isEmpty())
+        problem = showPages(m_pdfPath, true);
+    if (!problem.isEmpty())
         showProblem(QStringLiteral("印刷プレビューを作成できませんでした。\n") + problem);
-        return;
-    }
-    m_finished = true;
+}
+
+QString PreviewWindow::showPages(const QString& pdf, bool complete)
+{
+    // The page shown and the zoom stay when the whole document replaces page 1.
+    const int page = currentPage();
+    if (m_document->load(pdf) != QPdfDocument::Error::None)
+        return QStringLiteral("作成した PDF を読めませんでした。");
+    const bool first = !m_coming;
+    m_coming = !complete;
     m_stack->setCurrentIndex(1);
+    // While the other pages come, the pages can be zoomed but not yet printed.
     for (QWidget* w : m_pageControls)
-        w->setEnabled(true);
-    goToPage(1);
+        w->setEnabled(complete || w->objectName().startsWith(u"zoom"));
+    goToPage(first ? 1 : page);
     updatePageLabel();
-    Q_EMIT renderingDone(true);
+    if (first)
+        Q_EMIT firstPageShown();
+    if (complete) {
+        m_finished = true;
+        Q_EMIT renderingDone(true);
+    }
+    return {};
 }
 
 void PreviewWindow::showProblem(const QString& text)
@@ -302,6 +358,7 @@ void PreviewWindow::updatePageLabel()
     m_prev->setEnabled(count > 0 && currentPage() > 1);
     m_next->setEnabled(count > 0 && currentPage() < count);
     m_pageLabel->setText(count == 0 ? QStringLiteral("- / - 頁")
+                         : m_coming ? QStringLiteral("%1 / … 頁").arg(currentPage())
                                     : QStringLiteral("%1 / %2 頁").arg(currentPage()).arg(count));
 }
 

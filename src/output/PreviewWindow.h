@@ -12,10 +12,12 @@ class QPdfView;
 class QProgressBar;
 class QPushButton;
 class QStackedWidget;
+class WarmRenderer;
 
 // The print preview of a filled work copy: LibreOffice renders it to PDF in the background (the
-// window stays responsive and shows progress), then the pages are shown with zoom, page
-// navigation, printing, page set-up, and a button that opens the workbook in the desktop's
+// window stays responsive and shows progress): the program's renderer kept warm when it is ready
+// (page 1 first, the others following), else a LibreOffice started for it. Then the pages are shown with
+// zoom, page navigation, printing, page set-up, and a button that opens the workbook in the desktop's
 // spreadsheet program. Without LibreOffice the window says so and offers that button only.
 // The zoom a step in or out from the scale shown (1.0 = 100%): the next of the preset percentages.
 int NextZoomPercent(double shownScale, bool in);
@@ -31,9 +33,18 @@ public:
                   const QString& printPath = QString());
     ~PreviewWindow() override;
 
+    // The program's renderer kept warm; without one, or while it is not ready, LibreOffice is
+    // started for the preview.
+    void setRenderer(WarmRenderer* renderer) { m_renderer = renderer; }
     // Starts the rendering; called by exec()/show() through showEvent, or directly by tests.
     void startRendering();
     bool renderingFinished() const { return m_finished; }
+    // Page 1 is shown and the others are still coming.
+    bool pagesComing() const { return m_coming; }
+    // How the pages were rendered: by the renderer kept warm, or by a LibreOffice started for them
+    // (with why the warm one was not used, when it failed).
+    bool renderedWarm() const { return m_warm; }
+    QString warmProblem() const { return m_warmProblem; }
     int pageCount() const;
     int currentPage() const;
     void goToPage(int page);
@@ -50,6 +61,8 @@ public:
     double shownScale() const;
 
 Q_SIGNALS:
+    // Page 1 is shown (before renderingDone when the renderer kept warm sends it first).
+    void firstPageShown();
     void renderingDone(bool ok);
 
 protected:
@@ -57,7 +70,11 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void startColdRendering();
+    void warmStep(int step, const QString& problem);
     void renderFinished(int exitCode, QProcess::ExitStatus status);
+    // Shows the pages of pdf; complete false: page 1 alone, the others still coming.
+    QString showPages(const QString& pdf, bool complete);
     void showProblem(const QString& text);
     void updatePageLabel();
     void applyZoom(int index);
@@ -73,6 +90,11 @@ private:
     QString m_problem;
     bool m_started = false;
     bool m_finished = false;
+    bool m_coming = false;
+    bool m_warm = false;
+    QString m_warmProblem;
+    QString m_firstPagePath;
+    WarmRenderer* m_renderer = nullptr;
     QProcess* m_process = nullptr;
     QPdfDocument* m_document = nullptr;
     QPdfView* m_view = nullptr;

@@ -10,6 +10,7 @@
 #include "QtJapanese.h"
 #include "RuntimeError.h"
 #include "SettingsRecord.h"
+#include "WarmRenderer.h"
 #include "WorkbookControl.h"
 #include "XlsxOutputWorkbook.h"
 
@@ -141,8 +142,13 @@ public:
         }
         if (!pdf.isEmpty()) {
             const QString folder = QDir(workFolder).absoluteFilePath(QStringLiteral("pdf"));
-            QString problem;
-            {
+            const QString made = LibreOffice::convertedPath(printPath, folder, QStringLiteral("pdf"));
+            QDir().mkpath(folder);
+            // The program's renderer when the program runs on this folder, else a LibreOffice of
+            // its own.
+            QString problem =
+                WarmRenderer::renderThroughProgram(QFileInfo(pdfProfile).absolutePath(), printPath, made);
+            if (!problem.isEmpty()) {
                 // One conversion at a time on the shared profile: LibreOffice hands a second job on
                 // one profile over to the first instance or refuses it.
                 QLockFile lock(pdfProfile + QStringLiteral(".lock"));
@@ -151,8 +157,7 @@ public:
                 problem = LibreOffice::convert(pdfProfile, QStringLiteral("pdf"), folder, printPath);
             }
             if (problem.isEmpty())
-                problem = ReplaceWithCopy(
-                    LibreOffice::convertedPath(printPath, folder, QStringLiteral("pdf")), pdf);
+                problem = ReplaceWithCopy(made, pdf);
             if (!problem.isEmpty()) {
                 printErr(QStringLiteral("buhinhyo-print: PDF を作成できません: ") + problem);
                 failed = true;

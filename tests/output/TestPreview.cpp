@@ -2,6 +2,7 @@
 #include "LibreOffice.h"
 #include "PreviewWindow.h"
 #include "PrintTestSupport.h"
+#include "WarmRenderer.h"
 #include "XlsxOutputWorkbook.h"
 
 #include <QApplication>
@@ -10,9 +11,43 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QSignalSpy>
+#include <QSocketNotifier>
 #include <QtTest>
 
+#include <csignal>
+#include <cstring>
+
 using namespace Qt::StringLiterals;
+
+namespace
+{
+// A process that is gone, or only waits to be reaped.
+bool Gone(qint64 pid)
+{
+    QFile stat(u"/proc/%1/stat"_s.arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return true;
+    const QByteArray text = stat.readAll();
+    return text.mid(text.lastIndexOf(')') + 2, 1) == "Z";
+}
+
+// The program's part in the process tests: starts the renderer in workFolder, says "pids HELPER
+// OFFICE" once it is ready, and ends when its standard input does.
+int RendererChild(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    WarmRenderer renderer(QString::fromLocal8Bit(argv[2]));
+    QObject::connect(&renderer, &WarmRenderer::readyChanged, [&](bool ready) {
+        if (ready)
+            std::printf("pids %lld %lld\n", renderer.helperPid(), renderer.officePid());
+        std::fflush(stdout);
+    });
+    QSocketNotifier input(0, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+    renderer.start();
+    return app.exec();
+}
+} // namespace
 
 // Shows the preview of a run and pages through it.
 class PagingPresenter : public PrintPresenter
@@ -89,6 +124,127 @@ private Q_SLOTS:
         QCOMPARE(p.printed, 3);
     }
 
+    // The renderer kept warm gives the same pages as the cold conversion, page 1 first; when it dies,
+    // hangs or loses its helper during a render the pages still come (the cold way), nothing is left
+    // running, and it starts again by itself.
+    void warmRendererPagesAndFaults_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::addColumn<bool>("office");
+        QTest::newRow("no fault") << 0 << true;
+        QTest::newRow("LibreOffice killed") << SIGKILL << true;
+        QTest::newRow("LibreOffice hangs") << SIGSTOP << true;
+        QTest::newRow("helper killed") << SIGKILL << false;
+    }
+    void warmRendererPagesAndFaults()
+    {
+        QFETCH(int, signal);
+        QFETCH(bool, office);
+        PrintFixture f;
+        f.addTable(u"DWG-95"_s, u"01"_s, u"1"_s, MakeLines(400));
+        RecordingPresenter run;
+        QCOMPARE(RunPrint(f.ctx, SampleRequest(), OpenXlsxOutputWorkbook, run), PrintOutcome::Done);
+        // A folder name in Japanese, as users' folders are.
+        const QString work = f.path(u"WORK"_s), book = f.path(u"部品表/DWG-95.xlsx"_s);
+        QVERIFY(QDir().mkpath(f.path(u"部品表"_s)) && QFile::copy(run.printCopies.value(0), book));
+        WarmRenderer renderer(work);
+        renderer.setTimeLimit(4000, 0);
+        renderer.start();
+        QTRY_VERIFY_WITH_TIMEOUT(renderer.ready(), 90000);
+        const qint64 pids[] = {renderer.officePid(), renderer.helperPid()};
+
+        auto preview = [&](int fault, QStringList* whileComing) {
+            auto w = std::make_unique<PreviewWindow>(book, work);
+            w->setRenderer(&renderer);
+            QSignalSpy done(w.get(), &PreviewWindow::renderingDone);
+            connect(w.get(), &PreviewWindow::firstPageShown, w.get(), [&] {
+                auto* zoomIn = w->findChild<QPushButton*>(u"zoomInButton"_s);
+                const double fitted = w->shownScale();
+                zoomIn->click();
+                *whileComing << w->findChild<QLabel*>(u"pageLabel"_s)->text()
+                             << QString::number(w->pagesComing() && w->shownScale() > fitted)
+                             << QString::number(w->findChild<QPushButton*>(u"printButton"_s)->isEnabled());
+            });
+            w->startRendering();
+            if (fault)
+                ::kill(pid_t(pids[office ? 0 : 1]), fault);
+            [&] { QVERIFY(done.wait(120000) && done.first().first().toBool()); }();
+            return w;
+        };
+        QStringList whileComing;
+        auto w = preview(signal, &whileComing);
+        QCOMPARE(w->pageCount(), 10);
+        QCOMPARE(w->renderedWarm(), signal == 0);
+        if (signal == 0) {
+            QCOMPARE(whileComing, QStringList({u"1 / … 頁"_s, u"1"_s, u"0"_s}));
+            QString problem;
+            const QString cold = RenderPdf(book, f.path(u"cold"_s), &problem);
+            for (int page : {1, 10})
+                QCOMPARE(PdfText(w->pdfPath(), page), PdfText(cold, page));
+            // buhinhyo-print run on the program's folder renders through the program's renderer: no
+            // LibreOffice profile of its own.
+            const QString program = qEnvironmentVariable("BUHINHYO_BINARY_DIR") + u"/app/buhinhyo-print"_s;
+            QVERIFY(QFile::copy(program, f.path(u"buhinhyo-print"_s)));
+            QProcess batch;
+            QSignalSpy ended(&batch, &QProcess::finished);
+            batch.start(f.path(u"buhinhyo-print"_s),
+                        {u"--dwgno"_s, u"DWG-95"_s, u"--assy"_s, u"01"_s, u"--kind"_s, u"1"_s,
+                         u"--customer"_s, PrintFixture::customer, u"--pdf"_s, f.path(u"batch.pdf"_s)});
+            QVERIFY(ended.wait(120000));
+            QCOMPARE(batch.exitCode(), 0);
+            QCOMPARE(PdfPageCount(f.path(u"batch.pdf"_s)), 10);
+            QVERIFY(!QFileInfo::exists(work + u"/lo-profile-print"_s));
+            return;
+        }
+        QVERIFY(!w->warmProblem().isEmpty());
+        QVERIFY(Gone(pids[0]) && Gone(pids[1]));
+        QTRY_VERIFY_WITH_TIMEOUT(renderer.ready(), 90000);
+        QVERIFY(renderer.officePid() != pids[0]);
+        QVERIFY(preview(0, &whileComing)->renderedWarm());
+    }
+
+    // The renderer's LibreOffice and helper end with the program, whether it ends or is killed; one
+    // left running on the profile (as by a crash before processes ended with their parent) is ended
+    // when the next renderer starts, not used.
+    void rendererEndsWithTheProgram()
+    {
+        QTemporaryDir work;
+        for (const bool killed : {false, true}) {
+            QProcess program;
+            program.start(QCoreApplication::applicationFilePath(), {u"--renderer-child"_s, work.path()});
+            QTRY_VERIFY_WITH_TIMEOUT(program.canReadLine(), 90000);
+            const QStringList pids = QString::fromLatin1(program.readLine()).split(u' ');
+            QCOMPARE(pids.size(), 3);
+            const qint64 helper = pids[1].toLongLong(), office = pids[2].trimmed().toLongLong();
+            QVERIFY(!Gone(helper) && !Gone(office));
+            if (killed)
+                ::kill(pid_t(program.processId()), SIGKILL);
+            else
+                program.closeWriteChannel();
+            QVERIFY(program.waitForFinished(20000));
+            QCOMPARE(program.exitStatus(), killed ? QProcess::CrashExit : QProcess::NormalExit);
+            QTRY_VERIFY_WITH_TIMEOUT(Gone(helper) && Gone(office), 10000);
+        }
+        WarmRenderer renderer(work.path());
+        const QString soffice =
+            QFileInfo(QFileInfo(LibreOffice::program()).canonicalFilePath()).dir().filePath(u"soffice.bin"_s);
+        QProcess left; // not a child of the renderer, and its output nowhere
+        left.setProgram(soffice);
+        left.setArguments(
+            {u"-env:UserInstallation="_s + QUrl::fromLocalFile(renderer.profileFolder()).toString(),
+             u"--headless"_s, u"--norestore"_s});
+        left.setStandardOutputFile(QProcess::nullDevice());
+        left.setStandardErrorFile(QProcess::nullDevice());
+        qint64 stale = 0;
+        QVERIFY(left.startDetached(&stale));
+        auto cleanup = qScopeGuard([stale] { ::kill(pid_t(stale), SIGKILL); });
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(renderer.profileFolder() + u"/.lock"_s), 30000);
+        renderer.start();
+        QTRY_VERIFY_WITH_TIMEOUT(renderer.ready(), 90000);
+        QVERIFY(Gone(stale));
+        QVERIFY(renderer.officePid() != stale);
+    }
+
     void installedRunReportsMissingSettings()
     {
         PrintFixture f;
@@ -146,5 +302,14 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestPreview)
+int main(int argc, char** argv)
+{
+    if (argc == 3 && std::strcmp(argv[1], "--renderer-child") == 0)
+        return RendererChild(argc, argv);
+    QApplication app(argc, argv);
+    app.setAttribute(Qt::AA_Use96Dpi, true);
+    TestPreview tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
 #include "TestPreview.moc"
