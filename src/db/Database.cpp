@@ -122,12 +122,16 @@ Database::Database(QSqlDatabase db) : m_db(std::move(db)), m_name(m_db.connectio
     }
 }
 
+// The write statements the record sets keep prepared on a connection (Recordset.cpp).
+void ForgetPreparedWrites(const QString& connectionName);
+
 Database::~Database()
 {
     // Other programs may still have the file open, so SQLite would leave the log to the last of
     // them: it is written into the database here and emptied, and a copy of the file alone is whole.
     checkpoint();
     writingConnections().removeOne(this);
+    ForgetPreparedWrites(m_name);
     m_db.close();
     m_db = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_name);

@@ -43,9 +43,9 @@ LockHolder holderOf(const QSqlQuery& q)
             QDateTime::fromSecsSinceEpoch(q.value(3).toLongLong())};
 }
 
-// The desks' connection: psqlODBC binds the values of a write into its text itself instead of
-// preparing, executing and dropping a statement on the server for each line (half the round
-// trips of a save).
+// The desks' connection: the server keeps the statements psqlODBC prepares, so that a record set's
+// write kept for the connection (one per table and set of columns) is parsed and planned once and
+// then costs one round trip per line with only its values.
 std::shared_ptr<Database> openTeamConnection(const QString& connectionText)
 {
     const ConnectionParts p = ParseConnectionText(connectionText);
@@ -54,7 +54,7 @@ std::shared_ptr<Database> openTeamConnection(const QString& connectionText)
         p.provider.compare(u"ODBC", Qt::CaseInsensitive) != 0)
         return OpenConnectionText(connectionText); // the provider's own error
     // Qt puts "DSN=" in front of the name and the user and password after it.
-    return Database::openOdbc(p.dataSource + QStringLiteral(";UseServerSidePrepare=0"), p.userId, p.password);
+    return Database::openOdbc(p.dataSource + QStringLiteral(";UseServerSidePrepare=1"), p.userId, p.password);
 }
 
 bool onServer(const Database& db)
