@@ -122,13 +122,6 @@ TEST(XlsxWorkbook, PastedPagesCarryFormulasAnchorsValidationsAndReferences)
     EXPECT_NE(sheet.find("<dataValidations count=\"6\""), std::string::npos);
     auto priorities = captures(sheet, "priority=\"([0-9]+)\"");
     EXPECT_TRUE(priorities.size() == 6 && unique(priorities));
-    // Japanese sheet names: references from the cover sheet follow both the pages and the rename
-    out = dir / "japanese.xlsx";
-    fillThreePages(layout("japanese_names.xlsx"), out);
-    auto book = xlsx::Workbook::open(out);
-    EXPECT_EQ(book.sheetNames(), (std::vector<std::string>{"表紙", "DWG-2024-0815-A 01", "購入部品表"}));
-    EXPECT_EQ(book.sheet("表紙").cellFormula(1, 1), "'DWG-2024-0815-A 01'!B4");
-    EXPECT_EQ(book.sheet("表紙").cellFormula(3, 1), "COUNTA('DWG-2024-0815-A 01'!A8:A47)");
 }
 
 TEST(XlsxWorkbook, InsertingRowsMovesEverythingBelowAndGrowsWhatStraddles)
@@ -222,9 +215,6 @@ TEST(XlsxWorkbook, BreaksPrintAreaAndRenameFollowTheRules)
     for (int row : {1, 51, 51, 21}) // nothing above the first row; a break once
         ws.addRowBreakAbove(row);
     EXPECT_EQ(ws.rowBreaksAbove(), (std::vector<int>{21, 51}));
-    for (int r = 100; r < 100 + 1021; ++r)
-        ws.addRowBreakAbove(r);
-    EXPECT_THROW(ws.addRowBreakAbove(5000), xlsx::Error); // 1023 at most
     for (const char* bad : {"購入部品表", "表紙", "a:b", "[x]", "'quoted'", "history", "",
                             "あいうえおかきくけこさしすせそたちつてとなにぬねのはひふへほまみ"}) // 32
         EXPECT_THROW(ws.rename(bad), xlsx::Error) << bad;
@@ -236,10 +226,6 @@ TEST(XlsxWorkbook, BreaksPrintAreaAndRenameFollowTheRules)
     EXPECT_NE(
         partOf(dir / "rules.xlsx", "xl/workbook.xml").find("localSheetId=\"1\">'O''Neil 図'!$A$1:$H$150<"),
         std::string::npos);
-    EXPECT_NE(partOf(dir / "rules.xlsx", "xl/worksheets/sheet2.xml")
-                  .find("<rowBreaks count=\"1023\" manualBreakCount=\"1023\"><brk id=\"20\" max=\"16383\" "
-                        "man=\"1\"/>"),
-              std::string::npos);
 }
 
 TEST(XlsxWorkbook, RefusesWhatItCannotShiftAndLeavesTheWorkbookAsItWas)
