@@ -224,9 +224,10 @@ private Q_SLOTS:
               u"明細の最後の行が 16 ビットの範囲（32767 まで）を超えました（656頁目、明細 26201 行目、１頁行数 50）"_s},
              {1, 1, 40000, 1, u"１頁行数が 16 ビットの範囲（32767 まで）を超えました。"_s}}) {
             RecordingTarget big;
-            const auto e = thrown([&] {
-                LayOutPages(settings(first, last, pageMax), lines(QString(count, u'M')), kHeader, false, big);
-            });
+            LayoutTarget& target = big;
+            const SettingsRecord layout = settings(first, last, pageMax);
+            const ListTable list = lines(QString(count, u'M'));
+            const auto e = thrown([&] { LayOutPages(layout, list, kHeader, false, target); });
             QVERIFY(e && e->number() == 6);
             QVERIFY2(e->cause().startsWith(cause), qPrintable(e->cause()));
         }
