@@ -224,13 +224,12 @@ private Q_SLOTS:
               u"明細の最後の行が 16 ビットの範囲（32767 まで）を超えました（656頁目、明細 26201 行目、１頁行数 50）"_s},
              {1, 1, 40000, 1, u"１頁行数が 16 ビットの範囲（32767 まで）を超えました。"_s}}) {
             RecordingTarget big;
-            try {
-                LayOutPages(settings(first, last, pageMax), lines(QString(count, u'M')), kHeader, false, big);
-                QFAIL("no overflow");
-            } catch (const RuntimeError& e) {
-                QCOMPARE(e.number(), 6);
-                QVERIFY2(e.cause().startsWith(cause), qPrintable(e.cause()));
-            }
+            LayoutTarget& target = big;
+            const SettingsRecord layout = settings(first, last, pageMax);
+            const ListTable list = lines(QString(count, u'M'));
+            const auto e = thrown([&] { LayOutPages(layout, list, kHeader, false, target); });
+            QVERIFY(e && e->number() == 6);
+            QVERIFY2(e->cause().startsWith(cause), qPrintable(e->cause()));
         }
         // The longest list the 16-bit counter allows, filling the last row a page can have, still
         // gets its page total.

@@ -2,7 +2,6 @@
 #include "DrawingSearch.h"
 #include "PartsTableEditor.h"
 #include "ScreenTestHelpers.h"
-#include "SearchQueries.h"
 #include "TestSupport.h"
 
 using namespace Qt::StringLiterals;
@@ -46,31 +45,14 @@ private Q_SLOTS:
         f.reset();
     }
 
-    void queriesAsTheSystemWritesThem()
-    {
-        QCOMPARE(
-            BuildNameListQuery(u" D-1 "_s),
-            u"SELECT CH_NAME FROM BUHINHYO WHERE CH_DWGNO LIKE 'D-1%' GROUP BY CH_NAME ORDER BY CH_NAME"_s);
-        QCOMPARE(
-            BuildNameListQuery(u"D"_s, u"D-100"_s),
-            u"SELECT CH_NAME FROM BUHINHYO WHERE CH_DWGNO LIKE 'D%' AND CH_DWGNO = 'D-100' GROUP BY CH_NAME "
-            "ORDER BY CH_NAME"_s);
-        QCOMPARE(
-            BuildHeaderSelect(u"250-01"_s, u"D-100"_s, u"1"_s),
-            u"SELECT * FROM BUHINHYO WHERE CH_ASSY  = '250-01' AND CH_DWGNO = 'D-100' AND CH_BUHIN = '1'"_s);
-        QCOMPARE(BuildHeaderDelete(u"A"_s, u"D"_s, u"2"_s),
-                 u"DELETE * FROM BUHINHYO WHERE CH_ASSY  = 'A' AND CH_DWGNO = 'D' AND CH_BUHIN = '2'"_s);
-        QCOMPARE(BuildDetailDelete(u"A"_s, u"D"_s, u"2"_s),
-                 u"DELETE * FROM BUHINHYO_M WHERE CH_ASSY  = 'A' AND CH_DWGNO = 'D' AND CH_BUHIN = '2'"_s);
-    }
-
     void listsAndTheMakerFilter()
     {
         QVERIFY(open());
         QCOMPARE(screen->windowTitle() + textOf(screen, "cboDesined"), u"検索条件山田"_s);
-        // Stored names, trimmed, without empty ones, narrowed by the typed drawing number.
+        // Stored names, trimmed, without empty ones, narrowed by the typed start of the drawing number.
         for (const auto& [dwg, listed] : {std::pair{QString(), u"カバー フレーム ベース組立"_s},
                                           {u"D-10"_s, u"カバー ベース組立"_s},
+                                          {u"-1"_s, QString()},
                                           {u"Z"_s, QString()}}) {
             typeInto(screen, "txtDwgNo", dwg);
             QCOMPARE(itemsOf(screen, "cboName"), listed);

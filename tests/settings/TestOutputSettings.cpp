@@ -66,15 +66,6 @@ class TestOutputSettings : public QObject
         return ReadSettings(*f->ctx.DbConnection, user, kind);
     }
 
-    // Types the name into a new customer dialog over the list and presses the button; its result.
-    int pressNewCustomer(QComboBox& list, const QString& name, const char* button)
-    {
-        NewCustomerDialog d(f->ctx, &list, nullptr);
-        d.findChild<QLineEdit*>(u"txtUserName"_s)->setText(name);
-        d.findChild<QPushButton*>(QLatin1StringView(button))->click();
-        return d.result();
-    }
-
 private Q_SLOTS:
     void init()
     {
@@ -321,18 +312,6 @@ private Q_SLOTS:
                  one + u"|部品表|"_s + one + u"|控え"_s);
     }
 
-    void newCustomerButton()
-    {
-        // The dialog opens modally from the button and selects the new name in this screen's list.
-        whenModal<NewCustomerDialog>([](NewCustomerDialog* d) {
-            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"新しい客先"_s);
-            d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
-        });
-        click(u"cmdNewUser"_s);
-        QCOMPARE(f->ctx.ini->find(u"USER"_s, u"3"_s), u"新しい客先"_s);
-        QCOMPARE(combo(u"cboUser"_s)->currentIndex(), 2);
-    }
-
     void previewRunsTestPrint()
     {
         combo(u"cboUser"_s)->setEditText(u"客先A"_s);
@@ -405,8 +384,12 @@ private Q_SLOTS:
         QComboBox list;
         FillComboFromList(*f->ctx.ini, &list, u"USER"_s);
         list.setCurrentIndex(0);
+        // Types the name and presses the button; the dialog's result.
         auto press = [&](const QString& name, const char* button) {
-            return pressNewCustomer(list, name, button);
+            NewCustomerDialog d(f->ctx, &list, nullptr);
+            d.findChild<QLineEdit*>(u"txtUserName"_s)->setText(name);
+            d.findChild<QPushButton*>(QLatin1StringView(button))->click();
+            return d.result();
         };
         // A listed name and a cancel write nothing; blanks (full-width too) are refused.
         const QByteArray before = readFileBytes(f->ctx.IniPath);
@@ -423,6 +406,13 @@ private Q_SLOTS:
         press(u"  客先C"_s, "cmdButton0");
         QVERIFY(f->iniText().contains(u"4=  客先C"_s));
         QCOMPARE(list.count(), 4);
+        // The screen's button opens it modally; the new name is selected in the screen's list.
+        whenModal<NewCustomerDialog>([](NewCustomerDialog* d) {
+            d->findChild<QLineEdit*>(u"txtUserName"_s)->setText(u"新しい客先"_s);
+            d->findChild<QPushButton*>(u"cmdButton0"_s)->click();
+        });
+        click(u"cmdNewUser"_s);
+        QCOMPARE(combo(u"cboUser"_s)->currentText(), u"新しい客先"_s);
     }
 };
 

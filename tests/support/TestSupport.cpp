@@ -41,14 +41,20 @@ QString shippedIniPath()
     return sourceDir() + u"/data/PARA.ini"_s;
 }
 
-int errorNumber(const std::function<void()>& f)
+std::optional<RuntimeError> thrown(const std::function<void()>& f)
 {
     try {
         f();
     } catch (const RuntimeError& e) {
-        return e.number();
+        return e;
     }
-    return 0;
+    return std::nullopt;
+}
+
+int errorNumber(const std::function<void()>& f)
+{
+    const auto e = thrown(f);
+    return e ? e->number() : 0;
 }
 
 QString makeSqliteDatabase(const QString& folder, const QString& name, const QString& schema)

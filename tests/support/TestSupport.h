@@ -4,11 +4,13 @@
 #include "Clock.h"
 #include "FileDialogService.h"
 #include "MessageService.h"
+#include "RuntimeError.h"
 
 #include <QSqlDatabase>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <functional>
+#include <optional>
 
 // Writes a text file in Shift-JIS (CP932), the encoding of the program's settings file.
 void writeCp932File(const QString& path, const QString& text);
@@ -16,7 +18,8 @@ QByteArray readFileBytes(const QString& path);
 // The folder of the repository's sources (set by CTest), for the shipped files under data/.
 QString sourceDir();
 QString shippedIniPath();
-// The number of the RuntimeError that f throws; 0 when it throws none.
+// The RuntimeError that f throws (none when it throws none), and its number (0 when none).
+std::optional<RuntimeError> thrown(const std::function<void()>& f);
 int errorNumber(const std::function<void()>& f);
 // A new SQLite file made from data/schema.sql (the program never makes one itself).
 QString makeSqliteDatabase(const QString& folder, const QString& name = QStringLiteral("CADDB.sqlite"),

@@ -213,30 +213,26 @@ Expected fillThreePages(const Layout& l, const std::filesystem::path& out)
             const bool abolished = (line + 1) % 10 == 0;
             char item[16];
             std::snprintf(item, sizeof item, "%03d", line + 1);
+            const std::string name = line % 3 == 0   ? "ベースプレート"
+                                     : line % 3 == 1 ? " Shaft φ20 "
+                                                     : "カバー<右>&\"左\"";
+            const double price = 1250.0 * (line + 1);
+            const int priceCol = l.cols < 8 ? 4 : 6;
             ws.setNumberFormat(r, 1, "@");
             ws.setHorizontalAlignment(r, 1, xlsx::HAlign::Right);
             ws.setText(r, 1, item);
-            ExpectedCell c1{r, 1, std::string(item), {}, abolished, {}, "@", xlsx::HAlign::Right};
-            std::string name = line % 3 == 0   ? "ベースプレート"
-                               : line % 3 == 1 ? " Shaft φ20 "
-                                               : "カバー<右>&\"左\"";
             ws.setText(r, 2, name);
-            ExpectedCell c2{r, 2, name, {}, abolished, {}, "", {}};
-            double price = 1250.0 * (line + 1);
-            const int priceCol = l.cols < 8 ? 4 : 6;
             ws.setNumberFormat(r, priceCol, "#,##0");
             ws.setNumber(r, priceCol, price);
-            ExpectedCell c3{r, priceCol, {}, price, abolished, {}, "#,##0", {}};
             if (abolished) {
                 ws.setFill(r, 1, 0x808080);
-                c1.fill = 0x808080;
-                ws.setStrike(r, 1, true);
-                ws.setStrike(r, 2, true);
-                ws.setStrike(r, priceCol, true);
+                for (int c : {1, 2, priceCol})
+                    ws.setStrike(r, c, true);
             }
-            e.cells.push_back(c1);
-            e.cells.push_back(c2);
-            e.cells.push_back(c3);
+            const auto grey = abolished ? std::optional<std::uint32_t>(0x808080) : std::nullopt;
+            e.cells.push_back({r, 1, std::string(item), {}, abolished, grey, "@", xlsx::HAlign::Right});
+            e.cells.push_back({r, 2, name, {}, abolished, {}, "", {}});
+            e.cells.push_back({r, priceCol, {}, price, abolished, {}, "#,##0", {}});
         }
     }
     ws.setPrintArea({1, 1, 3 * l.pageRows, l.cols});
