@@ -1,6 +1,7 @@
 #include "ImportParser.h"
 
 #include "ColumnLetters.h"
+#include "JapaneseEra.h"
 #include "RuntimeError.h"
 
 #include <QHash>
@@ -35,23 +36,6 @@ QString halfWidthDate(const QString& text)
     return out;
 }
 
-// The first year of the era named by its name or its letter (R, H, S, T, M), 0 when none.
-int eraFirstYear(const QString& era)
-{
-    static const struct {
-        const char16_t* name;
-        char16_t letter;
-        int year;
-    } eras[] = {{u"令和", u'R', 2019},
-                {u"平成", u'H', 1989},
-                {u"昭和", u'S', 1926},
-                {u"大正", u'T', 1912},
-                {u"明治", u'M', 1868}};
-    for (const auto& e : eras)
-        if (era == QString::fromUtf16(e.name) || (era.size() == 1 && era[0].toUpper() == QChar(e.letter)))
-            return e.year;
-    return 0;
-}
 } // namespace
 
 QString ReadDateText(const QString& text)
@@ -70,7 +54,7 @@ QString ReadDateText(const QString& text)
         return d.isValid() ? d.toString(QStringLiteral("yyyy/MM/dd")) : QString();
     }
     if (auto e = era.match(t); e.hasMatch()) {
-        const int first = eraFirstYear(e.captured(1));
+        const int first = EraFirstYear(e.captured(1));
         const int year = e.captured(2) == u"元" ? 1 : e.captured(2).toInt();
         const int month = (e.captured(3).isEmpty() ? e.captured(5) : e.captured(3)).toInt();
         const int day = (e.captured(4).isEmpty() ? e.captured(6) : e.captured(4)).toInt();

@@ -7,14 +7,15 @@ namespace
 struct Era {
     int year, month, day;
     const char16_t* name;
+    char16_t letter; // as dates are abbreviated: "R7.3.1"
 };
 // First days of the eras, newest first.
 constexpr std::array<Era, 5> kEras{{
-    {2019, 5, 1, u"令和"},
-    {1989, 1, 8, u"平成"},
-    {1926, 12, 25, u"昭和"},
-    {1912, 7, 30, u"大正"},
-    {1868, 1, 25, u"明治"},
+    {2019, 5, 1, u"令和", u'R'},
+    {1989, 1, 8, u"平成", u'H'},
+    {1926, 12, 25, u"昭和", u'S'},
+    {1912, 7, 30, u"大正", u'T'},
+    {1868, 1, 25, u"明治", u'M'},
 }};
 } // namespace
 
@@ -26,6 +27,14 @@ EraYear JapaneseEra(const QDate& date)
             return {QString::fromUtf16(era.name), date.year() - era.year + 1};
     }
     return {QString(), date.year()};
+}
+
+int EraFirstYear(const QString& era)
+{
+    for (const Era& e : kEras)
+        if (era == QString::fromUtf16(e.name) || (era.size() == 1 && era[0].toUpper() == QChar(e.letter)))
+            return e.year;
+    return 0;
 }
 
 QString JapaneseEraDateTime(const QDateTime& when)
