@@ -122,19 +122,30 @@ Database::Database(QSqlDatabase db) : m_db(std::move(db)), m_name(m_db.connectio
     }
 }
 
-// The write statements the record sets keep prepared on a connection (Recordset.cpp).
-void ForgetPreparedWrites(const QString& connectionName);
-
 Database::~Database()
 {
     // Other programs may still have the file open, so SQLite would leave the log to the last of
     // them: it is written into the database here and emptied, and a copy of the file alone is whole.
     checkpoint();
     writingConnections().removeOne(this);
-    ForgetPreparedWrites(m_name);
+    m_preparedWrites.clear();
     m_db.close();
     m_db = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_name);
+}
+
+std::shared_ptr<QSqlQuery> Database::PreparedWrite(const QString& statement)
+{
+    const bool keep = m_dialect == Dialect::PostgreSql;
+    if (keep)
+        if (std::shared_ptr<QSqlQuery> q = m_preparedWrites.value(statement))
+            return q;
+    auto q = std::make_shared<QSqlQuery>(m_db);
+    if (!q->prepare(statement))
+        throw DatabaseError(q->lastError(), statement);
+    if (keep)
+        m_preparedWrites.insert(statement, q);
+    return q;
 }
 
 void Database::checkpoint()

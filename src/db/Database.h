@@ -1,11 +1,13 @@
 #pragma once
 
+#include <QHash>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QString>
 #include <QVariant>
 #include <memory>
 
+class QSqlQuery;
 class Recordset;
 class RuntimeError;
 
@@ -55,11 +57,18 @@ public:
     void CommitTrans();
     void RollbackTrans();
 
+    // A write statement ready for its values. On the server one text (the same columns of the same
+    // table) is prepared once per connection and run again with each row's values, so the server
+    // keeps the statement and its plan instead of parsing it for every line of a save; on the local
+    // file it is prepared afresh.
+    std::shared_ptr<QSqlQuery> PreparedWrite(const QString& statement);
+
 private:
     QSqlDatabase m_db;
     QString m_name;
     Dialect m_dialect = Dialect::Other;
     bool m_writesLocalFile = false;
+    QHash<QString, std::shared_ptr<QSqlQuery>> m_preparedWrites;
     void checkpoint();
 };
 

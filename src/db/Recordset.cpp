@@ -101,21 +101,7 @@ QStringList keyColumnsOf(const QString& table, QSqlDatabase& db)
     return out;
 }
 
-// On the server a write of one text (the same columns of the same table) is prepared once per
-// connection and run again with each row's values: the server keeps the statement and its plan
-// instead of parsing and planning it for every line of a save. The queries go with their connection.
-QHash<QString, QHash<QString, std::shared_ptr<QSqlQuery>>>& preparedWrites()
-{
-    static QHash<QString, QHash<QString, std::shared_ptr<QSqlQuery>>> cache;
-    return cache;
-}
-
 } // namespace
-
-void ForgetPreparedWrites(const QString& connectionName)
-{
-    preparedWrites().remove(connectionName);
-}
 
 struct Recordset::Impl {
     Database* db = nullptr;
@@ -227,22 +213,6 @@ struct Recordset::Impl {
         return v;
     }
 
-    // A write statement ready for its values: kept for the connection on the server, made afresh on
-    // the local file.
-    std::shared_ptr<QSqlQuery> writeQuery(const QString& statement)
-    {
-        const bool keep = db->dialect() == Database::Dialect::PostgreSql;
-        if (keep)
-            if (auto q = preparedWrites().value(db->sql().connectionName()).value(statement))
-                return q;
-        auto q = std::make_shared<QSqlQuery>(db->sql());
-        if (!q->prepare(statement))
-            throw DatabaseError(q->lastError(), statement);
-        if (keep)
-            preparedWrites()[db->sql().connectionName()].insert(statement, q);
-        return q;
-    }
-
     void exec(QSqlQuery& q, const QString& statement)
     {
         if (!q.exec())
@@ -322,7 +292,7 @@ struct Recordset::Impl {
         const QString where = keyCondition(keyValues);
         const QString statement =
             QStringLiteral("UPDATE %1 SET %2 WHERE %3").arg(table, sets.join(QStringLiteral(", ")), where);
-        const std::shared_ptr<QSqlQuery> prepared = writeQuery(statement);
+        const std::shared_ptr<QSqlQuery> prepared = db->PreparedWrite(statement);
         QSqlQuery& q = *prepared;
         for (const QVariant& v : values)
             q.addBindValue(bindValue(v));
