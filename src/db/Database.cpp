@@ -7,8 +7,12 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QSqlDriver>
 #include <QSqlQuery>
 #include <QUrl>
+#include <sql.h>
+#include <sqlext.h>
+#include <vector>
 
 namespace
 {
@@ -25,6 +29,15 @@ QList<Database*>& writingConnections()
 QString nativePath(const QString& path)
 {
     return QFileInfo(path).absoluteFilePath();
+}
+
+// The ODBC connection handle under a Qt ODBC connection (null for any other driver).
+void* odbcConnection(QSqlDatabase& db)
+{
+    const QVariant handle = db.driver() ? db.driver()->handle() : QVariant();
+    if (db.driverName() != u"QODBC" || handle.metaType() != QMetaType::fromType<void*>())
+        return nullptr;
+    return *static_cast<void* const*>(handle.constData());
 }
 
 RuntimeError cannotOpenFile(const QString& path, const QString& what, int number)
@@ -93,6 +106,36 @@ RuntimeError DatabaseError(const QSqlError& error, const QString& statement)
     return RuntimeError(ok && native != 0 ? native : kProviderErrorNumber, description);
 }
 
+QSqlError OdbcError(short handleType, void* handle, const QString& driverText)
+{
+    QString text;
+    QStringList codes;
+    std::vector<SQLWCHAR> message(512);
+    for (SQLSMALLINT record = 1;; ++record) {
+        SQLWCHAR state[SQL_SQLSTATE_SIZE + 1];
+        SQLINTEGER native = 0;
+        SQLSMALLINT length = 0;
+        SQLRETURN rc = SQLGetDiagRecW(handleType, handle, record, state, &native, message.data(),
+                                      SQLSMALLINT(message.size()), &length);
+        if (SQL_SUCCEEDED(rc) && size_t(length) >= message.size()) {
+            message.resize(size_t(length) + 1);
+            rc = SQLGetDiagRecW(handleType, handle, record, state, &native, message.data(),
+                                SQLSMALLINT(message.size()), &length);
+        }
+        if (!SQL_SUCCEEDED(rc))
+            break;
+        const QString line = QString::fromUtf16(reinterpret_cast<const char16_t*>(message.data()),
+                                                qMin<qsizetype>(length, qsizetype(message.size()) - 1));
+        if (line != text) {
+            if (!text.isEmpty())
+                text += u' ';
+            text += line;
+        }
+        codes << QString::number(native);
+    }
+    return QSqlError(driverText, text, QSqlError::StatementError, codes.join(u';'));
+}
+
 bool IsYesNoColumn(const QString& name)
 {
     return name.startsWith(u"YN_", Qt::CaseInsensitive) ||
@@ -114,10 +157,14 @@ Database::Database(QSqlDatabase db) : m_db(std::move(db)), m_name(m_db.connectio
     if (m_db.driverName() == u"QSQLITE") {
         m_dialect = Dialect::Sqlite;
     } else {
-        // Only used to read back a new row's auto-number; any failure just means "not PostgreSQL".
-        QSqlQuery q(m_db);
-        if (q.exec(QStringLiteral("SELECT version()")) && q.next() &&
-            q.value(0).toString().startsWith(u"PostgreSQL"))
+        // The product the driver names (without asking the server); any failure just means "not
+        // PostgreSQL".
+        SQLWCHAR product[64] = {};
+        SQLSMALLINT length = 0;
+        if (void* connection = odbcConnection(m_db);
+            connection &&
+            SQL_SUCCEEDED(SQLGetInfoW(connection, SQL_DBMS_NAME, product, sizeof product, &length)) &&
+            QString::fromUtf16(reinterpret_cast<const char16_t*>(product)).startsWith(u"PostgreSQL"))
             m_dialect = Dialect::PostgreSql;
     }
 }
@@ -129,6 +176,9 @@ Database::~Database()
     checkpoint();
     writingConnections().removeOne(this);
     m_preparedWrites.clear();
+    for (void* statement : std::as_const(m_odbcStatements))
+        SQLFreeHandle(SQL_HANDLE_STMT, statement);
+    m_odbcStatements.clear();
     m_db.close();
     m_db = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_name);
@@ -146,6 +196,28 @@ std::shared_ptr<QSqlQuery> Database::PreparedWrite(const QString& statement)
     if (keep)
         m_preparedWrites.insert(statement, q);
     return q;
+}
+
+void* Database::takeOdbcStatement()
+{
+    if (m_dialect == Dialect::Sqlite)
+        return nullptr;
+    if (!m_odbcStatements.isEmpty())
+        return m_odbcStatements.takeLast();
+    const auto connection = static_cast<SQLHDBC>(odbcConnection(m_db));
+    if (!connection)
+        return nullptr;
+    SQLHSTMT statement = nullptr;
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, connection, &statement)))
+        throw DatabaseError(
+            OdbcError(SQL_HANDLE_DBC, connection, QStringLiteral("Unable to allocate statement")));
+    return statement;
+}
+
+void Database::giveBackOdbcStatement(void* statement)
+{
+    SQLFreeStmt(statement, SQL_CLOSE);
+    m_odbcStatements.append(statement);
 }
 
 void Database::checkpoint()

@@ -63,12 +63,19 @@ public:
     // file it is prepared afresh.
     std::shared_ptr<QSqlQuery> PreparedWrite(const QString& statement);
 
+    // A statement handle on a data source's connection for one read at a time (Cursor), given back
+    // when the read is over and kept for the next one until the connection closes. Null on the
+    // local file.
+    void* takeOdbcStatement();
+    void giveBackOdbcStatement(void* statement);
+
 private:
     QSqlDatabase m_db;
     QString m_name;
     Dialect m_dialect = Dialect::Other;
     bool m_writesLocalFile = false;
     QHash<QString, std::shared_ptr<QSqlQuery>> m_preparedWrites;
+    QList<void*> m_odbcStatements;
     void checkpoint();
 };
 
@@ -82,6 +89,9 @@ QString TranslateJetSql(const QString& sql);
 // A database engine's or driver's English message led by a Japanese line saying what it means.
 QString DatabaseCauseText(const QString& english);
 RuntimeError DatabaseError(const QSqlError& error, const QString& statement = QString());
+// The diagnostics an ODBC handle holds (handle type and handle as ODBC takes them), as the error
+// Qt's ODBC driver would report: the messages in one text, the native codes separated by ';'.
+QSqlError OdbcError(short handleType, void* handle, const QString& driverText);
 constexpr int kProviderErrorNumber = -2147467259;
 
 // True for the yes/no columns: the YN_ flags and the two detail flags with a text prefix.

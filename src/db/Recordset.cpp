@@ -1,14 +1,13 @@
 #include "Common.h"
+#include "Cursor.h"
 #include "Database.h"
 
 #include "RuntimeError.h"
 
 #include <QHash>
 #include <QRegularExpression>
-#include <QSqlField>
 #include <QSqlIndex>
 #include <QSqlQuery>
-#include <QSqlRecord>
 #include <vector>
 
 namespace
@@ -357,31 +356,15 @@ Recordset::Recordset(Database& db, const QString& sql) : d(std::make_unique<Impl
     static const QRegularExpression selectStatement(QStringLiteral("^\\s*(SELECT|WITH)\\b"),
                                                     QRegularExpression::CaseInsensitiveOption);
     const QString statement = selectStatement.match(sql).hasMatch() ? sql : TranslateJetSql(sql);
-    QSqlQuery q(db.sql());
-    q.setForwardOnly(true);
-    if (!q.exec(statement))
-        throw DatabaseError(q.lastError(), statement);
-    if (!q.isSelect())
+    Cursor cursor(db, statement);
+    if (!cursor.isSelect())
         return;
-    const QSqlRecord record = q.record();
-    const int n = record.count();
-    d->names.reserve(n);
-    d->types.reserve(n);
-    for (int c = 0; c < n; ++c) {
-        const QString name = record.fieldName(c);
-        d->names << name;
-        d->types << record.field(c).metaType().id();
-        d->index.insert(name.toUpper(), c);
-    }
-    while (q.next()) {
-        Impl::Row row;
-        row.values.reserve(n);
-        for (int c = 0; c < n; ++c)
-            row.values << q.value(c);
-        d->rows.push_back(std::move(row));
-    }
-    if (q.lastError().isValid())
-        throw DatabaseError(q.lastError(), sql);
+    d->names = cursor.names();
+    d->types = cursor.types();
+    for (qsizetype c = 0; c < d->names.size(); ++c)
+        d->index.insert(d->names[c].toUpper(), int(c));
+    while (cursor.next())
+        d->rows.push_back({cursor.row()});
     d->live = int(d->rows.size());
 }
 

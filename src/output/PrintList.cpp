@@ -1,15 +1,13 @@
 #include "PrintList.h"
 
 #include "Common.h"
+#include "Cursor.h"
 #include "Database.h"
 #include "Int16.h"
 #include "ListQuery.h"
 #include "RuntimeError.h"
 
 #include <QSqlDriver>
-#include <QSqlError>
-#include <QSqlQuery>
-#include <QSqlRecord>
 #include <QVariant>
 #include <algorithm>
 #include <charconv>
@@ -347,13 +345,9 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
 
     // A print run reads each record once, in order: the query is read forward instead of through a
     // record set's snapshot, which for a long list doubled the run's time and memory.
-    QSqlQuery q(db.sql());
-    q.setForwardOnly(true);
-    if (!q.exec(TranslateJetSql(sql)))
-        throw DatabaseError(q.lastError(), sql);
-    const QSqlRecord record = q.record();
+    Cursor q(db, TranslateJetSql(sql));
     const ListColumns at(sum, [&](const char* name) {
-        const int index = record.indexOf(QString::fromLatin1(name));
+        const int index = q.indexOf(QString::fromLatin1(name));
         if (index < 0)
             throw missingColumn(name);
         return index;
@@ -395,8 +389,6 @@ ListTable FillListFromDatabase(Database& db, const ListRequest& request)
         }
         table.push_back(row);
     }
-    if (q.lastError().isValid())
-        throw DatabaseError(q.lastError(), sql);
     if (sum)
         return table;
     ListTable ordered;
