@@ -46,6 +46,7 @@ int metaTypeOf(SQLSMALLINT type)
 
 struct Cursor::Impl {
     Database& db;
+    std::shared_ptr<Database> keepAlive; // a connection replaced meanwhile stays open for the read
     QString statement;
     bool select = false;
     QStringList names;
@@ -59,7 +60,10 @@ struct Cursor::Impl {
     SQLHSTMT stmt = nullptr;
     std::vector<char16_t> text = std::vector<char16_t>(256);
 
-    Impl(Database& database, const QString& sql) : db(database), statement(sql) {}
+    Impl(Database& database, const QString& sql)
+        : db(database), keepAlive(database.weak_from_this().lock()), statement(sql)
+    {
+    }
 
     [[noreturn]] void fail(const QString& step)
     {

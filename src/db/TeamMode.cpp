@@ -45,7 +45,14 @@ LockHolder holderOf(const QSqlQuery& q)
 
 // The desks' connection: the server keeps the statements psqlODBC prepares, so that a record set's
 // write kept for the connection (one per table and set of columns) is parsed and planned once and
-// then costs one round trip per line with only its values.
+// then costs one round trip per line with only its values. The session's settings travel with the
+// connection request instead of as statements of their own:
+// - the server lists the desks' sessions under the program's name;
+// - each line of a save is a commit of its own: as with the local file's WAL at
+//   synchronous=NORMAL, a commit does not wait for the disk, so a power cut of the server may lose
+//   the last moment's commits but never leaves a broken database;
+// - a desk that loses its network is noticed by the server within about a minute (probes after
+//   30 s of silence, three 10 s apart), which ends its session and frees what it held.
 std::shared_ptr<Database> openTeamConnection(const QString& connectionText)
 {
     const ConnectionParts p = ParseConnectionText(connectionText);
@@ -54,7 +61,12 @@ std::shared_ptr<Database> openTeamConnection(const QString& connectionText)
         p.provider.compare(u"ODBC", Qt::CaseInsensitive) != 0)
         return OpenConnectionText(connectionText); // the provider's own error
     // Qt puts "DSN=" in front of the name and the user and password after it.
-    return Database::openOdbc(p.dataSource + QStringLiteral(";UseServerSidePrepare=1"), p.userId, p.password);
+    return Database::openOdbc(p.dataSource +
+                                  QStringLiteral(";UseServerSidePrepare=1;pqopt={application_name=buhinhyo "
+                                                 "options='-c synchronous_commit=off "
+                                                 "-c tcp_keepalives_idle=30 -c tcp_keepalives_interval=10 "
+                                                 "-c tcp_keepalives_count=3'}"),
+                              p.userId, p.password);
 }
 
 bool onServer(const Database& db)
@@ -86,16 +98,6 @@ void ConnectShared(AppContext& ctx, ConnectResult& r)
                                               "[ODBC] SHARED=1 (チーム使用) は PostgreSQL サーバーの"
                                               "データソースでだけ使えます。")
                                    .arg(r.dbDsn));
-        // The server lists the desks' sessions under the program's name. Each line of a save is a
-        // commit of its own: as with the local file's WAL at synchronous=NORMAL, a commit does not
-        // wait for the disk, so a power cut of the server may lose the last moment's commits but
-        // never leaves a broken database.
-        db->Execute(QStringLiteral("SET application_name = 'buhinhyo'"));
-        db->Execute(QStringLiteral("SET synchronous_commit = off"));
-        // A desk that loses its network is noticed by the server within about a minute (probes after
-        // 30 s of silence, three 10 s apart), which ends its session and frees what it held.
-        db->Execute(QStringLiteral("SET tcp_keepalives_idle = 30; SET tcp_keepalives_interval = 10; "
-                                   "SET tcp_keepalives_count = 3"));
         // A database set up before team use lacks the table of who holds what.
         try {
             db->Execute(QStringLiteral("SELECT 1 FROM BUHINHYO_LOCK WHERE 1 = 0"));

@@ -203,6 +203,10 @@ private Q_SLOTS:
         rs.SetField(u"CH_BIKO"_s, u"焼入れ"_s);
         rs.Update();
         QCOMPARE(countRows(db, kAll + u" WHERE CH_HINMEI = 'it''s a ピン' AND CH_BIKO = '焼入れ'"_s), 1);
+        const QString longText = u"焼入れ、"_s.repeated(300); // longer than a read's first piece
+        rs.SetField(u"CH_BIKO"_s, longText);
+        rs.Update();
+        QCOMPARE(Recordset(db, kAll + u" WHERE CH_ZNO = '253'"_s).Field(u"CH_BIKO"_s), longText);
         rs.Delete();
         QCOMPARE(rs.RecordCount(), 0);
         QCOMPARE(countRows(db, kAll), 2);
@@ -216,6 +220,12 @@ private Q_SLOTS:
         db.Execute(u"DELETE * FROM BUHINHYO_M WHERE CH_ZNO = '252'"_s);
         two.SetField(u"CH_HINMEI"_s, u"カラー"_s);
         QVERIFY(errorNumber([&] { two.Update(); }) != 0);
+        // An empty key reads as empty text, not as null: its row is found to be written back.
+        db.Execute(u"INSERT INTO BUHINHYO (CH_DWGNO, CH_ASSY, CH_BUHIN) VALUES ('D-1', '', '1')"_s);
+        Recordset header(db, u"SELECT * FROM BUHINHYO WHERE CH_DWGNO = 'D-1'"_s);
+        header.SetField(u"CH_NAME"_s, u"フレーム"_s);
+        header.Update();
+        QCOMPARE(countRows(db, u"SELECT * FROM BUHINHYO WHERE CH_NAME = 'フレーム'"_s), 1);
         Recordset sum(db, u"SELECT CH_HINMEI, SUM(INT_SURYO) AS S FROM BUHINHYO_M GROUP BY CH_HINMEI"_s);
         QCOMPARE(sum.Field(u"S"_s).toDouble(), 1.0);
         sum.SetField(u"CH_HINMEI"_s, u"x"_s);

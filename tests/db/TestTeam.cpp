@@ -1,6 +1,7 @@
 // Team use on the PostgreSQL cluster of the test fixture: desks are processes of this program (each
 // with its own session), the editor is the real screen, the administration command the staged one.
 #include "Connect.h"
+#include "Cursor.h"
 #include "DbTestSupport.h"
 #include "DrawingSearch.h"
 #include "EditorScreen.h"
@@ -95,6 +96,16 @@ private Q_SLOTS:
     // table is free for the second within seconds.
     void twoDesksOneTable()
     {
+        // The desk's session: listed under the program's name, its commits not waiting for the
+        // server's disk, its network watched.
+        {
+            Cursor session(
+                *m_app->ctx.DbConnection,
+                u"SELECT current_setting('application_name'), current_setting('synchronous_commit'), "
+                "current_setting('tcp_keepalives_idle')"_s);
+            QVERIFY(session.next());
+            QCOMPARE(session.row(), (QList<QVariant>{u"buhinhyo"_s, u"off"_s, u"30"_s}));
+        }
         std::unique_ptr<EditorScreen> first(openEditor(u"T-1"_s));
         QVERIFY(first && first->readOnlyReason().isEmpty() && m_app->messages.shown.isEmpty());
         QString told;
