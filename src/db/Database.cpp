@@ -175,6 +175,8 @@ Database::~Database()
     // them: it is written into the database here and emptied, and a copy of the file alone is whole.
     checkpoint();
     writingConnections().removeOne(this);
+    for (void* statement : std::as_const(m_preparedWrites))
+        SQLFreeHandle(SQL_HANDLE_STMT, statement);
     m_preparedWrites.clear();
     for (void* statement : std::as_const(m_odbcStatements))
         SQLFreeHandle(SQL_HANDLE_STMT, statement);
@@ -184,18 +186,123 @@ Database::~Database()
     QSqlDatabase::removeDatabase(m_name);
 }
 
-std::shared_ptr<QSqlQuery> Database::PreparedWrite(const QString& statement)
+namespace
 {
-    const bool keep = m_dialect == Dialect::PostgreSql;
-    if (keep)
-        if (std::shared_ptr<QSqlQuery> q = m_preparedWrites.value(statement))
-            return q;
-    auto q = std::make_shared<QSqlQuery>(m_db);
-    if (!q->prepare(statement))
-        throw DatabaseError(q->lastError(), statement);
-    if (keep)
-        m_preparedWrites.insert(statement, q);
-    return q;
+// One value bound to an ODBC statement's parameter, as Qt's ODBC driver binds it (the driver then
+// types the server's parameters the same way).
+struct OdbcValue {
+    SQLSMALLINT cType = SQL_C_WCHAR;
+    SQLSMALLINT sqlType = SQL_WVARCHAR;
+    SQLULEN size = 0;
+    SQLLEN indicator = 0;
+    union {
+        SQLINTEGER i32;
+        SQLBIGINT i64;
+        double real;
+        unsigned char bit;
+    } fixed{};
+    QString text;
+    QByteArray bytes;
+
+    explicit OdbcValue(const QVariant& v)
+    {
+        const bool null = v.isNull();
+        switch (v.typeId()) {
+        case QMetaType::Int:
+        case QMetaType::Short:
+        case QMetaType::UShort:
+            set(SQL_C_SLONG, SQL_INTEGER), fixed.i32 = v.toInt();
+            break;
+        case QMetaType::UInt:
+        case QMetaType::LongLong:
+        case QMetaType::ULongLong:
+            set(SQL_C_SBIGINT, SQL_BIGINT), fixed.i64 = v.toLongLong();
+            break;
+        case QMetaType::Double:
+        case QMetaType::Float:
+            set(SQL_C_DOUBLE, SQL_DOUBLE), fixed.real = v.toDouble();
+            break;
+        case QMetaType::Bool:
+            set(SQL_C_BIT, SQL_BIT), fixed.bit = v.toBool() ? 1 : 0;
+            break;
+        case QMetaType::QByteArray:
+            bytes = v.toByteArray();
+            set(SQL_C_BINARY, SQL_LONGVARBINARY, SQLULEN(bytes.size()));
+            indicator = SQLLEN(bytes.size());
+            break;
+        default:
+            text = v.toString();
+            set(SQL_C_WCHAR, text.size() > 254 ? SQL_WLONGVARCHAR : SQL_WVARCHAR,
+                SQLULEN(qMax<qsizetype>(text.size(), 1)));
+            indicator = SQLLEN(text.size() * qsizetype(sizeof(char16_t)));
+        }
+        if (null)
+            indicator = SQL_NULL_DATA;
+    }
+    void set(SQLSMALLINT c, SQLSMALLINT sql, SQLULEN columnSize = 0)
+    {
+        cType = c;
+        sqlType = sql;
+        size = columnSize;
+    }
+    void* buffer()
+    {
+        if (cType == SQL_C_WCHAR)
+            return const_cast<char16_t*>(reinterpret_cast<const char16_t*>(text.utf16()));
+        if (cType == SQL_C_BINARY)
+            return bytes.data();
+        return &fixed;
+    }
+};
+} // namespace
+
+qint64 Database::Write(const QString& statement, const QList<QVariant>& values)
+{
+    SQLHSTMT prepared = m_dialect == Dialect::Sqlite ? nullptr : m_preparedWrites.value(statement);
+    if (!prepared) {
+        prepared = static_cast<SQLHSTMT>(takeOdbcStatement());
+        if (!prepared) {
+            QSqlQuery q(m_db);
+            if (!q.prepare(statement))
+                throw DatabaseError(q.lastError(), statement);
+            for (const QVariant& v : values)
+                q.addBindValue(v);
+            if (!q.exec())
+                throw DatabaseError(q.lastError(), statement);
+            return q.numRowsAffected();
+        }
+        if (!SQL_SUCCEEDED(SQLPrepareW(prepared, const_cast<SQLWCHAR*>(statement.utf16()),
+                                       SQLINTEGER(statement.size())))) {
+            const QSqlError error =
+                OdbcError(SQL_HANDLE_STMT, prepared, QStringLiteral("Unable to prepare statement"));
+            SQLFreeHandle(SQL_HANDLE_STMT, prepared);
+            throw DatabaseError(error, statement);
+        }
+        m_preparedWrites.insert(statement, prepared);
+    }
+    std::vector<OdbcValue> bound;
+    bound.reserve(size_t(values.size()));
+    for (const QVariant& v : values)
+        bound.emplace_back(v);
+    SQLRETURN rc = SQL_SUCCESS;
+    for (size_t i = 0; i < bound.size() && SQL_SUCCEEDED(rc); ++i) {
+        OdbcValue& b = bound[i];
+        rc = SQLBindParameter(prepared, SQLUSMALLINT(i + 1), SQL_PARAM_INPUT, b.cType, b.sqlType, b.size, 0,
+                              b.buffer(), b.indicator > 0 ? b.indicator : 0, &b.indicator);
+    }
+    if (SQL_SUCCEEDED(rc))
+        rc = SQLExecute(prepared);
+    SQLLEN changed = 0;
+    if (rc == SQL_NO_DATA || (SQL_SUCCEEDED(rc) && SQL_SUCCEEDED(rc = SQLRowCount(prepared, &changed)))) {
+        SQLFreeStmt(prepared, SQL_RESET_PARAMS);
+        return rc == SQL_NO_DATA ? 0 : qint64(changed);
+    }
+    // A statement that failed is prepared again the next time.
+    const QSqlError error =
+        OdbcError(SQL_HANDLE_STMT, prepared, QStringLiteral("Unable to execute statement"));
+    m_preparedWrites.remove(statement);
+    SQLFreeHandle(SQL_HANDLE_STMT, prepared);
+    throw DatabaseError(error, statement);
 }
 
 void* Database::takeOdbcStatement()

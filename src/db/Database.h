@@ -57,11 +57,12 @@ public:
     void CommitTrans();
     void RollbackTrans();
 
-    // A write statement ready for its values. On the server one text (the same columns of the same
-    // table) is prepared once per connection and run again with each row's values, so the server
-    // keeps the statement and its plan instead of parsing it for every line of a save; on the local
-    // file it is prepared afresh.
-    std::shared_ptr<QSqlQuery> PreparedWrite(const QString& statement);
+    // Runs a write statement (UPDATE, DELETE) with its values bound in order and returns the
+    // number of rows it changed. On a data source one text (the same columns of the same table) is
+    // prepared once per connection and run again with each row's values, so the server keeps the
+    // statement and its plan instead of parsing it for every line of a save; on the local file it
+    // is prepared afresh.
+    qint64 Write(const QString& statement, const QList<QVariant>& values);
 
     // A statement handle on a data source's connection for one read at a time (Cursor), given back
     // when the read is over and kept for the next one until the connection closes. Null on the
@@ -74,7 +75,7 @@ private:
     QString m_name;
     Dialect m_dialect = Dialect::Other;
     bool m_writesLocalFile = false;
-    QHash<QString, std::shared_ptr<QSqlQuery>> m_preparedWrites;
+    QHash<QString, void*> m_preparedWrites; // ODBC statement handles by text
     QList<void*> m_odbcStatements;
     void checkpoint();
 };

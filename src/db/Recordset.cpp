@@ -291,14 +291,13 @@ struct Recordset::Impl {
         const QString where = keyCondition(keyValues);
         const QString statement =
             QStringLiteral("UPDATE %1 SET %2 WHERE %3").arg(table, sets.join(QStringLiteral(", ")), where);
-        const std::shared_ptr<QSqlQuery> prepared = db->PreparedWrite(statement);
-        QSqlQuery& q = *prepared;
-        for (const QVariant& v : values)
-            q.addBindValue(bindValue(v));
-        for (const QVariant& v : keyValues)
-            q.addBindValue(bindValue(v));
-        exec(q, statement);
-        if (q.numRowsAffected() == 0)
+        QList<QVariant> bound;
+        bound.reserve(values.size() + keyValues.size());
+        for (const QVariant& v : std::as_const(values))
+            bound << bindValue(v);
+        for (const QVariant& v : std::as_const(keyValues))
+            bound << bindValue(v);
+        if (db->Write(statement, bound) == 0)
             throw rowGone();
         for (int c = 0; c < names.size(); ++c) {
             if (dirty[c])
@@ -503,13 +502,10 @@ void Recordset::Delete()
     QList<QVariant> keyValues;
     const QString statement =
         QStringLiteral("DELETE FROM %1 WHERE %2").arg(d->table, d->keyCondition(keyValues));
-    QSqlQuery q(d->db->sql());
-    if (!q.prepare(statement))
-        throw DatabaseError(q.lastError(), statement);
-    for (const QVariant& v : keyValues)
-        q.addBindValue(d->bindValue(v));
-    d->exec(q, statement);
-    if (q.numRowsAffected() == 0)
+    QList<QVariant> bound;
+    for (const QVariant& v : std::as_const(keyValues))
+        bound << d->bindValue(v);
+    if (d->db->Write(statement, bound) == 0)
         throw rowGone();
     d->rows[d->pos].deleted = true;
     --d->live;

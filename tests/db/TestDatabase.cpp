@@ -243,6 +243,11 @@ private Q_SLOTS:
         Recordset back(db, kAll);
         QCOMPARE(back.Field(u"INT_SURYO"_s), u"2.5"_s);
         QVERIFY(back.IsNull(u"INT_TANKA"_s));
+        back.SetField(u"INT_SURYO"_s, u""_s); // a stored number cleared by an update
+        back.SetField(u"INT_TANKA"_s, 1200);
+        back.Update();
+        QVERIFY(Recordset(db, kAll).IsNull(u"INT_SURYO"_s));
+        QCOMPARE(Recordset(db, kAll).Field(u"INT_TANKA"_s), u"1200"_s);
         for (const auto& [text, yes] : {std::pair{u"-1"_s, true},
                                         {u"1"_s, true},
                                         {u"true"_s, true},
