@@ -307,7 +307,9 @@ qint64 Database::Write(const QString& statement, const QList<QVariant>& values)
 
 void* Database::takeOdbcStatement()
 {
-    if (m_dialect == Dialect::Sqlite)
+    // A driver without wide characters (psqlODBC's ANSI one) is left to Qt, which reads and binds
+    // its text as UTF-8.
+    if (m_dialect == Dialect::Sqlite || !m_db.driver() || !m_db.driver()->hasFeature(QSqlDriver::Unicode))
         return nullptr;
     if (!m_odbcStatements.isEmpty())
         return m_odbcStatements.takeLast();

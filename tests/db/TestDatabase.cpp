@@ -721,6 +721,24 @@ private Q_SLOTS:
         QCOMPARE(m_app->shownBoxes(), QStringList(u"|"_s + r.message));
         QVERIFY2(r.message.contains(u"password authentication failed"_s), qPrintable(r.message));
     }
+
+    // A data source on psqlODBC's driver without wide characters, as an office may have set one up.
+    void narrowDriverKeepsJapaneseText()
+    {
+        if (!DbFixture::postgresql())
+            QSKIP("needs the PostgreSQL fixture of the test run");
+        const auto db = Database::openOdbc(qEnvironmentVariable("BUHINHYO_TEST_ODBC_DSN") + u"_ansi"_s,
+                                           qEnvironmentVariable("BUHINHYO_TEST_ODBC_UID"),
+                                           qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD"));
+        QCOMPARE(db->dialect(), Database::Dialect::PostgreSql);
+        addLine(*db, u"251"_s, u"六角ボルト"_s);
+        Recordset rs(*db, kAll);
+        QCOMPARE(rs.Field(u"CH_HINMEI"_s), u"六角ボルト"_s);
+        rs.SetField(u"CH_BIKO"_s, u"焼入れ"_s);
+        rs.Update();
+        QCOMPARE(Recordset(m_f.db(), kAll + u" WHERE CH_BIKO = '焼入れ'"_s).Field(u"CH_HINMEI"_s),
+                 u"六角ボルト"_s);
+    }
 };
 
 int main(int argc, char** argv)

@@ -94,19 +94,28 @@ start() {
   local driver
   driver=$(find /usr/lib /usr/local/lib -name psqlodbcw.so 2>/dev/null | head -n1)
   [ -n "$driver" ] || fail "psqlodbcw.so not found (package odbc-postgresql)"
+  # psqlODBC's driver without wide characters too, as an office may have set a data source up.
   cat > "$dir/odbcinst.ini" <<INI
 [PostgreSQL Unicode]
 Description=PostgreSQL ODBC driver (Unicode)
 Driver=$driver
+
+[PostgreSQL ANSI]
+Description=PostgreSQL ODBC driver (ANSI)
+Driver=${driver%w.so}a.so
 INI
-  cat > "$dir/odbc.ini" <<INI
-[buhinhyo_test]
-Driver=PostgreSQL Unicode
+  local source
+  for source in "buhinhyo_test|PostgreSQL Unicode" "buhinhyo_test_ansi|PostgreSQL ANSI"; do
+    cat <<INI
+[${source%%|*}]
+Driver=${source#*|}
 Servername=127.0.0.1
 Port=$port
 Database=buhinhyo
 BoolsAsChar=0
+
 INI
+  done > "$dir/odbc.ini"
   chmod 644 "$dir/odbc.ini" "$dir/odbcinst.ini"
   echo "pg-fixture: server on 127.0.0.1:$port, DSN buhinhyo_test in $dir/odbc.ini"
 }
