@@ -12,6 +12,11 @@ trap '"$root/tests/db/pg-fixture.sh" stop "$dir"; rm -rf "$folder"' EXIT
 PG_SERVER_OPTIONS="-c fsync=on -c synchronous_commit=on" \
   "$root/tests/db/pg-fixture.sh" start "$dir" "$root/data/schema-postgresql.sql"
 export ODBCINI=$dir/odbc.ini ODBCSYSINI=$dir
+# The server set up for team use as README says (the fixture made role, database and tables already).
+port=$(sed -n 's/^Port=//p' "$ODBCINI" | head -n1)
+PGHOST=127.0.0.1 PGPORT=$port PGUSER=postgres PGPASSWORD=postgres-superuser-pw "$root/scripts/team-server.sh" \
+  --host 127.0.0.1 --port "$port" --database buhinhyo --user buhinhyo --password buhinhyo-test-pw \
+  --dsn buhinhyo_test >/dev/null
 cp -r "$build/app" "$folder"
 mkdir -p "$folder/WORK"
 # The shipped settings file with the team's data source.

@@ -221,8 +221,8 @@ private Q_SLOTS:
         QVERIFY2(out.contains(u"ありません"_s), qPrintable(out));
     }
 
-    // The set-up script makes role, database, tables and data source once; a second run changes
-    // nothing and the data sources already in the file stay.
+    // The set-up script makes role, database, tables, the server's setting and the data source
+    // once; a second run changes nothing and the data sources already in the file stay.
     void serverSetUpTwice()
     {
         QFile fixtureIni(qEnvironmentVariable("ODBCINI"));
@@ -252,6 +252,8 @@ private Q_SLOTS:
         qputenv("ODBCINI", fixtureIni.fileName().toLocal8Bit());
         SaveTable(*db, {u"客先A"_s, u"01"_s, u"S-1"_s, u"1"_s}, {{QString(), u"001"_s, u"軸"_s}},
                   u"20261125"_s);
+        // The server's WAL writer flushes whenever a desk's commit wakes it.
+        QTRY_COMPARE(countRows(*db, u"SELECT 1 WHERE current_setting('wal_writer_flush_after') = '0'"_s), 1);
         const int rows = countRows(*db, u"SELECT * FROM BUHINHYO_M"_s);
         QCOMPARE(run(sourceDir() + u"/scripts/team-server.sh"_s, args, &out, env), 0);
         QCOMPARE(readFileBytes(odbcIni), first);
