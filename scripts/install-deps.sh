@@ -28,6 +28,8 @@ packages=(
   sqlite3 libsqlite3-dev unixodbc unixodbc-dev odbc-postgresql postgresql
   # a user-space (FUSE) mount for the test of a database file on a network file system
   bindfs
+  # the packet filter's command, for the test of a desk that loses its network
+  nftables
   # the screens' font, and Excel-like metrics for the rendered workbooks
   fonts-ipafont-gothic fonts-crosextra-carlito fonts-liberation2
   # Qt's own texts in Japanese: the buttons of every box, the file, print and page set-up dialogs

@@ -51,8 +51,10 @@ LockHolder holderOf(const QSqlQuery& q)
 // - each line of a save is a commit of its own: as with the local file's WAL at
 //   synchronous=NORMAL, a commit does not wait for the disk, so a power cut of the server may lose
 //   the last moment's commits but never leaves a broken database;
-// - a desk that loses its network is noticed by the server within about a minute (probes after
-//   30 s of silence, three 10 s apart), which ends its session and frees what it held.
+// - a desk that loses its network is noticed by the server within about a minute, which ends its
+//   session and frees what it held: probes after 30 s of silence, three 10 s apart, and a reply
+//   the desk has not acknowledged for a minute (by default the server would try for a quarter of an
+//   hour).
 std::shared_ptr<Database> openTeamConnection(const QString& connectionText)
 {
     const ConnectionParts p = ParseConnectionText(connectionText);
@@ -65,7 +67,7 @@ std::shared_ptr<Database> openTeamConnection(const QString& connectionText)
                                   QStringLiteral(";UseServerSidePrepare=1;pqopt={application_name=buhinhyo "
                                                  "options='-c synchronous_commit=off "
                                                  "-c tcp_keepalives_idle=30 -c tcp_keepalives_interval=10 "
-                                                 "-c tcp_keepalives_count=3'}"),
+                                                 "-c tcp_keepalives_count=3 -c tcp_user_timeout=60000'}"),
                               p.userId, p.password);
 }
 

@@ -14,6 +14,7 @@
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QThread>
 #include <QtTest>
 #include <csignal>
@@ -40,9 +41,19 @@ int deskProcess(const QString& mode, const QString& dwgNo, int lines)
                       table, u"20261121"_s);
             return 0;
         }
+        // The holding desk connects as the program does, with the team connection's settings.
+        AppFolder desk(AppFolder::kIni, AppFolder::Server::Joined);
+        if (!desk.connect())
+            throw RuntimeError(1, desk.messages.texts().join(u'\n'));
         LockHolder holder;
-        const auto lock = TeamLock::take(db, PartsTableLockName(dwgNo, u"01"_s, u"1"_s), &holder);
-        std::printf("%s\n", lock ? "held" : qPrintable(holder.describe()));
+        const auto lock =
+            TeamLock::take(desk.ctx.DbConnection, PartsTableLockName(dwgNo, u"01"_s, u"1"_s), &holder);
+        // It listens for notices, so that the server can be made to send it something unasked.
+        desk.ctx.DbConnection->Execute(u"LISTEN buhinhyo_test_desk"_s);
+        // The port its session comes from, for a test to cut its network.
+        Cursor port(*desk.ctx.DbConnection, u"SELECT inet_client_port()"_s);
+        std::printf("%s\nport %s\n", lock ? "held" : qPrintable(holder.describe()),
+                    port.next() ? qPrintable(port.value(0).toString()) : "?");
         std::fflush(stdout);
         for (int i = 0; lock && i < 600; ++i)
             QThread::msleep(100);
@@ -102,9 +113,9 @@ private Q_SLOTS:
             Cursor session(
                 *m_app->ctx.DbConnection,
                 u"SELECT current_setting('application_name'), current_setting('synchronous_commit'), "
-                "current_setting('tcp_keepalives_idle')"_s);
+                "current_setting('tcp_keepalives_idle'), current_setting('tcp_user_timeout')"_s);
             QVERIFY(session.next());
-            QCOMPARE(session.row(), (QList<QVariant>{u"buhinhyo"_s, u"off"_s, u"30"_s}));
+            QCOMPARE(session.row(), (QList<QVariant>{u"buhinhyo"_s, u"off"_s, u"30"_s, u"60000"_s}));
         }
         std::unique_ptr<EditorScreen> first(openEditor(u"T-1"_s));
         QVERIFY(first && first->readOnlyReason().isEmpty() && m_app->messages.shown.isEmpty());
@@ -155,6 +166,52 @@ private Q_SLOTS:
                                    nullptr)),
             10000);
         qInfo("the killed desk's table was free after %lld ms", waited.elapsed());
+    }
+
+    // A desk whose network goes away (from then on its packets are lost both ways, as when a cable is
+    // pulled, a reply on its way to it too): the server notices within about a minute and the table
+    // is free for the others.
+    void aDeskThatLosesItsNetworkFreesItsTable()
+    {
+        QProcess other;
+        const auto ended = qScopeGuard([&] {
+            other.kill();
+            other.waitForFinished(10000);
+        });
+        other.start(self(), {u"--hold"_s, u"T-2"_s});
+        QVERIFY(other.waitForReadyRead(30000) && other.readLine().trimmed() == "held");
+        QTRY_VERIFY(other.canReadLine());
+        const QString port = QString::fromLatin1(other.readLine().trimmed().sliced(5));
+        // From now on that connection's packets are dropped as they arrive, both ways, by a table of
+        // the kernel's packet filter of this run's own.
+        const QString table = u"buhinhyo_test_%1"_s.arg(QCoreApplication::applicationPid());
+        QString out;
+        const auto nft = [&](const QStringList& args) { return run(u"nft"_s, args, &out) == 0; };
+        if (!nft({u"add"_s, u"table"_s, u"inet"_s, table}))
+            QSKIP(qPrintable(u"packets cannot be dropped here (nft as root, package nftables): "_s + out));
+        const auto restore = qScopeGuard([&] { nft({u"delete"_s, u"table"_s, u"inet"_s, table}); });
+        QVERIFY2(nft({u"add"_s, u"chain"_s, u"inet"_s, table, u"input"_s,
+                      u"{ type filter hook input priority 0 ; }"_s}),
+                 qPrintable(out));
+        for (const QString& side : {u"sport"_s, u"dport"_s})
+            QVERIFY2(
+                nft({u"add"_s, u"rule"_s, u"inet"_s, table, u"input"_s, u"tcp"_s, side, port, u"drop"_s}),
+                qPrintable(out));
+        // A notice on its way to the desk when the network went: the server has data that the desk
+        // never acknowledges, not only silence to probe.
+        m_app->ctx.DbConnection->Execute(u"NOTIFY buhinhyo_test_desk"_s);
+        QElapsedTimer waited;
+        waited.start();
+        LockHolder holder;
+        QVERIFY(
+            !TeamLock::take(m_app->ctx.DbConnection, PartsTableLockName(u"T-2"_s, u"01"_s, u"1"_s), &holder));
+        std::unique_ptr<TeamLock> lock;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (lock = TeamLock::take(m_app->ctx.DbConnection, PartsTableLockName(u"T-2"_s, u"01"_s, u"1"_s),
+                                   nullptr)),
+            90000);
+        qInfo("the table of the desk without network was free after %lld s", waited.elapsed() / 1000);
+        QVERIFY(waited.elapsed() > 25000); // by the server's own watch, not by the desk's doing
     }
 
     // Eight desks save different tables at the same time: every line once, every number unique.

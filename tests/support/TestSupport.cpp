@@ -112,7 +112,7 @@ static QString teamIni()
         qEnvironmentVariable("BUHINHYO_TEST_ODBC_PWD"));
 }
 
-AppFolder::AppFolder(const QString& iniText)
+AppFolder::AppFolder(const QString& iniText, Server server)
 {
     ctx.setPaths(dir.path());
     ctx.messages = &messages;
@@ -136,7 +136,7 @@ AppFolder::AppFolder(const QString& iniText)
     }
     if (!m_peek.open())
         qFatal("cannot open the test database: %s", qPrintable(m_peek.lastError().text()));
-    if (teamMode())
+    if (teamMode() && server == Server::Emptied)
         for (const char* table : {"BUHINHYO_M", "BUHINHYO", "SETTEI"})
             exec(u"DELETE FROM "_s + QLatin1StringView(table));
 }

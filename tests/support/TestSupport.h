@@ -38,7 +38,10 @@ class AppFolder
 {
 public:
     static const QString kIni;
-    explicit AppFolder(const QString& iniText = kIni);
+    // In team mode a new folder starts with the server's tables empty; another desk of the same test
+    // (a child process) joins them as they are.
+    enum class Server { Emptied, Joined };
+    explicit AppFolder(const QString& iniText = kIni, Server server = Server::Emptied);
     ~AppFolder();
 
     QTemporaryDir dir;
