@@ -2,6 +2,7 @@
 // tables and output settings onto the server, and who has which table open.
 #include "AppContext.h"
 #include "Connect.h"
+#include "Cursor.h"
 #include "Database.h"
 #include "RuntimeError.h"
 #include "TeamMode.h"
@@ -9,8 +10,6 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QSet>
-#include <QSqlQuery>
-#include <QSqlRecord>
 
 #include <cstdio>
 
@@ -70,15 +69,6 @@ public:
     void beep() override {}
 };
 
-QSqlQuery select(Database& db, const QString& sql)
-{
-    QSqlQuery q(db.sql());
-    q.setForwardOnly(true);
-    if (!q.exec(sql))
-        throw DatabaseError(q.lastError(), sql);
-    return q;
-}
-
 QString filePathOf(QString settingsPath)
 {
     return settingsPath.replace(u'\\', u'/');
@@ -104,15 +94,15 @@ QMap<QString, QString> keysOf(Database& db)
 {
     QMap<QString, QString> keys;
     for (const char* table : {"BUHINHYO", "BUHINHYO_M"}) {
-        QSqlQuery q = select(db, QStringLiteral("SELECT DISTINCT CH_DWGNO, CH_ASSY, CH_BUHIN FROM ") +
-                                     QLatin1StringView(table));
+        Cursor q(db, QStringLiteral("SELECT DISTINCT CH_DWGNO, CH_ASSY, CH_BUHIN FROM ") +
+                         QLatin1StringView(table));
         while (q.next()) {
             const QString name =
                 PartsTableLockName(q.value(0).toString(), q.value(1).toString(), q.value(2).toString());
             keys.insert(name.toLower(), name);
         }
     }
-    QSqlQuery q = select(db, QStringLiteral("SELECT CH_USER, CH_BUHIN FROM SETTEI"));
+    Cursor q(db, QStringLiteral("SELECT CH_USER, CH_BUHIN FROM SETTEI"));
     while (q.next()) {
         const QString name = LayoutLockName(q.value(0).toString(), q.value(1).toString());
         keys.insert(name.toLower(), name);
@@ -171,8 +161,7 @@ int copyToServer(AppContext& ctx)
     }
 
     // The layouts name their templates by path: each desk needs them at the same place.
-    QSqlQuery q =
-        select(*local, QStringLiteral("SELECT CH_USER, CH_BUHIN, CH_ORGPATH, CH_CPYPATH FROM SETTEI"));
+    Cursor q(*local, QStringLiteral("SELECT CH_USER, CH_BUHIN, CH_ORGPATH, CH_CPYPATH FROM SETTEI"));
     while (q.next())
         for (int i : {2, 3}) {
             const QString path = q.value(i).toString().trimmed();

@@ -261,16 +261,8 @@ qint64 Database::Write(const QString& statement, const QList<QVariant>& values)
     SQLHSTMT prepared = m_dialect == Dialect::Sqlite ? nullptr : m_preparedWrites.value(statement);
     if (!prepared) {
         prepared = static_cast<SQLHSTMT>(takeOdbcStatement());
-        if (!prepared) {
-            QSqlQuery q(m_db);
-            if (!q.prepare(statement))
-                throw DatabaseError(q.lastError(), statement);
-            for (const QVariant& v : values)
-                q.addBindValue(v);
-            if (!q.exec())
-                throw DatabaseError(q.lastError(), statement);
-            return q.numRowsAffected();
-        }
+        if (!prepared)
+            return Run(statement, values).numRowsAffected();
         if (!SQL_SUCCEEDED(SQLPrepareW(prepared, const_cast<SQLWCHAR*>(statement.utf16()),
                                        SQLINTEGER(statement.size())))) {
             const QSqlError error =
@@ -530,6 +522,18 @@ void Database::Execute(const QString& sql)
     QSqlQuery q(m_db);
     if (!q.exec(statement))
         throw DatabaseError(q.lastError(), statement);
+}
+
+QSqlQuery Database::Run(const QString& statement, const QVariantList& values)
+{
+    QSqlQuery q(m_db);
+    if (!q.prepare(statement))
+        throw DatabaseError(q.lastError(), statement);
+    for (const QVariant& v : values)
+        q.addBindValue(v);
+    if (!q.exec())
+        throw DatabaseError(q.lastError(), statement);
+    return q;
 }
 
 void Database::BeginTrans()

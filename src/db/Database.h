@@ -53,6 +53,9 @@ public:
     // Runs a statement directly on the connection (DELETE, UPDATE, ...). Jet forms such as
     // "DELETE * FROM" are translated first.
     void Execute(const QString& sql);
+    // Runs a statement through Qt's driver with its values bound in order (a failure throws) and
+    // returns it for its rows.
+    QSqlQuery Run(const QString& statement, const QVariantList& values = {});
     void BeginTrans();
     void CommitTrans();
     void RollbackTrans();

@@ -18,18 +18,6 @@
 namespace
 {
 
-QSqlQuery run(Database& db, const QString& sql, const QVariantList& values = {})
-{
-    QSqlQuery q(db.sql());
-    if (!q.prepare(sql))
-        throw DatabaseError(q.lastError(), sql);
-    for (const QVariant& v : values)
-        q.addBindValue(v);
-    if (!q.exec())
-        throw DatabaseError(q.lastError(), sql);
-    return q;
-}
-
 // The holders recorded beside the locks, only those whose session still holds the lock: a row left
 // by a desk that went away names nobody.
 const QString kHeldSql =
@@ -181,22 +169,21 @@ std::unique_ptr<TeamLock> TeamLock::take(const std::shared_ptr<Database>& db, co
     const qint64 key = LockKey(what);
     if (!onServer(*db))
         return std::unique_ptr<TeamLock>(new TeamLock(nullptr, what, key));
-    QSqlQuery q = run(*db, QStringLiteral("SELECT pg_try_advisory_lock(%1)").arg(key));
+    QSqlQuery q = db->Run(QStringLiteral("SELECT pg_try_advisory_lock(%1)").arg(key));
     if (q.next() && q.value(0).toBool()) {
         std::unique_ptr<TeamLock> lock(new TeamLock(db, what, key));
-        run(*db,
-            QStringLiteral(
-                "INSERT INTO BUHINHYO_LOCK (INT_KEY, CH_WHAT, CH_DESK, CH_USER, INT_SINCE, INT_PID) "
-                "VALUES (%1, ?, ?, ?, %2, pg_backend_pid()) ON CONFLICT (INT_KEY) DO UPDATE SET "
-                "CH_WHAT = EXCLUDED.CH_WHAT, CH_DESK = EXCLUDED.CH_DESK, CH_USER = EXCLUDED.CH_USER, "
-                "INT_SINCE = EXCLUDED.INT_SINCE, INT_PID = EXCLUDED.INT_PID")
-                .arg(key)
-                .arg(QDateTime::currentSecsSinceEpoch()),
-            {what, ThisDesk(), ThisUser()});
+        db->Run(QStringLiteral(
+                    "INSERT INTO BUHINHYO_LOCK (INT_KEY, CH_WHAT, CH_DESK, CH_USER, INT_SINCE, INT_PID) "
+                    "VALUES (%1, ?, ?, ?, %2, pg_backend_pid()) ON CONFLICT (INT_KEY) DO UPDATE SET "
+                    "CH_WHAT = EXCLUDED.CH_WHAT, CH_DESK = EXCLUDED.CH_DESK, CH_USER = EXCLUDED.CH_USER, "
+                    "INT_SINCE = EXCLUDED.INT_SINCE, INT_PID = EXCLUDED.INT_PID")
+                    .arg(key)
+                    .arg(QDateTime::currentSecsSinceEpoch()),
+                {what, ThisDesk(), ThisUser()});
         return lock;
     }
     if (holder) {
-        QSqlQuery h = run(*db, kHeldSql + QStringLiteral(" WHERE k.INT_KEY = %1").arg(key));
+        QSqlQuery h = db->Run(kHeldSql + QStringLiteral(" WHERE k.INT_KEY = %1").arg(key));
         // The other desk may not have written its row yet.
         *holder = h.next() ? holderOf(h)
                            : LockHolder{what, QStringLiteral("別の端末"), QStringLiteral("(不明)"),
@@ -210,7 +197,7 @@ QList<LockHolder> HeldLocks(Database& db)
     QList<LockHolder> out;
     if (!onServer(db))
         return out;
-    QSqlQuery q = run(db, kHeldSql + QStringLiteral(" ORDER BY k.INT_SINCE, k.CH_WHAT"));
+    QSqlQuery q = db.Run(kHeldSql + QStringLiteral(" ORDER BY k.INT_SINCE, k.CH_WHAT"));
     while (q.next())
         out << holderOf(q);
     return out;
