@@ -112,6 +112,9 @@ void ShowScreen(QWidget* screen, QWidget* owner)
     screen->activateWindow();
 }
 
+// The frame of a window not shown yet is unknown: room is left for a title bar.
+constexpr int kTitleBar = 30;
+
 void CentreOver(QWidget* window, const QWidget* owner)
 {
     if (!window->testAttribute(Qt::WA_Resized))
@@ -122,14 +125,58 @@ void CentreOver(QWidget* window, const QWidget* owner)
         return;
     const QRect area = on->availableGeometry();
     const QRect ownerFrame = over && over->isVisible() ? over->frameGeometry() : area;
-    // The frame of a window not shown yet is unknown: leave room for a title bar.
-    constexpr int kTitleBar = 30;
     const QSize size = window->size();
-    QPoint topLeft = ownerFrame.center() - QPoint(size.width() / 2, (size.height() + kTitleBar) / 2);
-    topLeft.setX(std::clamp(topLeft.x(), area.left(), std::max(area.left(), area.right() - size.width())));
-    topLeft.setY(
-        std::clamp(topLeft.y(), area.top(), std::max(area.top(), area.bottom() - size.height() - kTitleBar)));
+    MoveOnScreen(window, ownerFrame.center() - QPoint(size.width() / 2, (size.height() + kTitleBar) / 2), on);
+}
+
+void MoveOnScreen(QWidget* window, QPoint topLeft, QScreen* on)
+{
+    if (!on)
+        on = window->screen();
+    if (!on) {
+        window->move(topLeft);
+        return;
+    }
+    const QRect area = on->availableGeometry();
+    const QSize size = window->size();
+    topLeft.setX(
+        std::clamp(topLeft.x(), area.left(), std::max(area.left(), area.right() + 1 - size.width())));
+    topLeft.setY(std::clamp(topLeft.y(), area.top(),
+                            std::max(area.top(), area.bottom() + 1 - size.height() - kTitleBar)));
     window->move(topLeft);
+}
+
+void FitOnScreen(QWidget* window)
+{
+    // A frame of a few pixels at the sides and a title bar.
+    if (QScreen* on = window->screen())
+        window->resize(window->size().boundedTo(on->availableGeometry().size() - QSize(16, kTitleBar + 8)));
+}
+
+void CascadeFrom(QWidget* window, const QWidget* previous)
+{
+    QScreen* on = previous->screen();
+    QPoint at = previous->pos() + QPoint(40, 40);
+    if (!on) {
+        window->move(at);
+        return;
+    }
+    // Where too little of the screen is left, the row starts again at its top left corner; a window
+    // larger than what is left is made smaller to fit.
+    // The frame is the shown previous window's.
+    const QRect area = on->availableGeometry();
+    const QSize frame = previous->frameGeometry().size() - previous->geometry().size();
+    const QSize room(area.right() + 1 - at.x() - frame.width(),
+                     area.bottom() + 1 - at.y() - std::max(frame.height(), kTitleBar));
+    constexpr QSize kLeast(320, 240);
+    if (room.width() < kLeast.width() || room.height() < kLeast.height()) {
+        at = area.topLeft();
+        window->resize(window->size().boundedTo(area.size() -
+                                                QSize(frame.width(), std::max(frame.height(), kTitleBar))));
+    } else {
+        window->resize(window->size().boundedTo(room));
+    }
+    MoveOnScreen(window, at, on); // one that cannot be made that small goes as far left or up as needed
 }
 
 namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPoint>
 #include <QString>
 #include <functional>
 
@@ -9,6 +10,7 @@ class QCheckBox;
 class QComboBox;
 class QLineEdit;
 class QObject;
+class QScreen;
 class QWidget;
 
 // The routines that work on controls.
@@ -46,3 +48,12 @@ void ShowScreen(QWidget* screen, QWidget* owner);
 // Moves a window that is not shown yet so that it is centred over the owner's window (over the
 // screen when there is no owner), and wholly on the owner's screen.
 void CentreOver(QWidget* window, const QWidget* owner);
+// Moves a window to the given place, or as near to it as its screen's free area shows it whole
+// (the window's own screen when none is given).
+void MoveOnScreen(QWidget* window, QPoint topLeft, QScreen* on = nullptr);
+// Makes a window no larger than its screen's free area (a laptop's included), as far as its
+// smallest size allows.
+void FitOnScreen(QWidget* window);
+// Places a further window down and to the right of the previous one, so that both can be seen,
+// whole on the previous one's screen.
+void CascadeFrom(QWidget* window, const QWidget* previous);

@@ -54,6 +54,7 @@ EditorScreen::EditorScreen(AppContext& ctx, std::shared_ptr<Database> db, Editor
     m_editor->onRefreshDisplay = [this] { refreshStatus(); };
     resize(1400, 860);
     fitGridWidth();
+    FitOnScreen(this);
     if (m_aids.install)
         m_aids.install(*this);
 }

@@ -227,9 +227,8 @@ void DrawingSearchScreen::openEditor()
         delete editor;
         return;
     }
-    // A further editor opens down and to the right of the last one, so that both can be seen.
     if (newest)
-        editor->move(newest->pos() + QPoint(40, 40));
+        CascadeFrom(editor, newest);
     m_editors.removeAll(nullptr);
     m_editors.append(editor);
     ShowScreen(editor, editorOwner());

@@ -144,7 +144,19 @@ private Q_SLOTS:
         const QList<EditorScreen*> eds = menu.findChildren<EditorScreen*>();
         QCOMPARE(eds.size(), 2);
         QCOMPARE(eds[1]->windowHandle()->transientParent(), menu.windowHandle());
+        // Both whole on the screen, although the first is as wide as the screen allows (and was made
+        // for a larger one).
+        const QRect area = eds[0]->screen()->availableGeometry();
         QCOMPARE(eds[1]->pos() - eds[0]->pos(), QPoint(40, 40));
+        QVERIFY(eds[0]->width() > area.width() - 40 && area.contains(eds[0]->frameGeometry()) &&
+                area.contains(eds[1]->frameGeometry()));
+        // Next to one at the screen's bottom right, the next starts again at the top left.
+        delete eds[1];
+        eds[0]->move(area.bottomRight() - QPoint(eds[0]->width(), 300));
+        click(screen, "cmd0");
+        const QList<EditorScreen*> next = menu.findChildren<EditorScreen*>();
+        QCOMPARE(next.size(), 2);
+        QCOMPARE(next[1]->pos(), area.topLeft());
         // The manufactured list prints as manufactured although the search now names the other kind.
         QCOMPARE(f->ctx.CurrentKind + eds[0]->editor().printRequest(false, false, false).kind, u"21"_s);
         // Its table named again: the open editor comes forward, no second copy.
@@ -221,5 +233,24 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestDrawingSearch)
+int main(int argc, char** argv)
+{
+    // A laptop's screen instead of the offscreen platform's 800 × 800 square, on which an editor (at
+    // least 1,040 wide) could never be seen whole: where windows open is checked as users see it.
+    const QString screens =
+        QDir::temp().filePath(u"buhinhyo-desk-screen-%1.json"_s.arg(QCoreApplication::applicationPid()));
+    if (qEnvironmentVariable("QT_QPA_PLATFORM") == u"offscreen") {
+        QFile file(screens);
+        if (!file.open(QIODevice::WriteOnly) ||
+            file.write(R"({"screens": [{"name": "desk", "x": 0, "y": 0, "width": 1366, "height": 768,
+                                        "logicalDpiX": 96, "logicalDpiY": 96, "dpr": 1}]})") <= 0)
+            return 1;
+        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + QFile::encodeName(screens));
+    }
+    QApplication app(argc, argv);
+    QFile::remove(screens);
+    TestDrawingSearch tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
 #include "TestDrawingSearch.moc"
