@@ -200,11 +200,10 @@ r.step = 1;
 --
     return n > 0;
 @@ R2 src/db/Recordset.cpp DB
-        exec(q, statement);
-        if (q.numRowsAffected() == 0)
+        if (db->Write(statement, bound) == 0)
             throw rowGone();
 --
-        exec(q, statement);
+        db->Write(statement, bound);
 @@ R3 src/db/Recordset.cpp DB
             if (text.isEmpty())
                 return QVariant();
@@ -229,6 +228,14 @@ r.step = 1;
         return {QStringLiteral("INT_NUMBER")};
 --
         return {QStringLiteral("CH_ASSY")};
+@@ R8 src/db/Database.cpp DB
+    if (m_dialect == Dialect::Sqlite || !m_db.driver() || !m_db.driver()->hasFeature(QSqlDriver::Unicode))
+--
+    if (m_dialect == Dialect::Sqlite)
+@@ R9 src/db/Cursor.cpp DB
+            const size_t got = cut ? size_t(room) - terminator : size_t(indicator);
+--
+            const size_t got = cut ? size_t(room) : size_t(indicator);
 @@ D1 src/db/PartsRecords.cpp DB
     if (given(line.suryo))
 --
