@@ -30,10 +30,16 @@ public:
     QVariant data(const QModelIndex& index, int role) const override
     {
         auto* files = qobject_cast<QFileSystemModel*>(sourceModel());
-        if (role != Qt::DisplayRole || !files || (index.column() != 2 && index.column() != 3))
+        if (role != Qt::DisplayRole || !files || index.column() < 1 || index.column() > 3)
             return QIdentityProxyModel::data(index, role);
         const QModelIndex source = mapToSource(index);
         const QFileInfo info = files->fileInfo(source);
+        // Sizes in whole kilobytes, rounded up, as the desks' file windows show them ("2 KB").
+        if (index.column() == 1)
+            return info.isDir()
+                       ? QString()
+                       : QLocale(QLocale::Japanese, QLocale::Japan).toString((info.size() + 1023) / 1024) +
+                             QStringLiteral(" KB");
         if (index.column() == 3)
             return QLocale(QLocale::Japanese, QLocale::Japan)
                 .toString(info.lastModified(), QStringLiteral("yyyy/MM/dd HH:mm"));
