@@ -4,6 +4,7 @@
 #include "Cursor.h"
 #include "DbTestSupport.h"
 #include "DrawingSearch.h"
+#include "EditorColumns.h"
 #include "EditorScreen.h"
 #include "PartsRecords.h"
 #include "RuntimeError.h"
@@ -228,6 +229,23 @@ private Q_SLOTS:
             m_app->lines(u"SELECT COUNT(*), COUNT(DISTINCT INT_NUMBER), COUNT(DISTINCT CH_DWGNO || CH_ZNO), "
                          "(SELECT COUNT(*) FROM BUHINHYO) FROM BUHINHYO_M"_s),
             QStringList(u"1200|1200|1200|8"_s));
+    }
+
+    // The server ends a desk's session (restarted, or by its administrator): the next save ends with
+    // a box that says the database cannot be reached, with the driver's words; the editor keeps what
+    // was typed.
+    void aDeskWhoseSessionEndsIsTold()
+    {
+        std::unique_ptr<EditorScreen> editor(openEditor(u"T-3"_s));
+        QVERIFY(editor);
+        m_app->exec(
+            u"SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE application_name = 'buhinhyo'"_s);
+        typeInto(editor.get(), "cboUser", u"客先A"_s);
+        editor->editor().grid().setCell(1, EditorCol::Hinmei, u"軸"_s);
+        click(editor.get(), "cmdUpdate");
+        QVERIFY2(m_app->shownBoxes().join(u'\n').contains(u"データベースに接続できません。原因: "_s),
+                 qPrintable(m_app->shownBoxes().join(u'\n')));
+        QCOMPARE(editor->editor().grid().cell(1, EditorCol::Hinmei), u"軸"_s); // the user's lines stay
     }
 
     // The administration command beside the program moves the sample data in, refuses a second run
