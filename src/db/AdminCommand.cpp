@@ -1,6 +1,7 @@
 // buhinhyo-admin: the team use's administration beside the program: moving a desk's local parts
 // tables and output settings onto the server, and who has which table open.
 #include "AppContext.h"
+#include "BatchOutput.h"
 #include "Connect.h"
 #include "Cursor.h"
 #include "Database.h"
@@ -48,26 +49,13 @@ const char* const kHelp =
 
 void out(const QString& text)
 {
-    std::fputs(text.toUtf8().constData(), stdout);
-    std::fputc('\n', stdout);
+    WriteLine(stdout, text);
 }
 
 void err(const QString& text)
 {
-    std::fputs((QStringLiteral("buhinhyo-admin: ") + text).toUtf8().constData(), stderr);
-    std::fputc('\n', stderr);
+    WriteLine(stderr, QStringLiteral("buhinhyo-admin: ") + text);
 }
-
-class StderrMessages : public MessageService
-{
-public:
-    MsgAnswer show(MsgIcon, MsgButtons, const QString& title, const QString& text, const QString&) override
-    {
-        err(QStringLiteral("[") + title + QStringLiteral("] ") + text);
-        return MsgAnswer::No;
-    }
-    void beep() override {}
-};
 
 QString filePathOf(QString settingsPath)
 {
@@ -207,7 +195,7 @@ int main(int argc, char** argv)
         err(QStringLiteral("コマンドは copy-to-server か who です (--help 参照)"));
         return ExitUsage;
     }
-    StderrMessages messages;
+    StderrMessageService messages(QStringLiteral("buhinhyo-admin"), MsgAnswer::No);
     AppContext ctx;
     ctx.setPaths(QCoreApplication::applicationDirPath());
     ctx.messages = &messages;

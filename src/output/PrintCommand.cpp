@@ -1,5 +1,6 @@
 // buhinhyo-print: the print run of the program without a window, for scripts and tests.
 #include "AppContext.h"
+#include "BatchOutput.h"
 #include "Connect.h"
 #include "Database.h"
 #include "IniFile.h"
@@ -50,27 +51,6 @@ const char* const kExitCodes = "\n終了コード:\n"
                                "  6  出力中のエラー (設定エラー)\n"
                                "  7  ブックまたは PDF を書き込めない\n";
 
-void printErr(const QString& text)
-{
-    std::fputs(text.toUtf8().constData(), stderr);
-    std::fputc('\n', stderr);
-}
-
-// Message boxes become lines on stderr; questions are answered Yes.
-class StderrMessageService : public MessageService
-{
-public:
-    MsgAnswer show(MsgIcon, MsgButtons buttons, const QString& title, const QString& text,
-                   const QString& detail = QString()) override
-    {
-        printErr(QStringLiteral("buhinhyo-print: [") + title + QStringLiteral("] ") + text);
-        if (!detail.isEmpty())
-            printErr(QStringLiteral("buhinhyo-print: 原因: ") + detail);
-        return buttons == MsgButtons::YesNo ? MsgAnswer::Yes : MsgAnswer::Ok;
-    }
-    void beep() override {}
-};
-
 // No dialogs in a batch run: a template to be chosen counts as cancelled, and says so.
 class NoFileDialogs : public FileDialogService
 {
@@ -78,10 +58,11 @@ public:
     QString customer, kind;
     QString getOpenFileName(const QString&, const QStringList&) override
     {
-        printErr(QStringLiteral(
-                     "buhinhyo-print: 客先「%1」区分 %2 の出力設定に雛形ファイルが指定されていません。"
-                     "画面なしでは雛形を選べないため、印刷用エクセル設定で雛形ファイルを指定して下さい。")
-                     .arg(customer, kind));
+        WriteLine(stderr,
+                  QStringLiteral(
+                      "buhinhyo-print: 客先「%1」区分 %2 の出力設定に雛形ファイルが指定されていません。"
+                      "画面なしでは雛形を選べないため、印刷用エクセル設定で雛形ファイルを指定して下さい。")
+                      .arg(customer, kind));
         return {};
     }
 };
@@ -132,11 +113,11 @@ public:
                  const QStringList& runNotes) override
     {
         for (const QString& note : notes + runNotes)
-            printErr(QStringLiteral("buhinhyo-print: 注意: ") + note);
+            WriteLine(stderr, QStringLiteral("buhinhyo-print: 注意: ") + note);
         if (!out.isEmpty()) {
             const QString why = ReplaceWithCopy(workbookPath, out);
             if (!why.isEmpty()) {
-                printErr(QStringLiteral("buhinhyo-print: ブックを保存できません: ") + why);
+                WriteLine(stderr, QStringLiteral("buhinhyo-print: ブックを保存できません: ") + why);
                 failed = true;
             }
         }
@@ -159,7 +140,7 @@ public:
             if (problem.isEmpty())
                 problem = ReplaceWithCopy(made, pdf);
             if (!problem.isEmpty()) {
-                printErr(QStringLiteral("buhinhyo-print: PDF を作成できません: ") + problem);
+                WriteLine(stderr, QStringLiteral("buhinhyo-print: PDF を作成できません: ") + problem);
                 failed = true;
             }
         }
@@ -217,7 +198,7 @@ int main(int argc, char** argv)
     parser.addOptions(
         {helpOpt, dwgOpt, assyOpt, kindOpt, customerOpt, sumOpt, pageOpt, makerOpt, outOpt, pdfOpt});
     if (!parser.parse(QCoreApplication::arguments())) {
-        printErr(QStringLiteral("buhinhyo-print: ") + parser.errorText());
+        WriteLine(stderr, QStringLiteral("buhinhyo-print: ") + parser.errorText());
         return ExitUsage;
     }
     if (parser.isSet(helpOpt)) {
@@ -227,32 +208,36 @@ int main(int argc, char** argv)
     const QString kind = parser.value(kindOpt);
     if (!parser.isSet(dwgOpt) || !parser.isSet(assyOpt) || !parser.isSet(customerOpt) ||
         (kind != u"1" && kind != u"2") || !parser.positionalArguments().isEmpty()) {
-        printErr(QStringLiteral(
-            "buhinhyo-print: --dwgno, --assy, --kind 1|2, --customer を指定して下さい (--help 参照)"));
+        WriteLine(
+            stderr,
+            QStringLiteral(
+                "buhinhyo-print: --dwgno, --assy, --kind 1|2, --customer を指定して下さい (--help 参照)"));
         return ExitUsage;
     }
     // The work copy is overwritten by the next run: a run without a place to keep its result
     // would print for nothing.
     if (!parser.isSet(outOpt) && !parser.isSet(pdfOpt)) {
-        printErr(QStringLiteral("buhinhyo-print: 出力先がありません。--out（ブック）か --pdf（PDF）、"
-                                "または両方を指定して下さい (--help 参照)"));
+        WriteLine(stderr,
+                  QStringLiteral("buhinhyo-print: 出力先がありません。--out（ブック）か --pdf（PDF）、"
+                                 "または両方を指定して下さい (--help 参照)"));
         return ExitUsage;
     }
 
-    StderrMessageService messages;
+    StderrMessageService messages(QStringLiteral("buhinhyo-print"), MsgAnswer::Yes);
     NoFileDialogs dialogs;
     AppContext ctx;
     ctx.setPaths(QCoreApplication::applicationDirPath());
     ctx.messages = &messages;
     ctx.fileDialogs = &dialogs;
     if (!QFileInfo(ctx.IniPath).isFile()) {
-        printErr(QStringLiteral("buhinhyo-print: ") + ctx.IniPath + QStringLiteral(" がありません。"));
+        WriteLine(stderr,
+                  QStringLiteral("buhinhyo-print: ") + ctx.IniPath + QStringLiteral(" がありません。"));
         return ExitSetup;
     }
     // A file that is not a settings file at all is refused as the program refuses it at start.
     if (const QString damage = IniFile::describeDamage(ctx.IniPath); !damage.isEmpty()) {
-        printErr(QStringLiteral("buhinhyo-print: 設定ファイルを読み込めません。") + ctx.IniPath +
-                 QStringLiteral(": ") + damage);
+        WriteLine(stderr, QStringLiteral("buhinhyo-print: 設定ファイルを読み込めません。") + ctx.IniPath +
+                              QStringLiteral(": ") + damage);
         return ExitSetup;
     }
     ctx.makeIni();
@@ -287,8 +272,8 @@ int main(int argc, char** argv)
         const std::optional<PartsHeader> header =
             ReadHeader(*ctx.DbConnection, request.assy, request.dwgNo, kind);
         if (!header) {
-            printErr(QStringLiteral("buhinhyo-print: 部品表がありません: ") + request.dwgNo + u' ' +
-                     request.assy + QStringLiteral(" 区分 ") + kind);
+            WriteLine(stderr, QStringLiteral("buhinhyo-print: 部品表がありません: ") + request.dwgNo + u' ' +
+                                  request.assy + QStringLiteral(" 区分 ") + kind);
             return ExitNoTable;
         }
         request.name = header->name;
@@ -297,7 +282,8 @@ int main(int argc, char** argv)
         for (const QString& path : WorkbookPathsOfAllSettings(*ctx.DbConnection))
             kept.push_back({path, QStringLiteral("出力設定の雛形または取込ファイル")});
     } catch (const RuntimeError& e) {
-        printErr(
+        WriteLine(
+            stderr,
             QStringLiteral("buhinhyo-print: データベースエラー %1: %2").arg(e.number()).arg(e.description()));
         return ExitSetup;
     }
@@ -314,8 +300,8 @@ int main(int argc, char** argv)
         if (what.isEmpty() && option == u"--pdf" && SameFile(target, presenter.out))
             what = QStringLiteral("--out の出力先");
         if (!what.isEmpty()) {
-            printErr(QStringLiteral("buhinhyo-print: %1 に指定された %2 は%3です。上書きしません。")
-                         .arg(option, QDir::toNativeSeparators(target), what));
+            WriteLine(stderr, QStringLiteral("buhinhyo-print: %1 に指定された %2 は%3です。上書きしません。")
+                                  .arg(option, QDir::toNativeSeparators(target), what));
             return ExitUsage;
         }
     }
