@@ -1,6 +1,7 @@
 // Loading a large parts table into the editor, and renumbering it.
 // Usage: bench_editor [lines]   (default 5000)
 
+#include "../BenchEnvironment.h"
 #include "EditorScreen.h"
 #include "Numbering.h"
 #include "TestSupport.h"
@@ -47,10 +48,7 @@ void storeLines(AppFolder& env, int lines)
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    if (qEnvironmentVariableIsEmpty("BUHINHYO_SOURCE_DIR"))
-        qputenv("BUHINHYO_SOURCE_DIR", BUHINHYO_SOURCE_DIR_DEFAULT);
+    UseBenchEnvironment();
     QApplication app(argc, argv);
     const int lines = argc > 1 ? std::max(1, atoi(argv[1])) : 5000;
 

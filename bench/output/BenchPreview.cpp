@@ -3,6 +3,7 @@
 // Usage: bench_preview [--before]   (--before: the preview without the renderer kept warm)
 // Prints five lines; says on stderr whether the ratios are met (exit 2 when not).
 
+#include "../BenchEnvironment.h"
 #include "LibreOffice.h"
 #include "PreviewWindow.h"
 #include "PrintTestSupport.h"
@@ -38,13 +39,14 @@ public:
     double firstPageMs = -1, allPagesMs = -1;
     int pages = 0;
     bool ok = false, warm = false;
-    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes) override
+    void preview(const QString& workbookPath, const QString& printPath, const QStringList& notes,
+                 const QStringList& runNotes) override
     {
         QFile::remove(keepAs);
         QFile::copy(printPath, keepAs);
         PreviewWindow w(workbookPath, workFolder, nullptr, printPath);
         w.setRenderer(renderer);
-        w.setNotes(notes);
+        w.setNotes(notes, runNotes);
         QSignalSpy first(&w, &PreviewWindow::firstPageShown);
         QSignalSpy done(&w, &PreviewWindow::renderingDone);
         w.show();
@@ -63,10 +65,7 @@ public:
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    if (qEnvironmentVariableIsEmpty("BUHINHYO_SOURCE_DIR"))
-        qputenv("BUHINHYO_SOURCE_DIR", BUHINHYO_SOURCE_DIR_DEFAULT);
+    UseBenchEnvironment();
     QApplication app(argc, argv);
     const bool before = app.arguments().contains(u"--before"_s);
 
