@@ -212,33 +212,22 @@ struct Recordset::Impl {
         return v;
     }
 
-    void exec(QSqlQuery& q, const QString& statement)
-    {
-        if (!q.exec())
-            throw DatabaseError(q.lastError(), statement);
-    }
-
     void writeInsert()
     {
         QStringList cols;
         QStringList marks;
+        QVariantList values;
         for (int c = 0; c < names.size(); ++c) {
             if (dirty[c]) {
                 cols << names[c];
                 marks << QStringLiteral("?");
+                values << bindValue(buffer[c]);
             }
         }
         const QString statement = cols.isEmpty() ? QStringLiteral("INSERT INTO %1 DEFAULT VALUES").arg(table)
                                                  : QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
                                                        .arg(table, cols.join(u','), marks.join(u','));
-        QSqlQuery q(db->sql());
-        if (!q.prepare(statement))
-            throw DatabaseError(q.lastError(), statement);
-        for (int c = 0; c < names.size(); ++c) {
-            if (dirty[c])
-                q.addBindValue(bindValue(buffer[c]));
-        }
-        exec(q, statement);
+        const QSqlQuery q = db->Run(statement, values);
 
         Row row;
         row.values = buffer;
