@@ -112,8 +112,23 @@ void ShowScreen(QWidget* screen, QWidget* owner)
     screen->activateWindow();
 }
 
+namespace
+{
 // The frame of a window not shown yet is unknown: room is left for a title bar.
 constexpr int kTitleBar = 30;
+
+// Moves a window to the given place, or as near to it as the screen's free area shows it whole.
+void MoveOnScreen(QWidget* window, QPoint topLeft, QScreen* on)
+{
+    const QRect area = on->availableGeometry();
+    const QSize size = window->size();
+    topLeft.setX(
+        std::clamp(topLeft.x(), area.left(), std::max(area.left(), area.right() + 1 - size.width())));
+    topLeft.setY(std::clamp(topLeft.y(), area.top(),
+                            std::max(area.top(), area.bottom() + 1 - size.height() - kTitleBar)));
+    window->move(topLeft);
+}
+} // namespace
 
 void CentreOver(QWidget* window, const QWidget* owner)
 {
@@ -127,23 +142,6 @@ void CentreOver(QWidget* window, const QWidget* owner)
     const QRect ownerFrame = over && over->isVisible() ? over->frameGeometry() : area;
     const QSize size = window->size();
     MoveOnScreen(window, ownerFrame.center() - QPoint(size.width() / 2, (size.height() + kTitleBar) / 2), on);
-}
-
-void MoveOnScreen(QWidget* window, QPoint topLeft, QScreen* on)
-{
-    if (!on)
-        on = window->screen();
-    if (!on) {
-        window->move(topLeft);
-        return;
-    }
-    const QRect area = on->availableGeometry();
-    const QSize size = window->size();
-    topLeft.setX(
-        std::clamp(topLeft.x(), area.left(), std::max(area.left(), area.right() + 1 - size.width())));
-    topLeft.setY(std::clamp(topLeft.y(), area.top(),
-                            std::max(area.top(), area.bottom() + 1 - size.height() - kTitleBar)));
-    window->move(topLeft);
 }
 
 void FitOnScreen(QWidget* window)
@@ -161,21 +159,17 @@ void CascadeFrom(QWidget* window, const QWidget* previous)
         window->move(at);
         return;
     }
-    // Where too little of the screen is left, the row starts again at its top left corner; a window
-    // larger than what is left is made smaller to fit.
-    // The frame is the shown previous window's.
+    // A window larger than what is left beside the previous one's frame is made smaller to fit; where
+    // too little is left, the row starts again at the screen's top left corner.
     const QRect area = on->availableGeometry();
     const QSize frame = previous->frameGeometry().size() - previous->geometry().size();
-    const QSize room(area.right() + 1 - at.x() - frame.width(),
-                     area.bottom() + 1 - at.y() - std::max(frame.height(), kTitleBar));
-    constexpr QSize kLeast(320, 240);
-    if (room.width() < kLeast.width() || room.height() < kLeast.height()) {
+    const QSize decoration(frame.width(), std::max(frame.height(), kTitleBar));
+    QSize room = QSize(area.right() + 1 - at.x(), area.bottom() + 1 - at.y()) - decoration;
+    if (room.width() < 320 || room.height() < 240) {
         at = area.topLeft();
-        window->resize(window->size().boundedTo(area.size() -
-                                                QSize(frame.width(), std::max(frame.height(), kTitleBar))));
-    } else {
-        window->resize(window->size().boundedTo(room));
+        room = area.size() - decoration;
     }
+    window->resize(window->size().boundedTo(room));
     MoveOnScreen(window, at, on); // one that cannot be made that small goes as far left or up as needed
 }
 

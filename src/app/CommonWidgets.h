@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QPoint>
 #include <QString>
 #include <functional>
 
@@ -48,9 +47,6 @@ void ShowScreen(QWidget* screen, QWidget* owner);
 // Moves a window that is not shown yet so that it is centred over the owner's window (over the
 // screen when there is no owner), and wholly on the owner's screen.
 void CentreOver(QWidget* window, const QWidget* owner);
-// Moves a window to the given place, or as near to it as its screen's free area shows it whole
-// (the window's own screen when none is given).
-void MoveOnScreen(QWidget* window, QPoint topLeft, QScreen* on = nullptr);
 // Makes a window no larger than its screen's free area (a laptop's included), as far as its
 // smallest size allows.
 void FitOnScreen(QWidget* window);
